@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Installs the Debian packages Tarnwell needs to build, run and test.
+# Does nothing when they are all present already.
+set -euo pipefail
+
+packages=(
+    # toolchain
+    build-essential cmake ninja-build pkg-config clang-format
+    # libraries
+    qt6-base-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools qt6-svg-dev libqt6svg6
+    libgl-dev libegl-dev zlib1g-dev libxcb1-dev libxcb-ewmh-dev
+    # tests and benchmarks
+    libgtest-dev libgmock-dev googletest libbenchmark-dev hyperfine
+    # a desktop for the tests: display, window manager, session bus, notifications
+    xvfb xauth x11-utils openbox dbus dbus-x11 dunst xdotool
+)
+
+missing=()
+for package in "${packages[@]}"; do
+    dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' ||
+        missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+sudo=""
+[ "$(id -u)" -eq 0 ] || sudo="sudo"
+echo "Installing: ${missing[*]}"
+$sudo apt-get update -qq
+DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"

@@ -1,0 +1,54 @@
+#include "cli/CommandLine.h"
+
+#include <cstdio>
+#include <string>
+
+#include "BuildInfo.h"
+
+namespace tarnwell::cli {
+
+int usageError(std::string_view message) {
+    std::fprintf(stderr, "tarnwell: %.*s (see 'tarnwell --help')\n", int(message.size()),
+                 message.data());
+    return kExitUsage;
+}
+
+static void printHelp(std::span<const Subcommand> subcommands) {
+    std::printf("Usage: tarnwell [--console] [COMMAND [OPTIONS]]\n\n");
+    std::printf("%s watches the machine's memory and frees it on demand or automatically.\n",
+                kDisplayName);
+    std::printf("Without a command it starts in the system tray, or in the terminal when\n");
+    std::printf("there is no display.\n\nCommands:\n");
+    for (const Subcommand &command : subcommands) {
+        std::printf("  %-16.*s %.*s\n", int(command.name.size()), command.name.data(),
+                    int(command.synopsis.size()), command.synopsis.data());
+    }
+    std::printf("\nOptions:\n  --help           show this help\n");
+    std::printf("  --version        show the version and build number\n");
+}
+
+int dispatch(int argc, char **argv, std::span<const Subcommand> subcommands,
+             int (*runWithoutSubcommand)(int argc, char **argv)) {
+    if (argc >= 2) {
+        const std::string_view first = argv[1];
+        if (first == "--help" || first == "-h") {
+            printHelp(subcommands);
+            return kExitOk;
+        }
+        if (first == "--version") {
+            std::printf("%s %s (%s)\n", kDisplayName, kMarketingVersion, kBuildNumber);
+            return kExitOk;
+        }
+        for (const Subcommand &command : subcommands) {
+            if (command.name == first) {
+                return command.run(Arguments(argv + 2, size_t(argc - 2)));
+            }
+        }
+        if (!first.starts_with('-')) {
+            return usageError("unknown command '" + std::string(first) + "'");
+        }
+    }
+    return runWithoutSubcommand(argc, argv);
+}
+
+}  // namespace tarnwell::cli

@@ -1,0 +1,21 @@
+#include <array>
+#include <string>
+
+#include "cli/CommandLine.h"
+
+using namespace tarnwell;
+
+namespace {
+
+constexpr std::array<cli::Subcommand, 0> kSubcommands{};
+
+int runApplication(int argc, char **argv) {
+    for (int i = 1; i < argc; ++i) {
+        return cli::usageError("unknown option '" + std::string(argv[i]) + "'");
+    }
+    return cli::usageError("no command given");
+}
+
+}  // namespace
+
+int main(int argc, char **argv) { return cli::dispatch(argc, argv, kSubcommands, runApplication); }
