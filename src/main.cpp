@@ -18,4 +18,6 @@ int runApplication(int argc, char **argv) {
 
 }  // namespace
 
-int main(int argc, char **argv) { return cli::dispatch(argc, argv, kSubcommands, runApplication); }
+int main(int argc, char **argv) {
+    return cli::dispatch(argc, argv, kSubcommands, runApplication);
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QImage>
+#include <QString>
+
+namespace tarnwell {
+
+class QRMMenu;
+
+// What the controller needs of the panel's status item. The D-Bus item, the
+// legacy tray icon and the test fakes implement it.
+class StatusItemView {
+public:
+    virtual ~StatusItemView() = default;
+    // Free-memory text; hosts without a label show it as the tool tip.
+    virtual void setTitle(const QString &title) = 0;
+    // A template image is a mask: the host draws it in the panel's text colour.
+    virtual void setImage(const QImage &image, bool isTemplate) = 0;
+    virtual void setMenu(QRMMenu *menu) = 0;
+};
+
+}  // namespace tarnwell
