@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstdint>
+
+#include <QString>
+
+namespace tarnwell {
+
+// The settings the controller reads and the cleaning statistics it writes,
+// named as in the preferences store. Production forwards to the store; tests
+// keep plain fields.
+class AppSettings {
+public:
+    virtual ~AppSettings() = default;
+
+    // 0 no text, 1 free per cent, 2 free size.
+    virtual int64_t statusBarTextType() = 0;
+    virtual bool statusBarTextWithInfo() = 0;
+    // 0 none, 1 static 2D, 2 static 3D, 3 black pie, 4 colour pie.
+    virtual int64_t statusBarIconType() = 0;
+
+    virtual double refreshRate() = 0;         // seconds
+    virtual double autoCleanEveryTime() = 0;  // minutes
+    virtual bool autoCleanEveryTimeChecked() = 0;
+    virtual bool autoCleanByFreeSizeChecked() = 0;
+    virtual int64_t autoCleanByFreeSize() = 0;  // MiB
+    virtual bool autoCleanByInactiveSizeChecked() = 0;
+    virtual int64_t autoCleanByInactiveSize() = 0;  // MiB
+    virtual bool showNotificationsAfterCleaning() = 0;
+
+    virtual uint64_t lastTimeCleaned() = 0;
+    virtual void setLastTimeCleaned(uint64_t bytes) = 0;
+    virtual uint64_t maxCleaned() = 0;
+    virtual void setMaxCleaned(uint64_t bytes) = 0;
+    // The running total in bytes is totallyCleaned * 1024^totallyCleanedDigit.
+    virtual uint64_t totallyCleaned() = 0;
+    virtual void setTotallyCleaned(uint64_t count) = 0;
+    virtual int64_t totallyCleanedDigit() = 0;
+    virtual void setTotallyCleanedDigit(int64_t digit) = 0;
+
+    virtual bool isWelcomeShown() = 0;
+    virtual QString bundleBuild() = 0;
+    virtual void setBundleBuild(const QString &build) = 0;
+};
+
+}  // namespace tarnwell

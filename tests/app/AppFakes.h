@@ -1,0 +1,176 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <ostream>
+#include <vector>
+
+#include <QHash>
+#include <QUrl>
+
+#include "app/AppSettings.h"
+#include "app/MemoryEngine.h"
+#include "app/QRMAppDelegate.h"
+#include "app/StatusItemView.h"
+#include "app/UrlOpener.h"
+#include "app/UserNotifier.h"
+#include "memory/QRMRecordKeys.h"
+
+// Readable QString values in failure messages.
+inline void PrintTo(const QString &text, std::ostream *os) {
+    *os << '"' << text.toStdString() << '"';
+}
+
+namespace tarnwell::testing {
+
+constexpr uint64_t kMiB = uint64_t(1) << 20;
+
+// A record with just the figures the controller's policy reads.
+inline QRMStatisticsRecord recordWith(uint64_t freeBytes, uint64_t inactiveBytes = 0) {
+    return {{std::string(keys::freeBytes), QRMNumber::fromUInt32(uint32_t(freeBytes))},
+            {std::string(keys::inactiveBytes), QRMNumber::fromUInt32(uint32_t(inactiveBytes))}};
+}
+
+// An engine whose record the test sets and whose cleanings finish when the
+// test says so. refresh() publishes the pending record, as a real sample would.
+class FakeEngine : public MemoryEngine {
+public:
+    QRMStatisticsRecord current;
+    QRMStatisticsRecord nextSample;
+    std::optional<CleaningRefusal> refusal;
+    int refreshes = 0;
+    int cleaningRequests = 0;
+
+    void refresh() override {
+        ++refreshes;
+        current = nextSample;
+    }
+    QRMStatisticsRecord info() const override { return current; }
+    CleaningDecision cleanMemoryNow() override {
+        ++cleaningRequests;
+        return CleaningDecision{refusal, std::nullopt, 0};
+    }
+    int addMemoryCleanedObserver(std::function<void()> observer) override {
+        observers[nextId] = std::move(observer);
+        return nextId++;
+    }
+    void removeMemoryCleanedObserver(int id) override { observers.erase(id); }
+
+    // What the engine's cleaning thread does at its end.
+    void announceCleaned() {
+        for (auto &[id, observer] : observers) {
+            observer();
+        }
+    }
+
+    std::map<int, std::function<void()>> observers;
+    int nextId = 1;
+};
+
+struct FakeSettings : AppSettings {
+    int64_t textType = 2;
+    bool textWithInfo = false;
+    int64_t iconType = 3;
+    double refresh = 5;
+    double everyTime = 10;
+    bool everyTimeChecked = false;
+    bool freeChecked = false;
+    int64_t freeThreshold = 0;
+    bool inactiveChecked = false;
+    int64_t inactiveThreshold = 0;
+    bool notifications = true;
+    uint64_t last = 0;
+    uint64_t max = 0;
+    uint64_t total = 0;
+    int64_t digit = 0;
+    bool welcomeShown = false;
+    QString build;
+
+    int64_t statusBarTextType() override { return textType; }
+    bool statusBarTextWithInfo() override { return textWithInfo; }
+    int64_t statusBarIconType() override { return iconType; }
+    double refreshRate() override { return refresh; }
+    double autoCleanEveryTime() override { return everyTime; }
+    bool autoCleanEveryTimeChecked() override { return everyTimeChecked; }
+    bool autoCleanByFreeSizeChecked() override { return freeChecked; }
+    int64_t autoCleanByFreeSize() override { return freeThreshold; }
+    bool autoCleanByInactiveSizeChecked() override { return inactiveChecked; }
+    int64_t autoCleanByInactiveSize() override { return inactiveThreshold; }
+    bool showNotificationsAfterCleaning() override { return notifications; }
+    uint64_t lastTimeCleaned() override { return last; }
+    void setLastTimeCleaned(uint64_t bytes) override { last = bytes; }
+    uint64_t maxCleaned() override { return max; }
+    void setMaxCleaned(uint64_t bytes) override { max = bytes; }
+    uint64_t totallyCleaned() override { return total; }
+    void setTotallyCleaned(uint64_t count) override { total = count; }
+    int64_t totallyCleanedDigit() override { return digit; }
+    void setTotallyCleanedDigit(int64_t d) override { digit = d; }
+    bool isWelcomeShown() override { return welcomeShown; }
+    QString bundleBuild() override { return build; }
+    void setBundleBuild(const QString &b) override { build = b; }
+};
+
+struct FakeStatusItem : StatusItemView {
+    std::vector<QString> titles;
+    QImage image;
+    bool isTemplate = false;
+    int images = 0;
+    QRMMenu *menu = nullptr;
+
+    void setTitle(const QString &title) override { titles.push_back(title); }
+    void setImage(const QImage &i, bool t) override {
+        image = i;
+        isTemplate = t;
+        ++images;
+    }
+    void setMenu(QRMMenu *m) override { menu = m; }
+};
+
+struct Notification {
+    QString title, text, sound;
+};
+
+struct FakeNotifier : UserNotifier {
+    std::vector<Notification> sent;
+    void showNotificationWithTitle(const QString &title, const QString &text,
+                                   const QString &sound) override {
+        sent.push_back({title, text, sound});
+    }
+};
+
+struct FakeUrlOpener : UrlOpener {
+    std::vector<QUrl> opened;
+    void openURL(const QUrl &url) override { opened.push_back(url); }
+};
+
+// Words that differ from their keys, so a test sees which key was used.
+inline Localizer fakeLocalizer(QHash<QString, QString> table = {
+                                   {"language", "en"},
+                                   {"Cleaning", "Cleaning"},
+                                   {"Cleaned", "cleaned"},
+                                   {"NothingtoClean", "Nothing to clean"},
+                                   {"CleanMemoryNow", "Clean memory now"},
+                                   {"Free", "Free"},
+                               }) {
+    return [table](const QString &key) { return table.value(key, key); };
+}
+
+// Everything a controller needs, with the cleaning started inline.
+struct ControllerRig {
+    FakeEngine engine;
+    FakeSettings settings;
+    FakeStatusItem statusItem;
+    FakeNotifier notifier;
+    FakeUrlOpener urlOpener;
+    Localizer localized = fakeLocalizer();
+
+    std::unique_ptr<QRMAppDelegate> start() {
+        auto delegate = std::make_unique<QRMAppDelegate>(
+            QRMAppDelegate::Services{engine, settings, localized, urlOpener, &statusItem, &notifier,
+                                     [](std::function<void()> task) { task(); }});
+        delegate->awakeFromNib();
+        return delegate;
+    }
+};
+
+}  // namespace tarnwell::testing

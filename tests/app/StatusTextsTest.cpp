@@ -1,0 +1,288 @@
+#include <gtest/gtest.h>
+
+#include "AppFakes.h"
+#include "BuildInfo.h"
+#include "app/CleaningStatistics.h"
+#include "app/QRMMakeURL.h"
+
+namespace tarnwell::testing {
+namespace {
+
+QRMStatisticsRecord fullRecord() {
+    QRMStatisticsRecord r;
+    auto u32 = [&](std::string_view key, uint32_t v) {
+        r[std::string(key)] = QRMNumber::fromUInt32(v);
+    };
+    auto u64 = [&](std::string_view key, uint64_t v) {
+        r[std::string(key)] = QRMNumber::fromUInt64(v);
+    };
+    auto f = [&](std::string_view key, float v) { r[std::string(key)] = QRMNumber::fromFloat(v); };
+    u32(keys::freeBytes, 1536 * kMiB);
+    u32(keys::inactiveBytes, 512 * kMiB);
+    u32(keys::activeBytes, 1024 * kMiB);
+    u32(keys::wireBytes, 256 * kMiB);
+    u32(keys::compressorPageBytes, 0);
+    u64(keys::usedBytes, 1280 * kMiB);
+    u64(keys::totalBytes, 4096 * kMiB);
+    f(keys::freePercents, 37.5f);
+    f(keys::inactivePercents, 12.5f);
+    f(keys::usedPercents, 31.25f);
+    f(keys::totalPercents, 100.0f);
+    u32(keys::freeCount, 393216);
+    u64(keys::totalCount, 1048576);
+    u64(keys::xsuTotal, 2048 * kMiB);
+    u64(keys::xsuAvail, 2000 * kMiB);
+    u64(keys::xsuUsed, 48 * kMiB);
+    u32(keys::xsuPageSize, 4096);
+    u32(keys::xsuEncripted, 1);
+    u32(keys::pageSize, 4096);
+    u64(keys::userMemory, 3900 * kMiB);
+    u64(keys::hardwareMemorySize, 4096 * kMiB);
+    return r;
+}
+
+std::vector<QString> titles(const QRMMenu &menu) {
+    std::vector<QString> out;
+    for (const QRMMenuItem *item : menu.items()) {
+        if (!item->isSeparator()) {
+            out.push_back(item->title());
+        }
+    }
+    return out;
+}
+
+TEST(StatusMenuTitles, EveryFigureInItsPlace) {
+    ControllerRig rig;
+    rig.localized = [](const QString &key) { return key; };
+    rig.engine.nextSample = fullRecord();
+    rig.settings.last = 3 * kMiB;
+    rig.settings.max = 5 * 1024 * kMiB;
+    rig.settings.total = 1500;
+    rig.settings.digit = 2;
+    auto delegate = rig.start();
+    QRMStatusMenu &menu = delegate->statusMenu();
+
+    const std::vector<QString> expected{
+        "CleanMemoryNow",
+        "    1.50 GB Free",
+        "512.00 MB Inactive",
+        "    1.00 GB Active",
+        "256.00 MB Wire",
+        "    0.00 B Compressed",
+        "    1.25 GB Used",
+        "    4.00 GB Total",
+        "Free: 37.50 %",
+        "Inactive: 12.50 %",
+        "Active: 0.00 %",
+        "Wire: 0.00 %",
+        "Compressed: 0.00 %",
+        "Used: 31.25 %",
+        "Total: 100.00 %",
+        "Free: 393216 Pages",
+        "Inactive: 0 Pages",
+        "Active: 0 Pages",
+        "Wire: 0 Pages",
+        "Compressed: 0 Pages",
+        "Used: 0 Pages",
+        "Total: 1048576 Pages",
+        "SwapInfo",
+        "AdditionalInfo",
+        "Statistics",
+        "Preferences",
+        "CheckForUpdates",
+        "SupportPage",
+        "LearnMorePage",
+        "ProductPage",
+        "PrivacyPage",
+        "WelcomeToTarnwell",
+        "Quit",
+    };
+    EXPECT_EQ(titles(*menu.menu()), expected);
+
+    ASSERT_NE(menu.swapInfoMenuItem->submenu(), nullptr);
+    // The swap item reads a key the record never holds, so it always says NO.
+    EXPECT_EQ(titles(*menu.swapInfoMenuItem->submenu()),
+              (std::vector<QString>{"    2.00 GB CurrentSize", "    1.95 GB Free",
+                                    "  48.00 MB Used", "PageSize: 4.00 KB", "Encrypted: NO"}));
+    EXPECT_EQ(titles(*menu.additionalInfoMenuItem->submenu()),
+              (std::vector<QString>{"PageSize: 4.00 KB", "UserMemorySize: 3.81 GB",
+                                    "PhysicalMemorySize: 4.00 GB"}));
+    EXPECT_EQ(titles(*menu.statiaticsMenuItem->submenu()),
+              (std::vector<QString>{"LastTimeCleaned: 3.00 MB", "MaxCleaned: 5.00 GB",
+                                    "TotallyCleaned: 1.46 GB"}));
+}
+
+TEST(StatusMenuTitles, MissingValuesReadAsZero) {
+    ControllerRig rig;
+    rig.localized = [](const QString &key) { return key; };
+    auto delegate = rig.start();
+    const QRMStatusMenu &menu = delegate->statusMenu();
+    EXPECT_EQ(menu.bytesItems[0]->title(), "    0.00 B Free");
+    EXPECT_EQ(menu.percentItems[0]->title(), "Free: 0.00 %");
+    EXPECT_EQ(menu.pagesItems[0]->title(), "Free: 0 Pages");
+    EXPECT_EQ(rig.statusItem.titles.back(), "0.00 B");
+}
+
+TEST(StatusMenuTitles, LanguageChangeRetitlesAtOnce) {
+    ControllerRig rig;
+    QHash<QString, QString> table{{"Quit", "Quit"}, {"Free", "Free"}};
+    rig.localized = [&table](const QString &key) { return table.value(key, key); };
+    auto delegate = rig.start();
+    table = {{"Quit", "Выход"}, {"Free", "Свободно"}};
+    delegate->languageDidChanged();
+    EXPECT_EQ(delegate->statusMenu().quit->title(), "Выход");
+    EXPECT_EQ(delegate->statusMenu().percentItems[0]->title(), "Свободно: 0.00 %");
+}
+
+struct TitleCase {
+    const char *name;
+    int64_t textType;
+    bool withInfo;
+    const char *expected;
+};
+
+class StatusItemTitle : public ::testing::TestWithParam<TitleCase> {};
+
+TEST_P(StatusItemTitle, FollowsTheTextSettings) {
+    const TitleCase &c = GetParam();
+    ControllerRig rig;
+    rig.settings.textType = c.textType;
+    rig.settings.textWithInfo = c.withInfo;
+    rig.engine.nextSample = fullRecord();
+    rig.start();
+    EXPECT_EQ(rig.statusItem.titles.back(), QString::fromUtf8(c.expected));
+}
+
+INSTANTIATE_TEST_SUITE_P(TextTypes, StatusItemTitle,
+                         ::testing::Values(TitleCase{"None", 0, false, ""},
+                                           TitleCase{"NoneIgnoresLabel", 0, true, ""},
+                                           TitleCase{"Percent", 1, false, "37.50 %"},
+                                           TitleCase{"PercentWithLabel", 1, true, "Free: 37.50 %"},
+                                           TitleCase{"Size", 2, false, "1.50 GB"},
+                                           TitleCase{"SizeWithLabel", 2, true, "Free: 1.50 GB"},
+                                           TitleCase{"UnknownShowsLabelOnly", 7, true, "Free: "}),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+TEST(StatusItemImage, TemplateOnlyForTheMonochromeIcons) {
+    for (int64_t type : {0, 1, 2, 3, 4, 9}) {
+        ControllerRig rig;
+        rig.settings.iconType = type;
+        rig.start();
+        SCOPED_TRACE(type);
+        EXPECT_FALSE(rig.statusItem.image.isNull());
+        EXPECT_EQ(rig.statusItem.isTemplate, type == 1 || type == 3);
+        EXPECT_EQ(rig.statusItem.image.devicePixelRatio(), 2.0);
+    }
+}
+
+TEST(StatusItemImage, ColourLegendsStayAfterSwitchingIcons) {
+    ControllerRig rig;
+    rig.settings.iconType = 3;
+    auto delegate = rig.start();
+    QRMStatusMenu &menu = delegate->statusMenu();
+    EXPECT_TRUE(menu.bytesItems[0]->image().isNull());
+
+    rig.settings.iconType = 4;
+    delegate->refreshStatusMenu();
+    for (QRMMenuItem *item : menu.bytesItems) {
+        EXPECT_FALSE(item->image().isNull());
+    }
+    rig.settings.iconType = 3;
+    delegate->refreshStatusMenu();
+    EXPECT_FALSE(menu.bytesItems[0]->image().isNull());
+}
+
+struct TotalCase {
+    const char *name;
+    uint64_t count;
+    int64_t digit;
+    const char *expected;
+};
+
+class TotallyCleanedText : public ::testing::TestWithParam<TotalCase> {};
+
+TEST_P(TotallyCleanedText, Formats) {
+    const TotalCase &c = GetParam();
+    EXPECT_EQ(totallyCleanedString({c.count, c.digit}), QString::fromLatin1(c.expected));
+}
+
+INSTANTIATE_TEST_SUITE_P(Totals, TotallyCleanedText,
+                         ::testing::Values(TotalCase{"Zero", 0, 0, "0.00 B"},
+                                           TotalCase{"BelowThreshold", 999, 0, "999.00 B"},
+                                           TotalCase{"AtThreshold", 1000, 0, "0.98 KB"},
+                                           TotalCase{"DigitShiftsTheUnit", 5, 3, "5.00 GB"},
+                                           TotalCase{"GigabytesFromBytes", 1536 * kMiB, 0,
+                                                     "1.50 GB"},
+                                           TotalCase{"DigitAboveEightIsBytes", 5, 9, "5.00 B"},
+                                           TotalCase{"ScaledPastYotta", 2000, 8, "1.95 B"},
+                                           TotalCase{"Maximum", UINT64_MAX, 0, "16.00 EB"}),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+struct AdditionCase {
+    const char *name;
+    RunningTotal before;
+    uint64_t freed;
+    RunningTotal after;
+};
+
+class RunningTotalAddition : public ::testing::TestWithParam<AdditionCase> {};
+
+TEST_P(RunningTotalAddition, ScalesAndOverflows) {
+    const AdditionCase &c = GetParam();
+    EXPECT_EQ(addFreedBytes(c.before, c.freed), c.after);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Additions, RunningTotalAddition,
+    ::testing::Values(
+        AdditionCase{"Bytes", {10, 0}, 5, {15, 0}},
+        AdditionCase{"ScaledToDigitOne", {3, 1}, 2048, {5, 1}},
+        AdditionCase{"ScaledToDigitTwoRoundsDown", {3, 2}, 2 * kMiB - 1, {4, 2}},
+        AdditionCase{"Overflow", {UINT64_MAX - 1, 0}, 4096, {(UINT64_MAX >> 10) + 4, 1}},
+        AdditionCase{"ExactlyFits", {UINT64_MAX - 4096, 0}, 4096, {UINT64_MAX, 0}},
+        AdditionCase{"OverflowAtDigitOne", {UINT64_MAX, 1}, 1024, {(UINT64_MAX >> 10), 2}}),
+    [](const auto &info) { return std::string(info.param.name); });
+
+TEST(CampaignQuery, DefaultsInOrder) {
+    EXPECT_EQ(QRMMakeURL().makeUTMParamsURLPartWith({}, {}, {}, {}, {}),
+              QStringLiteral("utm_source=app&utm_medium=app.tarnwell.Tarnwell&utm_term=%1"
+                             "&utm_content=%2&utm_campaign=link")
+                  .arg(kMarketingVersion, kBuildNumber));
+    EXPECT_EQ(QRMMakeURL().makeUTMParamsURLPartWith("s", "m", "t", "c", "https://x/y"),
+              "utm_source=s&utm_medium=m&utm_term=t&utm_content=c&utm_campaign=https://x/y");
+}
+
+TEST(WebLinks, EveryCommandOpensItsPage) {
+    ControllerRig rig;
+    rig.settings.last = 1536 * kMiB;
+    rig.settings.max = 3 * kMiB;
+    rig.settings.total = 5;
+    rig.settings.digit = 3;
+    auto delegate = rig.start();
+    QRMStatusMenu &menu = delegate->statusMenu();
+    for (QRMMenuItem *item :
+         {menu.customerSupportPage, menu.learnMorePage, menu.productPage, menu.privacyPage,
+          menu.lastTimeCleanedMenuItem, menu.maxCleanedMenuItem, menu.totallyCleanedMenuItem}) {
+        item->trigger();
+    }
+    const QString tail = QStringLiteral(
+                             "utm_source=app&utm_medium=app.tarnwell.Tarnwell&utm_term=%1"
+                             "&utm_content=%2&utm_campaign=")
+                             .arg(kMarketingVersion, kBuildNumber);
+    const std::vector<QString> expected{
+        "https://tarnwell.app/support/en/?" + tail + "support",
+        "https://tarnwell.app/en/?" + tail + "support",
+        "https://tarnwell.app/en/?" + tail + "https://tarnwell.app",
+        "https://tarnwell.app/privacy/en/?" + tail + "privacy",
+        "https://tarnwell.app/en/tweetlasttimecleaned/?s=1.50GB&" + tail + "tweetlasttimecleaned",
+        "https://tarnwell.app/en/tweetmaxcleaned/?s=3.00MB&" + tail + "tweetlasttimecleaned",
+        "https://tarnwell.app/en/tweettotallycleaned/?s=5.00GB&" + tail + "tweettotallycleaned",
+    };
+    ASSERT_EQ(rig.urlOpener.opened.size(), expected.size());
+    for (size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_EQ(rig.urlOpener.opened[i].toString(), expected[i]);
+    }
+}
+
+}  // namespace
+}  // namespace tarnwell::testing
