@@ -159,12 +159,20 @@ void QRMStatusMenu::refreshTitles(const QRMStatisticsRecord &record, const Clean
 }
 
 void QRMStatusMenu::showColorLegends() {
-    const QImage blank = StatusIcons::blankImage();
-    bytesItems[5]->setImage(blank);  // used
-    bytesItems[6]->setImage(blank);  // total
-    for (int segment = 0; segment < StatusIcons::kSegmentCount; ++segment) {
-        bytesItems[size_t(segment)]->setImage(
-            StatusIcons::legendImage(StatusIcons::segmentColor(segment)));
+    // The legends never change, so they are drawn once; an unchanged image
+    // costs the hosts no update either.
+    static const std::array<QImage, StatusIcons::kSegmentCount> kLegends = [] {
+        std::array<QImage, StatusIcons::kSegmentCount> legends;
+        for (int segment = 0; segment < StatusIcons::kSegmentCount; ++segment) {
+            legends[size_t(segment)] = StatusIcons::legendImage(StatusIcons::segmentColor(segment));
+        }
+        return legends;
+    }();
+    static const QImage kBlank = StatusIcons::blankImage();
+    bytesItems[5]->setImage(kBlank);  // used
+    bytesItems[6]->setImage(kBlank);  // total
+    for (size_t segment = 0; segment < kLegends.size(); ++segment) {
+        bytesItems[segment]->setImage(kLegends[segment]);
     }
 }
 
