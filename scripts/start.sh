@@ -4,4 +4,5 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
 scripts/build.sh build/release Release -DTARNWELL_BUILD_TESTS=OFF -DTARNWELL_BUILD_BENCHMARKS=OFF
-exec build/release/src/tarnwell stats --watch "$@"
+# In the tray on a desktop, in the terminal without a display.
+exec build/release/src/tarnwell "$@"

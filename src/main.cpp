@@ -1,6 +1,10 @@
 #include <array>
 #include <string>
+#include <string_view>
 
+#include <QtGlobal>
+
+#include "app/ApplicationSession.h"
 #include "cli/CommandLine.h"
 
 using namespace tarnwell;
@@ -9,11 +13,26 @@ namespace {
 
 constexpr std::array<cli::Subcommand, 0> kSubcommands{};
 
+bool hasDisplay() {
+    return !qEnvironmentVariableIsEmpty("DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+// Without a subcommand: the tray application, or console mode when asked for
+// or when there is no display to show a tray on.
 int runApplication(int argc, char **argv) {
+    bool console = false;
     for (int i = 1; i < argc; ++i) {
-        return cli::usageError("unknown option '" + std::string(argv[i]) + "'");
+        if (std::string_view(argv[i]) == "--console") {
+            console = true;
+        } else {
+            return cli::usageError("unknown option '" + std::string(argv[i]) + "'");
+        }
     }
-    return cli::usageError("no command given");
+    if (!console && hasDisplay()) {
+        return cli::usageError("the tray is not available in this build; use --console");
+    }
+    return runConsoleApplication(argc, argv);
 }
 
 }  // namespace

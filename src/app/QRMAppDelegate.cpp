@@ -15,6 +15,7 @@
 #include "app/StatusItemView.h"
 #include "app/UrlOpener.h"
 #include "app/UserNotifier.h"
+#include "preferences/QRMConstants.h"
 
 namespace tarnwell {
 
@@ -350,7 +351,7 @@ void QRMAppDelegate::openSharePage(const QString &page, const QString &figure,
     compactFigure.remove(QLatin1Char(' '));
     urlOpener_.openURL(
         QUrl(QStringLiteral("%1/%2/%3/?s=%4&%5")
-                 .arg(QString::fromLatin1(kProductSiteAddress),
+                 .arg(QRMConstants::sharedConstants().siteURL(),
                       localized_(QStringLiteral("language")), page, compactFigure, query)));
 }
 
@@ -376,7 +377,7 @@ void QRMAppDelegate::openSitePage(const QString &pathFormat, const QString &camp
     const QString query = QRMMakeURL().makeUTMParamsURLPartWith({}, {}, {}, {}, campaign);
     const QString path = pathFormat.arg(localized_(QStringLiteral("language")));
     urlOpener_.openURL(
-        QUrl(QString::fromLatin1(kProductSiteAddress) + path + QStringLiteral("/?") + query));
+        QUrl(QRMConstants::sharedConstants().siteURL() + path + QStringLiteral("/?") + query));
 }
 
 void QRMAppDelegate::showCustomerSupportPage() {
@@ -389,7 +390,7 @@ void QRMAppDelegate::showLearnMorePage() {
 }
 
 void QRMAppDelegate::showProductPage() {
-    openSitePage(QStringLiteral("/%1"), QString::fromLatin1(kProductSiteAddress));
+    openSitePage(QStringLiteral("/%1"), QRMConstants::sharedConstants().siteURL());
 }
 
 void QRMAppDelegate::showPrivacyPage() {

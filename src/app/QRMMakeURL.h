@@ -6,9 +6,6 @@
 
 namespace tarnwell {
 
-// Scheme and host of the product web site, without a trailing slash.
-inline constexpr const char kProductSiteAddress[] = "https://tarnwell.app";
-
 // Builds the campaign query attached to every address of the product site,
 // so the site can tell which command, version and build a visitor came from.
 class QRMMakeURL {

@@ -1,0 +1,55 @@
+#include "app/ApplicationSession.h"
+
+#include <cstdio>
+
+#include <QCoreApplication>
+
+#include "BuildInfo.h"
+#include "app/ConsoleViews.h"
+#include "app/TerminationSignals.h"
+#include "localization/QRMLanguageNotifier.h"
+#include "localization/QRMLocalization.h"
+#include "memory/QRMMemoryInfo.h"
+#include "preferences/QRMPreferencesManager.h"
+
+namespace tarnwell {
+
+ApplicationSession::ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier)
+    : engine_(QRMMemoryInfo::sharedMemoryInfo()),
+      settings_(QRMPreferencesManager::sharedPreferencesManager()) {
+    delegate_ = std::make_unique<QRMAppDelegate>(
+        QRMAppDelegate::Services{engine_,
+                                 settings_,
+                                 [](const QString &key) { return localized(key); },
+                                 urlOpener_,
+                                 statusItem,
+                                 notifier,
+                                 {}});
+    // Direct, so the menu is in the new language by the time the change returns.
+    QObject::connect(&QRMLanguageNotifier::sharedNotifier(),
+                     &QRMLanguageNotifier::languageDidChanged, delegate_.get(),
+                     &QRMAppDelegate::languageDidChanged, Qt::DirectConnection);
+    delegate_->awakeFromNib();
+    delegate_->applicationDidFinishLaunching();
+}
+
+ApplicationSession::~ApplicationSession() = default;
+
+int runConsoleApplication(int argc, char **argv) {
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QString::fromLatin1(kDisplayName));
+    QCoreApplication::setApplicationVersion(QString::fromLatin1(kMarketingVersion));
+
+    TerminationSignals terminationSignals;
+    QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &app,
+                     &QCoreApplication::quit);
+    std::fprintf(stderr, "%s %s is watching memory in the terminal; Ctrl-C quits.\n", kDisplayName,
+                 kMarketingVersion);
+
+    ConsoleStatusItemView statusItem;
+    ConsoleNotifier notifier;
+    ApplicationSession session(&statusItem, &notifier);
+    return app.exec();
+}
+
+}  // namespace tarnwell

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "app/AppSettings.h"
+
+namespace tarnwell {
+
+class QRMPreferencesManager;
+
+// The controller's settings, read from and written to the preferences store.
+class PreferencesAppSettings : public AppSettings {
+public:
+    explicit PreferencesAppSettings(QRMPreferencesManager &preferences)
+        : preferences_(preferences) {}
+
+    int64_t statusBarTextType() override;
+    bool statusBarTextWithInfo() override;
+    int64_t statusBarIconType() override;
+    double refreshRate() override;
+    double autoCleanEveryTime() override;
+    bool autoCleanEveryTimeChecked() override;
+    bool autoCleanByFreeSizeChecked() override;
+    int64_t autoCleanByFreeSize() override;
+    bool autoCleanByInactiveSizeChecked() override;
+    int64_t autoCleanByInactiveSize() override;
+    bool showNotificationsAfterCleaning() override;
+    uint64_t lastTimeCleaned() override;
+    void setLastTimeCleaned(uint64_t bytes) override;
+    uint64_t maxCleaned() override;
+    void setMaxCleaned(uint64_t bytes) override;
+    uint64_t totallyCleaned() override;
+    void setTotallyCleaned(uint64_t count) override;
+    int64_t totallyCleanedDigit() override;
+    void setTotallyCleanedDigit(int64_t digit) override;
+    bool isWelcomeShown() override;
+    QString bundleBuild() override;
+    void setBundleBuild(const QString &build) override;
+
+private:
+    QRMPreferencesManager &preferences_;
+};
+
+}  // namespace tarnwell
