@@ -6,12 +6,15 @@
 
 #include "app/ApplicationSession.h"
 #include "cli/CommandLine.h"
+#include "cli/SettingsCommand.h"
 
 using namespace tarnwell;
 
 namespace {
 
-constexpr std::array<cli::Subcommand, 0> kSubcommands{};
+constexpr std::array kSubcommands{
+    cli::Subcommand{"settings", "list, show, change or reset the settings", cli::runSettings},
+};
 
 bool hasDisplay() {
     return !qEnvironmentVariableIsEmpty("DISPLAY") ||

@@ -189,6 +189,11 @@ QString QRMPreferencesManager::fileName() const {
     return settings_->fileName();
 }
 
+bool QRMPreferencesManager::writeFailed() {
+    std::lock_guard lock(mutex_);
+    return writeFailureReported_;
+}
+
 void QRMPreferencesManager::writeLocked(const QString &key, const QVariant &value) {
     settings_->setValue(key, value);
     syncLocked();

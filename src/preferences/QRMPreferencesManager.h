@@ -157,6 +157,8 @@ public:
     QStringList allKeys();
     // Where the settings live, for messages.
     QString fileName() const;
+    // True once a change could not be saved (it is then kept in memory only).
+    bool writeFailed();
 
 private:
     std::optional<QVariant> storedValueLocked(const SettingSpec &spec);
