@@ -1,6 +1,7 @@
 #include "app/ApplicationSession.h"
 
 #include <cstdio>
+#include <filesystem>
 
 #include <QCoreApplication>
 
@@ -9,13 +10,29 @@
 #include "app/TerminationSignals.h"
 #include "localization/QRMLanguageNotifier.h"
 #include "localization/QRMLocalization.h"
+#include "memory/LinuxMemorySource.h"
 #include "memory/QRMMemoryInfo.h"
 #include "preferences/QRMPreferencesManager.h"
 
 namespace tarnwell {
 
+namespace {
+
+std::unique_ptr<QRMMemoryInfo> capturedMemoryInfo() {
+    const QString root = qEnvironmentVariable("TARNWELL_MEMORY_ROOT");
+    if (root.isEmpty()) {
+        return nullptr;
+    }
+    const std::filesystem::path base = root.toStdString();
+    return std::make_unique<QRMMemoryInfo>(
+        std::make_unique<LinuxMemorySource>(base / "proc", base / "sys"));
+}
+
+}  // namespace
+
 ApplicationSession::ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier)
-    : engine_(QRMMemoryInfo::sharedMemoryInfo()),
+    : capturedMemoryInfo_(capturedMemoryInfo()),
+      engine_(capturedMemoryInfo_ ? *capturedMemoryInfo_ : QRMMemoryInfo::sharedMemoryInfo()),
       settings_(QRMPreferencesManager::sharedPreferencesManager()) {
     delegate_ = std::make_unique<QRMAppDelegate>(
         QRMAppDelegate::Services{engine_,

@@ -6,6 +6,7 @@
 #include "app/PreferencesAppSettings.h"
 #include "app/QRMAppDelegate.h"
 #include "app/UrlOpener.h"
+#include "memory/QRMMemoryInfo.h"
 
 namespace tarnwell {
 
@@ -15,6 +16,10 @@ class UserNotifier;
 // A running Tarnwell apart from its views: the controller over the shared
 // memory engine, preferences store and interface language, launched in order
 // (first sample, status item and titles, timers). The views must outlive it.
+//
+// With TARNWELL_MEMORY_ROOT set to a folder holding "proc" and "sys"
+// captures, the engine reads those instead of the machine's, so end-to-end
+// tests run the program on a small record of their own.
 class ApplicationSession {
 public:
     ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier);
@@ -23,6 +28,7 @@ public:
     QRMAppDelegate &delegate() { return *delegate_; }
 
 private:
+    std::unique_ptr<QRMMemoryInfo> capturedMemoryInfo_;
     QRMMemoryInfoEngine engine_;
     PreferencesAppSettings settings_;
     DesktopUrlOpener urlOpener_;
