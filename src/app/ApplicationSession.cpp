@@ -52,21 +52,25 @@ ApplicationSession::ApplicationSession(StatusItemView *statusItem, UserNotifier 
 
 ApplicationSession::~ApplicationSession() = default;
 
-int runConsoleApplication(int argc, char **argv) {
-    QCoreApplication app(argc, argv);
+int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *notifier) {
     QCoreApplication::setApplicationName(QString::fromLatin1(kDisplayName));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kMarketingVersion));
-
+    // A logout or a Ctrl-C ends the event loop, so everything is torn down in
+    // order instead of the process dying inside a cleaning.
     TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &app,
                      &QCoreApplication::quit);
+    ApplicationSession session(statusItem, notifier);
+    return app.exec();
+}
+
+int runConsoleApplication(int argc, char **argv) {
+    QCoreApplication app(argc, argv);
     std::fprintf(stderr, "%s %s is watching memory in the terminal; Ctrl-C quits.\n", kDisplayName,
                  kMarketingVersion);
-
     ConsoleStatusItemView statusItem;
     ConsoleNotifier notifier;
-    ApplicationSession session(&statusItem, &notifier);
-    return app.exec();
+    return runSession(app, &statusItem, &notifier);
 }
 
 }  // namespace tarnwell

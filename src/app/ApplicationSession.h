@@ -8,6 +8,8 @@
 #include "app/UrlOpener.h"
 #include "memory/QRMMemoryInfo.h"
 
+class QCoreApplication;
+
 namespace tarnwell {
 
 class StatusItemView;
@@ -35,8 +37,12 @@ private:
     std::unique_ptr<QRMAppDelegate> delegate_;
 };
 
+// Runs a session over the given views in app's event loop until the quit
+// command, SIGINT or SIGTERM. Returns the exit status.
+int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *notifier);
+
 // Console mode: the same controller with a status line per refresh on
-// standard output, until SIGINT or SIGTERM. Returns the exit status.
+// standard output.
 int runConsoleApplication(int argc, char **argv);
 
 }  // namespace tarnwell
