@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+#include <QMenu>
+#include <QSignalSpy>
+
+#include "QtPrinters.h"
+
+#include "app/QRMMenu.h"
+#include "ui/MenuMirror.h"
+
+namespace tarnwell {
+namespace {
+
+// The menu as a short string, in the notation of the dbusmenu tests.
+QString shapeOf(const QMenu *menu) {
+    QStringList parts;
+    for (const QAction *action : menu->actions()) {
+        QString part;
+        if (!action->isVisible()) {
+            part += QLatin1Char('~');
+        }
+        // Qt disables every hidden action; only a shown one tells.
+        if (action->isVisible() && !action->isEnabled()) {
+            part += QLatin1Char('!');
+        }
+        part += action->isSeparator() ? QStringLiteral("---") : action->text();
+        if (!action->icon().isNull()) {
+            part += QLatin1Char('*');
+        }
+        if (action->menu()) {
+            part += QLatin1Char('(') + shapeOf(action->menu()) + QLatin1Char(')');
+        }
+        parts.append(part);
+    }
+    return parts.join(QStringLiteral(", "));
+}
+
+class MenuMirrorTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        clean = model.addItem(QStringLiteral("Clean"));
+        model.addSeparator();
+        free = model.addItem(QStringLiteral("Free & easy"));
+        QImage legend(16, 16, QImage::Format_ARGB32);
+        legend.fill(Qt::green);
+        free->setImage(legend);
+        swap = model.addItem(QStringLiteral("Swap"));
+        auto *swapMenu = new QRMMenu;
+        swapUsed = swapMenu->addItem(QStringLiteral("Used"));
+        swap->setSubmenu(swapMenu);
+        mirror.setMenu(&model);
+    }
+
+    QRMMenu model;
+    QRMMenuItem *clean, *free, *swap, *swapUsed;
+    MenuMirror mirror;
+};
+
+TEST_F(MenuMirrorTest, ShowsTheModel) {
+    EXPECT_EQ(shapeOf(mirror.menu()), QStringLiteral("Clean, ---, Free && easy*, Swap(Used)"));
+}
+
+TEST_F(MenuMirrorTest, ItemChangesUpdateTheSameActions) {
+    const QList<QAction *> before = mirror.menu()->actions();
+    clean->setTitle(QStringLiteral("Cleaning..."));
+    clean->setEnabled(false);
+    free->setImage({});
+    swapUsed->setVisible(false);
+    EXPECT_EQ(shapeOf(mirror.menu()),
+              QStringLiteral("!Cleaning..., ---, Free && easy, Swap(~Used)"));
+    EXPECT_EQ(mirror.menu()->actions(), before);
+}
+
+TEST_F(MenuMirrorTest, StructureChangesRebuildTheirMenu) {
+    swap->submenu()->addItem(QStringLiteral("Total"));
+    EXPECT_EQ(shapeOf(mirror.menu()),
+              QStringLiteral("Clean, ---, Free && easy*, Swap(Used, Total)"));
+    model.removeAllItems();
+    model.addItem(QStringLiteral("Quit"));
+    EXPECT_EQ(shapeOf(mirror.menu()), QStringLiteral("Quit"));
+}
+
+TEST_F(MenuMirrorTest, ANewSubmenuIsShown) {
+    auto *more = new QRMMenu;
+    more->addItem(QStringLiteral("Page size"));
+    clean->setSubmenu(more);
+    // The rebuild waits for the next turn of the event loop.
+    QCoreApplication::processEvents();
+    EXPECT_EQ(shapeOf(mirror.menu()),
+              QStringLiteral("Clean(Page size), ---, Free && easy*, Swap(Used)"));
+}
+
+TEST_F(MenuMirrorTest, PickingAnActionTriggersTheItem) {
+    QSignalSpy triggered(swapUsed, &QRMMenuItem::triggered);
+    mirror.menu()->actions().at(3)->menu()->actions().at(0)->trigger();
+    EXPECT_TRUE(triggered.wait(10000));
+}
+
+TEST_F(MenuMirrorTest, OpeningAMenuLetsTheModelRefreshFirst) {
+    QSignalSpy rootShown(&model, &QRMMenu::aboutToShow);
+    QObject::connect(&model, &QRMMenu::aboutToShow, clean,
+                     [this] { clean->setTitle(QStringLiteral("Clean now")); });
+    mirror.menu()->popup({0, 0});
+    EXPECT_EQ(rootShown.count(), 1);
+    EXPECT_EQ(mirror.menu()->actions().at(0)->text(), QStringLiteral("Clean now"));
+    mirror.menu()->hide();
+}
+
+}  // namespace
+}  // namespace tarnwell
