@@ -2,11 +2,13 @@
 #include <string>
 #include <string_view>
 
-#include <QtGlobal>
+#include <QApplication>
 
 #include "app/ApplicationSession.h"
 #include "cli/CommandLine.h"
 #include "cli/SettingsCommand.h"
+#include "platform/linux/QRMUserNotificationsManager.h"
+#include "ui/StatusItemViewFactory.h"
 
 using namespace tarnwell;
 
@@ -21,6 +23,15 @@ bool hasDisplay() {
            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
+int runTrayApplication(int argc, char **argv) {
+    QApplication app(argc, argv);
+    // Windows come and go; the status item keeps the program running.
+    QApplication::setQuitOnLastWindowClosed(false);
+    const std::unique_ptr<StatusItemView> statusItem = createStatusItemView();
+    return runSession(app, statusItem.get(),
+                      &QRMUserNotificationsManager::sharedUserNotificationsManager());
+}
+
 // Without a subcommand: the tray application, or console mode when asked for
 // or when there is no display to show a tray on.
 int runApplication(int argc, char **argv) {
@@ -32,10 +43,10 @@ int runApplication(int argc, char **argv) {
             return cli::usageError("unknown option '" + std::string(argv[i]) + "'");
         }
     }
-    if (!console && hasDisplay()) {
-        return cli::usageError("the tray is not available in this build; use --console");
+    if (console || !hasDisplay()) {
+        return runConsoleApplication(argc, argv);
     }
-    return runConsoleApplication(argc, argv);
+    return runTrayApplication(argc, argv);
 }
 
 }  // namespace

@@ -1,0 +1,288 @@
+// The tray application end to end on a private session bus (the test runs
+// under its own dbus-run-session): this test is the panel's
+// StatusNotifierWatcher and the desktop's notification service. It reads the
+// item's label and menu, clicks the clean command through dbusmenu and sees
+// the notification arrive. The program reads a small captured /proc whose
+// free memory the test raises before the click, so the cleaning frees a
+// known amount without touching more than a few MiB of real memory.
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusContext>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusVariant>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class TestWatcher : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
+    Q_PROPERTY(int ProtocolVersion READ protocolVersion)
+    Q_PROPERTY(bool IsStatusNotifierHostRegistered READ isHostRegistered)
+    Q_PROPERTY(QStringList RegisteredStatusNotifierItems READ items)
+public:
+    int protocolVersion() const { return 0; }
+    bool isHostRegistered() const { return true; }
+    QStringList items() const { return items_; }
+
+    // The service the item registered and the bus name that sent it.
+    QString service;
+    QString sender;
+
+public slots:
+    void RegisterStatusNotifierItem(const QString &itemService) {
+        service = itemService;
+        sender = message().service();
+        items_ << itemService;
+        emit StatusNotifierItemRegistered(itemService);
+    }
+    void RegisterStatusNotifierHost(const QString &) {}
+
+signals:
+    void StatusNotifierItemRegistered(const QString &service);
+    void StatusNotifierHostRegistered();
+
+private:
+    QStringList items_;
+};
+
+class TestNotifications : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
+public slots:
+    uint Notify(const QString &, uint, const QString &, const QString &summary, const QString &body,
+                const QStringList &, const QVariantMap &hints, int) {
+        emit notified(summary, body, hints.value("sound-name").toString());
+        return 1;
+    }
+    QStringList GetCapabilities() { return {"body", "sound"}; }
+    QString GetServerInformation(QString &vendor, QString &version, QString &spec) {
+        vendor = "test";
+        version = "1";
+        spec = "1.2";
+        return "tarnwell-test";
+    }
+
+signals:
+    void notified(const QString &summary, const QString &body, const QString &soundName);
+};
+
+class LabelListener : public QObject {
+    Q_OBJECT
+public slots:
+    void onNewLabel(const QString &label, const QString &) { emit changed(label); }
+signals:
+    void changed(const QString &label);
+};
+
+struct LayoutItem {
+    int id = 0;
+    QVariantMap properties;
+    QList<LayoutItem> children;
+};
+
+LayoutItem readLayoutItem(const QDBusArgument &argument) {
+    LayoutItem item;
+    argument.beginStructure();
+    argument >> item.id >> item.properties;
+    argument.beginArray();
+    while (!argument.atEnd()) {
+        QDBusVariant child;
+        argument >> child;
+        item.children << readLayoutItem(child.variant().value<QDBusArgument>());
+    }
+    argument.endArray();
+    argument.endStructure();
+    return item;
+}
+
+const LayoutItem *findByLabel(const LayoutItem &root, const QString &label) {
+    for (const LayoutItem &child : root.children) {
+        if (child.properties.value("label").toString().remove('_') == label) {
+            return &child;
+        }
+        if (const LayoutItem *found = findByLabel(child, label)) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+// A captured /proc and /sys with free and inactive memory set by the test.
+void writeMeminfo(const std::filesystem::path &proc, uint64_t memFreeKiB) {
+    std::ifstream in(std::filesystem::path(TARNWELL_TEST_DATA_DIR) /
+                     "memory/debian12-6.18-noswap/proc/meminfo");
+    std::string text((std::istreambuf_iterator<char>(in)), {});
+    auto set = [&text](const std::string &key, uint64_t kib) {
+        QString q = QString::fromStdString(text);
+        q.replace(QRegularExpression("^" + QRegularExpression::escape(QString::fromStdString(key)) +
+                                         ":\\s+\\d+ kB$",
+                                     QRegularExpression::MultilineOption),
+                  QStringLiteral("%1: %2 kB").arg(QString::fromStdString(key)).arg(kib));
+        text = q.toStdString();
+    };
+    set("MemTotal", 1024 * 1024);
+    set("MemFree", memFreeKiB);
+    set("MemAvailable", 400 * 1024);
+    set("Inactive", 4096);
+    const auto temporary = proc / "meminfo.new";
+    std::ofstream(temporary) << text;
+    std::filesystem::rename(temporary, proc / "meminfo");
+}
+
+class TrayEndToEnd : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) {
+            GTEST_SKIP() << "needs its own session bus (run under dbus-run-session)";
+        }
+        ASSERT_TRUE(home.isValid());
+        const std::filesystem::path root = home.filePath("memory").toStdString();
+        const std::filesystem::path capture =
+            std::filesystem::path(TARNWELL_TEST_DATA_DIR) / "memory/debian12-6.18-noswap";
+        std::filesystem::create_directories(root);
+        std::filesystem::copy(capture, root, std::filesystem::copy_options::recursive);
+        proc = root / "proc";
+        writeMeminfo(proc, 4096);
+
+        // No periodic sample may replace the "before" figure during the test.
+        QSettings settings(home.filePath("config/Tarnwell/Tarnwell.conf"), QSettings::IniFormat);
+        settings.setValue("refreshRate", 3600);
+        settings.setValue("statusBarText", 2);
+        settings.sync();
+
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        ASSERT_TRUE(bus.connect(QString(), "/StatusNotifierItem", "org.kde.StatusNotifierItem",
+                                "XAyatanaNewLabel", &labelListener,
+                                SLOT(onNewLabel(QString, QString))));
+        ASSERT_TRUE(bus.registerObject("/StatusNotifierWatcher", &watcher,
+                                       QDBusConnection::ExportAllContents));
+        ASSERT_TRUE(bus.registerService("org.kde.StatusNotifierWatcher"));
+        ASSERT_TRUE(bus.registerObject("/org/freedesktop/Notifications", &notifications,
+                                       QDBusConnection::ExportAllContents));
+        ASSERT_TRUE(bus.registerService("org.freedesktop.Notifications"));
+
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("HOME", home.path());
+        env.insert("XDG_CONFIG_HOME", home.filePath("config"));
+        env.insert("XDG_DATA_HOME", home.filePath("data"));
+        env.insert("XDG_CACHE_HOME", home.filePath("cache"));
+        env.insert("XDG_RUNTIME_DIR", home.filePath("runtime"));
+        QDir().mkpath(home.filePath("runtime"));
+        QFile::setPermissions(home.filePath("runtime"), QFileDevice::ReadOwner |
+                                                            QFileDevice::WriteOwner |
+                                                            QFileDevice::ExeOwner);
+        env.insert("LC_ALL", "C.UTF-8");
+        env.remove("LANGUAGE");
+        env.insert("DISPLAY", ":9999");  // a desktop session, drawn offscreen
+        env.insert("QT_QPA_PLATFORM", "offscreen");
+        env.insert("TARNWELL_MEMORY_ROOT", QString::fromStdString(root.string()));
+        process.setProcessEnvironment(env);
+        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    }
+
+    void TearDown() override {
+        if (process.state() != QProcess::NotRunning) {
+            process.kill();
+            process.waitForFinished();
+        }
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        bus.unregisterService("org.kde.StatusNotifierWatcher");
+        bus.unregisterService("org.freedesktop.Notifications");
+        bus.unregisterObject("/StatusNotifierWatcher");
+        bus.unregisterObject("/org/freedesktop/Notifications");
+    }
+
+    // Waits until the item's label reads as expected; the item announces
+    // every change with XAyatanaNewLabel.
+    bool waitForLabel(const QString &expected) {
+        for (;;) {
+            if (itemProperty("XAyatanaLabel").toString() == expected) {
+                return true;
+            }
+            if (!labelChanges.wait(30000)) {
+                return false;
+            }
+        }
+    }
+
+    QVariant itemProperty(const QString &name) {
+        QDBusMessage call = QDBusMessage::createMethodCall(
+            watcher.sender, "/StatusNotifierItem", "org.freedesktop.DBus.Properties", "Get");
+        call << QStringLiteral("org.kde.StatusNotifierItem") << name;
+        const QDBusMessage reply = QDBusConnection::sessionBus().call(call);
+        if (reply.type() != QDBusMessage::ReplyMessage) {
+            ADD_FAILURE() << reply.errorMessage().toStdString();
+            return {};
+        }
+        return reply.arguments().value(0).value<QDBusVariant>().variant();
+    }
+
+    QTemporaryDir home;
+    std::filesystem::path proc;
+    LabelListener labelListener;
+    QSignalSpy labelChanges{&labelListener, &LabelListener::changed};
+    TestWatcher watcher;
+    TestNotifications notifications;
+    QProcess process;
+};
+
+TEST_F(TrayEndToEnd, CleanFromTheMenuNotifies) {
+    QSignalSpy registered(&watcher, &TestWatcher::StatusNotifierItemRegistered);
+    process.start(QStringLiteral(TARNWELL_BINARY_DIR "/src/tarnwell"), {});
+    ASSERT_TRUE(process.waitForStarted());
+    ASSERT_TRUE(registered.wait(30000));
+
+    ASSERT_TRUE(waitForLabel("4.00 MB"));
+    const QString menuPath = itemProperty("Menu").value<QDBusObjectPath>().path();
+    ASSERT_FALSE(menuPath.isEmpty());
+
+    QDBusMessage layoutCall = QDBusMessage::createMethodCall(watcher.sender, menuPath,
+                                                             "com.canonical.dbusmenu", "GetLayout");
+    layoutCall << 0 << -1 << QStringList();
+    const QDBusMessage layout = QDBusConnection::sessionBus().call(layoutCall);
+    ASSERT_EQ(layout.type(), QDBusMessage::ReplyMessage) << layout.errorMessage().toStdString();
+    const LayoutItem root = readLayoutItem(layout.arguments().value(1).value<QDBusArgument>());
+    const LayoutItem *clean = findByLabel(root, "Clean Memory Now");
+    ASSERT_NE(clean, nullptr);
+    EXPECT_NE(findByLabel(root, "    4.00 MB Free"), nullptr);
+    EXPECT_NE(findByLabel(root, "Quit"), nullptr);
+
+    // 96 MiB more free memory after the cleaning than before it.
+    writeMeminfo(proc, 100 * 1024);
+    QSignalSpy notified(&notifications, &TestNotifications::notified);
+    QDBusMessage event =
+        QDBusMessage::createMethodCall(watcher.sender, menuPath, "com.canonical.dbusmenu", "Event");
+    event << clean->id << QStringLiteral("clicked") << QVariant::fromValue(QDBusVariant(QString()))
+          << 0u;
+    QDBusConnection::sessionBus().call(event, QDBus::NoBlock);
+    ASSERT_TRUE(notified.wait(30000));
+    EXPECT_EQ(notified[0][0].toString(), "Tarnwell");
+    EXPECT_EQ(notified[0][1].toString(), "96.00 MB cleaned");
+    EXPECT_EQ(notified[0][2].toString(), "message-new-instant");
+
+    ASSERT_EQ(::kill(pid_t(process.processId()), SIGTERM), 0);
+    ASSERT_TRUE(process.waitForFinished(30000));
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process.exitCode(), 0);
+
+    // The statistics were stored where the next run finds them.
+    QSettings stored(home.filePath("config/Tarnwell/Tarnwell.conf"), QSettings::IniFormat);
+    EXPECT_EQ(stored.value("lastTimeCleaned").toULongLong(), 96ull << 20);
+}
+
+}  // namespace
+
+#include "TrayEndToEndTest.moc"
