@@ -31,7 +31,7 @@ void BM_RefreshAndRedraw(benchmark::State &state) {
     FakeNotifier notifier;
     FakeUrlOpener urlOpener;
     QRMAppDelegate delegate(QRMAppDelegate::Services{
-        engine, settings, fakeLocalizer(), urlOpener, &statusItem, &notifier, {}});
+        engine, settings, fakeLocalizer(), urlOpener, &statusItem, &notifier, {}, nullptr});
     delegate.awakeFromNib();
     for (auto _ : state) {
         delegate.refreshMemoryInfo();

@@ -29,7 +29,7 @@ int runTrayApplication(int argc, char **argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     const std::unique_ptr<StatusItemView> statusItem = createStatusItemView();
     return runSession(app, statusItem.get(),
-                      &QRMUserNotificationsManager::sharedUserNotificationsManager());
+                      &QRMUserNotificationsManager::sharedUserNotificationsManager(), nullptr);
 }
 
 // Without a subcommand: the tray application, or console mode when asked for

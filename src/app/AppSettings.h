@@ -38,6 +38,8 @@ public:
     virtual int64_t totallyCleanedDigit() = 0;
     virtual void setTotallyCleanedDigit(int64_t digit) = 0;
 
+    // True until a build number has been stored.
+    virtual bool isFirstRun() = 0;
     virtual bool isWelcomeShown() = 0;
     virtual QString bundleBuild() = 0;
     virtual void setBundleBuild(const QString &build) = 0;

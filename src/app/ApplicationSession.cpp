@@ -30,7 +30,8 @@ std::unique_ptr<QRMMemoryInfo> capturedMemoryInfo() {
 
 }  // namespace
 
-ApplicationSession::ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier)
+ApplicationSession::ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier,
+                                       UsageEvents *usageEvents)
     : capturedMemoryInfo_(capturedMemoryInfo()),
       engine_(capturedMemoryInfo_ ? *capturedMemoryInfo_ : QRMMemoryInfo::sharedMemoryInfo()),
       settings_(QRMPreferencesManager::sharedPreferencesManager()) {
@@ -41,7 +42,8 @@ ApplicationSession::ApplicationSession(StatusItemView *statusItem, UserNotifier 
                                  urlOpener_,
                                  statusItem,
                                  notifier,
-                                 {}});
+                                 {},
+                                 usageEvents});
     // Direct, so the menu is in the new language by the time the change returns.
     QObject::connect(&QRMLanguageNotifier::sharedNotifier(),
                      &QRMLanguageNotifier::languageDidChanged, delegate_.get(),
@@ -52,7 +54,8 @@ ApplicationSession::ApplicationSession(StatusItemView *statusItem, UserNotifier 
 
 ApplicationSession::~ApplicationSession() = default;
 
-int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *notifier) {
+int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *notifier,
+               UsageEvents *usageEvents) {
     QCoreApplication::setApplicationName(QString::fromLatin1(kDisplayName));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kMarketingVersion));
     // A logout or a Ctrl-C ends the event loop, so everything is torn down in
@@ -60,7 +63,7 @@ int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *
     TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &app,
                      &QCoreApplication::quit);
-    ApplicationSession session(statusItem, notifier);
+    ApplicationSession session(statusItem, notifier, usageEvents);
     return app.exec();
 }
 
@@ -70,7 +73,7 @@ int runConsoleApplication(int argc, char **argv) {
                  kMarketingVersion);
     ConsoleStatusItemView statusItem;
     ConsoleNotifier notifier;
-    return runSession(app, &statusItem, &notifier);
+    return runSession(app, &statusItem, &notifier, nullptr);
 }
 
 }  // namespace tarnwell

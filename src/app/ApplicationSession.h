@@ -13,6 +13,7 @@ class QCoreApplication;
 namespace tarnwell {
 
 class StatusItemView;
+class UsageEvents;
 class UserNotifier;
 
 // A running Tarnwell apart from its views: the controller over the shared
@@ -24,7 +25,9 @@ class UserNotifier;
 // tests run the program on a small record of their own.
 class ApplicationSession {
 public:
-    ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier);
+    // usageEvents may be null: nothing is reported.
+    ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier,
+                       UsageEvents *usageEvents);
     ~ApplicationSession();
 
     QRMAppDelegate &delegate() { return *delegate_; }
@@ -39,7 +42,8 @@ private:
 
 // Runs a session over the given views in app's event loop until the quit
 // command, SIGINT or SIGTERM. Returns the exit status.
-int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *notifier);
+int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *notifier,
+               UsageEvents *usageEvents);
 
 // Console mode: the same controller with a status line per refresh on
 // standard output.

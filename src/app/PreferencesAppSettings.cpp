@@ -80,6 +80,10 @@ void PreferencesAppSettings::setTotallyCleanedDigit(int64_t digit) {
     preferences_.setTotallyCleanedDigit(digit);
 }
 
+bool PreferencesAppSettings::isFirstRun() {
+    return preferences_.isFirstRun();
+}
+
 bool PreferencesAppSettings::isWelcomeShown() {
     return preferences_.isWelcomeShown();
 }

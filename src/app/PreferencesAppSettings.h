@@ -31,6 +31,7 @@ public:
     void setTotallyCleaned(uint64_t count) override;
     int64_t totallyCleanedDigit() override;
     void setTotallyCleanedDigit(int64_t digit) override;
+    bool isFirstRun() override;
     bool isWelcomeShown() override;
     QString bundleBuild() override;
     void setBundleBuild(const QString &build) override;

@@ -14,6 +14,7 @@
 #include "app/StatusIcons.h"
 #include "app/StatusItemView.h"
 #include "app/UrlOpener.h"
+#include "app/UsageEvents.h"
 #include "app/UserNotifier.h"
 #include "preferences/QRMConstants.h"
 
@@ -47,19 +48,22 @@ QRMAppDelegate::QRMAppDelegate(Services services, QObject *parent)
       urlOpener_(services.urlOpener),
       pendingStatusItem_(services.statusItem),
       notifier_(services.notifier),
+      usageEvents_(services.usageEvents),
       runInBackground_(services.runInBackground ? std::move(services.runInBackground)
                                                 : BackgroundRunner(runOnNewThread)) {
     connect(&refreshMemoryInfoTimer_, &QTimer::timeout, this, &QRMAppDelegate::refreshMemoryInfo);
     connect(&autoCleanEveryTimeTimer_, &QTimer::timeout, this, &QRMAppDelegate::cleanMemoryNow);
     connectMenuCommands();
 
+    // Listening first: the first threshold check below may already start a
+    // cleaning, and its end must not go unheard.
+    memoryCleanedObserver_ = engine_.addMemoryCleanedObserver([this] { memoryCleaned(); });
+
     freeMemoryBefore_ = 0;
     freeMemoryAfter_ = 0;
     // With nothing recorded this is one refresh, one menu rebuild and one
     // threshold check.
     setMemoryCleaningInProgress(false);
-
-    memoryCleanedObserver_ = engine_.addMemoryCleanedObserver([this] { memoryCleaned(); });
 }
 
 QRMAppDelegate::~QRMAppDelegate() {
@@ -93,6 +97,15 @@ void QRMAppDelegate::awakeFromNib() {
         statusItem_->setMenu(statusMenu_.menu());
     }
     languageDidChanged();
+    // Adding the autostart entry on the first run belongs to the login-items
+    // part, which the preferences window brings; until then only the event.
+    if (usageEvents_) {
+        if (settings_.isFirstRun()) {
+            usageEvents_->firstRun();
+        } else {
+            usageEvents_->run();
+        }
+    }
 }
 
 void QRMAppDelegate::applicationDidFinishLaunching() {
@@ -113,9 +126,23 @@ void QRMAppDelegate::showWelcomePageIfNeeded() {
     settings_.setBundleBuild(build);
 }
 
+namespace {
+
+// The store keeps whatever it is given; a zero or negative interval would make
+// a timer spin, so the shortest interval is one second.
+std::chrono::milliseconds timerInterval(float seconds, const char *setting) {
+    if (!(seconds >= 1.0f)) {
+        qWarning("%s gives an interval of %g s; using 1 s", setting, double(seconds));
+        seconds = 1.0f;
+    }
+    return std::chrono::milliseconds(qint64(double(seconds) * 1000.0));
+}
+
+}  // namespace
+
 void QRMAppDelegate::setupRefreshMemoryInfoTimer() {
     refreshMemoryInfoTimer_.setInterval(
-        std::chrono::milliseconds(qint64(double(float(settings_.refreshRate())) * 1000.0)));
+        timerInterval(float(settings_.refreshRate()), "refreshRate"));
     refreshMemoryInfoTimer_.start();
 }
 
@@ -125,9 +152,8 @@ void QRMAppDelegate::invalidateRefreshMemoryInfoTimer() {
 
 void QRMAppDelegate::setupAutoCleanEveryTimeTimer() {
     // Minutes to seconds in single precision, as the interval always was.
-    const float seconds = float(settings_.autoCleanEveryTime()) * 60.0f;
     autoCleanEveryTimeTimer_.setInterval(
-        std::chrono::milliseconds(qint64(double(seconds) * 1000.0)));
+        timerInterval(float(settings_.autoCleanEveryTime()) * 60.0f, "autoCleanEveryTime"));
     autoCleanEveryTimeTimer_.start();
 }
 
@@ -163,6 +189,9 @@ void QRMAppDelegate::cleanMemoryNow() {
 }
 
 void QRMAppDelegate::memoryCleaned() {
+    if (usageEvents_) {
+        usageEvents_->memoryCleaned();
+    }
     // Cleaning thread: hand over to the main thread without waiting for it.
     QMetaObject::invokeMethod(this, &QRMAppDelegate::setMemoryCleaningInProgressToNO,
                               Qt::QueuedConnection);

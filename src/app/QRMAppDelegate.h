@@ -15,6 +15,7 @@ class AppSettings;
 class MemoryEngine;
 class StatusItemView;
 class UrlOpener;
+class UsageEvents;
 class UserNotifier;
 
 // The application's controller: owns the status menu and the two timers,
@@ -38,6 +39,8 @@ public:
         UserNotifier *notifier = nullptr;
         // Runs a task off the main thread; empty means a new detached thread.
         BackgroundRunner runInBackground;
+        // Null: no usage events.
+        UsageEvents *usageEvents = nullptr;
     };
 
     // Takes the first sample (which may already start a cleaning, when a
@@ -45,7 +48,7 @@ public:
     explicit QRMAppDelegate(Services services, QObject *parent = nullptr);
     ~QRMAppDelegate() override;
 
-    // Shows the status item with its menu and titles.
+    // Shows the status item with its menu and titles, and reports the launch.
     void awakeFromNib();
     // Starts the timers and records the build that ran.
     void applicationDidFinishLaunching();
@@ -110,6 +113,7 @@ private:
     StatusItemView *pendingStatusItem_;
     StatusItemView *statusItem_ = nullptr;
     UserNotifier *notifier_;
+    UsageEvents *usageEvents_;
     BackgroundRunner runInBackground_;
     int memoryCleanedObserver_ = -1;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <ostream>
@@ -13,6 +14,7 @@
 #include "app/QRMAppDelegate.h"
 #include "app/StatusItemView.h"
 #include "app/UrlOpener.h"
+#include "app/UsageEvents.h"
 #include "app/UserNotifier.h"
 #include "memory/QRMRecordKeys.h"
 
@@ -105,6 +107,7 @@ struct FakeSettings : AppSettings {
     void setTotallyCleaned(uint64_t count) override { total = count; }
     int64_t totallyCleanedDigit() override { return digit; }
     void setTotallyCleanedDigit(int64_t d) override { digit = d; }
+    bool isFirstRun() override { return build.isEmpty(); }
     bool isWelcomeShown() override { return welcomeShown; }
     QString bundleBuild() override { return build; }
     void setBundleBuild(const QString &b) override { build = b; }
@@ -138,6 +141,13 @@ struct FakeNotifier : UserNotifier {
     }
 };
 
+struct FakeUsageEvents : UsageEvents {
+    std::atomic<int> firstRuns{0}, runs{0}, cleanings{0};
+    void firstRun() override { ++firstRuns; }
+    void run() override { ++runs; }
+    void memoryCleaned() override { ++cleanings; }
+};
+
 struct FakeUrlOpener : UrlOpener {
     std::vector<QUrl> opened;
     void openURL(const QUrl &url) override { opened.push_back(url); }
@@ -162,12 +172,13 @@ struct ControllerRig {
     FakeStatusItem statusItem;
     FakeNotifier notifier;
     FakeUrlOpener urlOpener;
+    FakeUsageEvents usageEvents;
     Localizer localized = fakeLocalizer();
 
     std::unique_ptr<QRMAppDelegate> start() {
         auto delegate = std::make_unique<QRMAppDelegate>(
             QRMAppDelegate::Services{engine, settings, localized, urlOpener, &statusItem, &notifier,
-                                     [](std::function<void()> task) { task(); }});
+                                     [](std::function<void()> task) { task(); }, &usageEvents});
         delegate->awakeFromNib();
         return delegate;
     }

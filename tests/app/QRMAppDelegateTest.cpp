@@ -55,6 +55,14 @@ TEST_F(CleaningController, RequestWhileCleaningIsDropped) {
     EXPECT_EQ(rig.engine.cleaningRequests, 1);
 }
 
+TEST_F(CleaningController, EveryCompletedCleaningIsAUsageEvent) {
+    delegate->cleanMemoryNow();
+    finishCleaning(recordWith(1000 * kMiB));
+    delegate->cleanMemoryNow();
+    finishCleaning(recordWith(1500 * kMiB));
+    EXPECT_EQ(rig.usageEvents.cleanings, 2);
+}
+
 TEST_F(CleaningController, FreedMemoryIsRecordedAndAnnounced) {
     rig.settings.max = 100 * kMiB;
     delegate->cleanMemoryNow();
@@ -204,6 +212,11 @@ TEST_F(CleaningController, TimersFollowTheSettings) {
     EXPECT_EQ(delegate->autoCleanEveryTimeTimer().interval(), 600000);
     delegate->invalidateAutoCleanEveryTimeTimer();
     EXPECT_FALSE(delegate->autoCleanEveryTimeTimer().isActive());
+
+    // A broken settings file must not make the refresh spin.
+    rig.settings.refresh = 0;
+    delegate->setupRefreshMemoryInfoTimer();
+    EXPECT_EQ(delegate->refreshMemoryInfoTimer().interval(), 1000);
 }
 
 // Threshold policy: free must fall strictly below its threshold, inactive
@@ -275,6 +288,9 @@ TEST_P(WelcomePage, ShownOnFirstLaunchAndAfterAnUpdate) {
     QSignalSpy requested(delegate.get(), &QRMAppDelegate::welcomePageRequested);
     delegate->applicationDidFinishLaunching();
     EXPECT_EQ(requested.size(), c.expectShown ? 1 : 0);
+    // The launch is reported before the build number is stored.
+    EXPECT_EQ(rig.usageEvents.firstRuns, c.storedBuild[0] == 0 ? 1 : 0);
+    EXPECT_EQ(rig.usageEvents.runs, c.storedBuild[0] == 0 ? 0 : 1);
     EXPECT_EQ(rig.settings.build, QString::fromLatin1(kBuildNumber));
 }
 

@@ -1,0 +1,17 @@
+#pragma once
+
+namespace tarnwell {
+
+// The usage events the controller reports. The production implementation
+// forwards to the analytics facade; without one nothing is reported.
+class UsageEvents {
+public:
+    virtual ~UsageEvents() = default;
+    // The first launch ever, or any later one.
+    virtual void firstRun() = 0;
+    virtual void run() = 0;
+    // After each completed cleaning; called on the engine's cleaning thread.
+    virtual void memoryCleaned() = 0;
+};
+
+}  // namespace tarnwell
