@@ -27,9 +27,9 @@ public:
     std::optional<uint64_t> hardwarePhysicalMemory() override {
         return state_->hardwarePhysicalMemory;
     }
-    std::optional<uint64_t> userMemory() override { return state_->userMemory; }
-    std::optional<VmStatistics> sampleVmStatistics() override { return state_->vmStatistics; }
-    std::optional<SwapUsage> sampleSwapUsage() override { return state_->swapUsage; }
+    MemorySample sample() override {
+        return {state_->userMemory, state_->vmStatistics, state_->swapUsage};
+    }
 
 private:
     std::shared_ptr<State> state_;

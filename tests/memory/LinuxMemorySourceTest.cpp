@@ -130,13 +130,13 @@ TEST_P(LinuxCapture, HardwareFigures) {
     EXPECT_EQ(memory.physicalMemory(), 4096u * 1000);
     EXPECT_EQ(memory.hardwareMemorySize(), c.hardwareMemorySize);
     EXPECT_EQ(memory.hardwarePhysicalMemory(), c.hardwarePhysicalMemory);
-    EXPECT_EQ(memory.userMemory(), c.userMemory);
+    EXPECT_EQ(memory.sample().userMemory, c.userMemory);
 }
 
 TEST_P(LinuxCapture, PageCounters) {
     auto memory = source();
     const Capture &c = GetParam();
-    const auto s = memory.sampleVmStatistics();
+    const auto s = memory.sample().vmStatistics;
     ASSERT_TRUE(s.has_value());
     EXPECT_EQ(s->pageSize, 4096);
     EXPECT_EQ(s->freeCount, c.freeCount);
@@ -165,7 +165,7 @@ TEST_P(LinuxCapture, PageCounters) {
 TEST_P(LinuxCapture, SwapUsage) {
     auto memory = source();
     const Capture &c = GetParam();
-    const auto swap = memory.sampleSwapUsage();
+    const auto swap = memory.sample().swapUsage;
     ASSERT_TRUE(swap.has_value());
     EXPECT_EQ(swap->totalBytes, c.swapTotal);
     EXPECT_EQ(swap->availableBytes, c.swapAvailable);
@@ -198,7 +198,7 @@ TEST_P(SwapEncryption, OnlyWhenEveryAreaIsDmCrypt) {
     std::ofstream(root / "proc/swaps") << "Filename\tType\tSize\tUsed\tPriority\n"
                                        << GetParam().swaps;
     LinuxMemorySource memory(root / "proc", capture / "sys", {4096, 10});
-    const auto swap = memory.sampleSwapUsage();
+    const auto swap = memory.sample().swapUsage;
     fs::remove_all(root);
     ASSERT_TRUE(swap.has_value());
     EXPECT_EQ(swap->encrypted, GetParam().encrypted);
@@ -217,11 +217,12 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(LinuxMemorySource, FailsEverySampleWithoutProc) {
     LinuxMemorySource memory("/nonexistent/proc", "/nonexistent/sys", {4096, 10});
-    EXPECT_FALSE(memory.sampleVmStatistics().has_value());
-    EXPECT_FALSE(memory.sampleSwapUsage().has_value());
+    const MemorySample sample = memory.sample();
+    EXPECT_FALSE(sample.vmStatistics.has_value());
+    EXPECT_FALSE(sample.swapUsage.has_value());
+    EXPECT_FALSE(sample.userMemory.has_value());
     EXPECT_FALSE(memory.hardwareMemorySize().has_value());
     EXPECT_FALSE(memory.hardwarePhysicalMemory().has_value());
-    EXPECT_FALSE(memory.userMemory().has_value());
 }
 
 }  // namespace
