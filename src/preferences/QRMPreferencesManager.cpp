@@ -84,6 +84,9 @@ QVariant QRMPreferencesManager::defaultValue(Setting setting) const {
 
 std::optional<QVariant> QRMPreferencesManager::storedValueLocked(const SettingSpec &spec) {
     const QString key = keyOf(spec);
+    // Picks up what another process (tarnwell settings, an editor) wrote since;
+    // costs one stat() when the file is unchanged.
+    settings_->sync();
     if (!settings_->contains(key)) {
         return std::nullopt;
     }
@@ -171,6 +174,7 @@ void QRMPreferencesManager::setData(const QVariant &value, const QString &key) {
 
 QByteArray QRMPreferencesManager::dataForKey(const QString &key) {
     std::lock_guard lock(mutex_);
+    settings_->sync();
     const QVariant stored = settings_->value(key);
     return stored.typeId() == QMetaType::QByteArray ? stored.toByteArray() : QByteArray();
 }

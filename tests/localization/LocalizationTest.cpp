@@ -134,5 +134,23 @@ INSTANTIATE_TEST_SUITE_P(PopUpIndexes, ChangeLanguageTest,
                                            ChangeCase{"Negative", -1, QStringList{"ru"}, 2, "ru"}),
                          [](const auto &info) { return std::string(info.param.name); });
 
+// The shared objects as the program wires them: the user's settings file under
+// "Tarnwell/Tarnwell" and the tables compiled into the executable.
+TEST(SharedLocalizationTest, ChangeReachesTheUsersFileAndTheCompiledTables) {
+    QTemporaryDir config;
+    qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
+    int heard = 0;
+    QObject::connect(&QRMLanguageNotifier::sharedNotifier(),
+                     &QRMLanguageNotifier::languageDidChanged, [&] { ++heard; });
+
+    changeLanguage(3);
+
+    EXPECT_EQ(heard, 1);
+    EXPECT_EQ(localized("Quit"), "Вийти");
+    QSettings file(config.filePath("Tarnwell/Tarnwell.conf"), QSettings::IniFormat);
+    EXPECT_EQ(file.value("AppleLanguages").toString(), "ukr");
+    EXPECT_EQ(file.value("selectedLanguage").toString(), "3");
+}
+
 }  // namespace
 }  // namespace tarnwell::test

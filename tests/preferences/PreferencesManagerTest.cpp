@@ -248,6 +248,13 @@ TEST_F(PreferencesTest, GarbageIsReplacedByTheWrittenBackDefault) {
     EXPECT_EQ(reread()->value("refreshRate").toString(), "5");
 }
 
+TEST_F(PreferencesTest, ChangesWrittenByAnotherProcessAreReadAtOnce) {
+    store().setRefreshRate(5);
+    writeFile("[General]\nrefreshRate=12\nshowDockIcon=true\n");
+    EXPECT_EQ(store().refreshRate(), 12);
+    EXPECT_TRUE(store().showDockIcon());
+}
+
 int gWarnings = 0;
 void countWarnings(QtMsgType type, const QMessageLogContext &, const QString &) {
     gWarnings += type == QtWarningMsg;
