@@ -2,12 +2,15 @@
 #include <string>
 
 #include "cli/CommandLine.h"
+#include "cli/SettingsCommand.h"
 
 using namespace tarnwell;
 
 namespace {
 
-constexpr std::array<cli::Subcommand, 0> kSubcommands{};
+constexpr std::array kSubcommands{
+    cli::Subcommand{"settings", "list, show, change or reset the settings", cli::runSettings},
+};
 
 int runApplication(int argc, char **argv) {
     for (int i = 1; i < argc; ++i) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -8,11 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "CleaningPlan.h"
+#include "MemoryBlockAllocator.h"
+#include "MemorySource.h"
 #include "QRMNumber.h"
 
 namespace tarnwell {
-
-class MemorySource;
 
 // The one object that knows the machine's memory: it samples the kernel's
 // counters into the statistics record, formats sizes for display and runs the
@@ -24,6 +26,10 @@ public:
 
     // An instance over any source; tests pass a fake one.
     explicit QRMMemoryInfo(std::unique_ptr<MemorySource> source);
+    // Tests also pass an allocator that can hold a cleaning half-way.
+    QRMMemoryInfo(std::unique_ptr<MemorySource> source,
+                  std::unique_ptr<MemoryBlockAllocator> allocator);
+    // Waits for a cleaning thread still running.
     ~QRMMemoryInfo();
     QRMMemoryInfo(const QRMMemoryInfo &) = delete;
     QRMMemoryInfo &operator=(const QRMMemoryInfo &) = delete;
@@ -45,9 +51,11 @@ public:
     static std::string adaptiveMemorySize(uint64_t bytes, bool withAbbreviation, bool withFullName,
                                           bool withStandartLenght);
 
-    // Cleaning engine. Returns at once; "memoryCleaned" observers are called
-    // on the cleaning thread once the block has been touched and released.
-    void cleanMemoryNow();
+    // Cleaning engine. Returns at once, saying whether a cleaning started or
+    // why not; "memoryCleaned" observers are called on the cleaning thread
+    // once the block has been touched and released, and only for a cleaning
+    // that started.
+    CleaningDecision cleanMemoryNow();
     void cleanMemoryBlock();
     void freeAllocatedMemoryIfPossible();
     uint64_t operationalBytes() const;
@@ -57,6 +65,39 @@ public:
     // "memoryCleaned": called on the cleaning thread. Returns an id for removal.
     int addMemoryCleanedObserver(std::function<void()> observer);
     void removeMemoryCleanedObserver(int id);
+
+private:
+    struct Block {
+        void *data = nullptr;
+        size_t bytes = 0;
+    };
+
+    void freeAllocatedMemoryIfPossible(std::unique_lock<std::mutex> engineLock);
+    void releaseAndAnnounce(Block block);
+    void cleaningThreadFinished();
+
+    std::unique_ptr<MemorySource> source_;
+    std::unique_ptr<MemoryBlockAllocator> allocator_;
+
+    mutable std::mutex recordMutex_;
+    QRMStatisticsRecord record_;
+
+    // Serialises starting a cleaning against the cleaning thread's hand-back,
+    // so a request that arrives just as the flag clears cannot replace the
+    // block before the old one is released.
+    std::mutex engineMutex_;
+    std::atomic<uint64_t> operationalBytes_{0};
+    std::atomic<bool> memoryCleaningThreadSemaphore_{false};
+    bool blockClaimed_ = false;  // the cleaning thread is making the block resident
+    Block memoryBlock_;
+
+    std::mutex threadsMutex_;
+    std::condition_variable threadsFinished_;
+    int runningThreads_ = 0;
+
+    std::mutex observersMutex_;
+    std::vector<std::pair<int, std::function<void()>>> observers_;
+    int nextObserverId_ = 1;
 };
 
 }  // namespace tarnwell

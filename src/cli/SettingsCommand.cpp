@@ -1,0 +1,116 @@
+#include "cli/SettingsCommand.h"
+
+#include <cstdio>
+#include <string>
+
+#include "preferences/QRMPreferencesManager.h"
+#include "preferences/QRMSettingValue.h"
+#include "preferences/QRMSettingsTable.h"
+
+namespace tarnwell::cli {
+
+namespace {
+
+constexpr char kUsage[] =
+    "Usage: tarnwell settings              list every setting with its value\n"
+    "       tarnwell settings KEY          print one setting\n"
+    "       tarnwell settings KEY VALUE    change one setting\n"
+    "       tarnwell settings --reset      remove every stored setting\n";
+
+void printLine(const QString &text) {
+    std::fputs(text.toLocal8Bit().constData(), stdout);
+    std::fputc('\n', stdout);
+}
+
+QString keyOf(const SettingSpec &spec) {
+    return QString::fromLatin1(spec.key.data(), qsizetype(spec.key.size()));
+}
+
+QString valueText(QRMPreferencesManager &preferences, const SettingSpec &spec) {
+    const QVariant value = preferences.value(spec.id);
+    if (!value.isValid()) {
+        return QStringLiteral("(none)");
+    }
+    return settingValueToText(spec.type, value);
+}
+
+int listSettings(QRMPreferencesManager &preferences) {
+    for (const SettingSpec &spec : kSettingsTable) {
+        // Reading applies the default rule, so the listing leaves the file as
+        // the program itself would after reading every setting.
+        QString text = valueText(preferences, spec);
+        if (!preferences.hasStoredValue(spec.id) && preferences.value(spec.id).isValid()) {
+            text += QStringLiteral(" (default, not stored)");
+        }
+        printLine(QStringLiteral("%1 %2").arg(keyOf(spec), -38).arg(text));
+    }
+    return kExitOk;
+}
+
+int resetSettings(QRMPreferencesManager &preferences) {
+    const QStringList keys = preferences.allKeys();
+    if (keys.isEmpty()) {
+        printLine(QStringLiteral("No settings stored in %1.").arg(preferences.fileName()));
+        return kExitOk;
+    }
+    printLine(QStringLiteral("Removing %1 stored setting(s) from %2:")
+                  .arg(keys.size())
+                  .arg(preferences.fileName()));
+    for (const QString &key : keys) {
+        printLine(QStringLiteral("  ") + key);
+        preferences.removeObjectForKey(key);
+    }
+    return preferences.writeFailed() ? kExitFailure : kExitOk;
+}
+
+int setSetting(QRMPreferencesManager &preferences, const SettingSpec &spec, const QString &text) {
+    const std::optional<QVariant> value = settingValueFromText(spec.type, text);
+    if (!value) {
+        return usageError(QStringLiteral("'%1' is not a valid value for %2: expected %3")
+                              .arg(text, keyOf(spec), describeSettingType(spec.type))
+                              .toStdString());
+    }
+    preferences.setValue(spec.id, *value);
+    if (preferences.writeFailed()) {
+        return kExitFailure;
+    }
+    printLine(QStringLiteral("%1 = %2").arg(keyOf(spec), valueText(preferences, spec)));
+    return kExitOk;
+}
+
+}  // namespace
+
+int runSettings(Arguments args, QRMPreferencesManager &preferences) {
+    if (args.size() == 1 && std::string_view(args[0]) == "--help") {
+        std::fputs(kUsage, stdout);
+        return kExitOk;
+    }
+    if (args.size() == 1 && std::string_view(args[0]) == "--reset") {
+        return resetSettings(preferences);
+    }
+    if (args.empty()) {
+        return listSettings(preferences);
+    }
+    if (args[0][0] == '-') {
+        return usageError("settings: unknown option '" + std::string(args[0]) + "'");
+    }
+    if (args.size() > 2) {
+        return usageError("settings: too many arguments; give a key and at most one value");
+    }
+    const SettingSpec *spec = findSetting(args[0]);
+    if (!spec) {
+        return usageError("settings: no setting is called '" + std::string(args[0]) +
+                          "'; 'tarnwell settings' lists them");
+    }
+    if (args.size() == 2) {
+        return setSetting(preferences, *spec, QString::fromLocal8Bit(args[1]));
+    }
+    printLine(valueText(preferences, *spec));
+    return kExitOk;
+}
+
+int runSettings(Arguments args) {
+    return runSettings(args, QRMPreferencesManager::sharedPreferencesManager());
+}
+
+}  // namespace tarnwell::cli

@@ -1,0 +1,231 @@
+#include "LinuxMemorySource.h"
+
+#include <unistd.h>
+
+#include <charconv>
+#include <fstream>
+#include <sstream>
+
+namespace tarnwell {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::optional<std::string> readFile(const fs::path &path) {
+    // /proc files report a size of 0, so read until the end instead of
+    // trusting the file size.
+    std::ifstream stream(path, std::ios::binary);
+    if (!stream) {
+        return std::nullopt;
+    }
+    std::ostringstream contents;
+    contents << stream.rdbuf();
+    if (stream.bad()) {
+        return std::nullopt;
+    }
+    return std::move(contents).str();
+}
+
+std::string firstLine(const std::string &text) {
+    return text.substr(0, text.find('\n'));
+}
+
+template <class Fields>
+const Fields *parsed(const proc::ParseResult<Fields> &result) {
+    return std::get_if<Fields>(&result);
+}
+
+// Bytes of "wired" memory: what the kernel holds and will not give up under
+// pressure, the nearest Linux has to the wired page class.
+uint64_t wiredBytes(const proc::MeminfoFields &meminfo) {
+    return meminfo.unevictableBytes + meminfo.sUnreclaimBytes + meminfo.kernelStackBytes +
+           meminfo.pageTablesBytes;
+}
+
+// Kernels before 3.14 do not report MemAvailable. The kernel's own estimate
+// is free memory plus the page cache and reclaimable slab, each less the
+// smaller of its half and the low watermark; without the watermarks at hand
+// assume the worst case, half of each, so the cleaning cap stays on the safe
+// side.
+uint64_t estimatedAvailableBytes(const proc::MeminfoFields &meminfo) {
+    const uint64_t pageCache = meminfo.activeFileBytes + meminfo.inactiveFileBytes;
+    return meminfo.memFreeBytes + pageCache / 2 + meminfo.sReclaimableBytes / 2;
+}
+
+}  // namespace
+
+LinuxMemorySource::SystemPages LinuxMemorySource::SystemPages::current() {
+    const long pageSize = sysconf(_SC_PAGESIZE);
+    const long physicalPages = sysconf(_SC_PHYS_PAGES);
+    return {static_cast<int32_t>(pageSize > 0 ? pageSize : 4096),
+            static_cast<uint64_t>(physicalPages > 0 ? physicalPages : 0)};
+}
+
+LinuxMemorySource::LinuxMemorySource(fs::path procRoot, fs::path sysRoot, SystemPages system)
+    : procRoot_(std::move(procRoot)), sysRoot_(std::move(sysRoot)), system_(system) {}
+
+uint64_t LinuxMemorySource::physicalMemory() {
+    return system_.physicalPages * static_cast<uint64_t>(system_.pageSize);
+}
+
+std::optional<proc::MeminfoFields> LinuxMemorySource::readMeminfo() const {
+    const auto text = readFile(procRoot_ / "meminfo");
+    if (!text) {
+        return std::nullopt;
+    }
+    const auto result = proc::parseMeminfo(*text);
+    if (const auto *fields = parsed(result)) {
+        return *fields;
+    }
+    return std::nullopt;
+}
+
+// Installed memory is the sum of the online memory blocks: unlike MemTotal it
+// includes what the firmware and the kernel image reserved at boot.
+std::optional<uint64_t> LinuxMemorySource::onlineMemoryBlockBytes() const {
+    const fs::path memory = sysRoot_ / "devices/system/memory";
+    const auto blockSizeText = readFile(memory / "block_size_bytes");
+    if (!blockSizeText) {
+        return std::nullopt;
+    }
+    const std::string hex = firstLine(*blockSizeText);
+    uint64_t blockSize = 0;
+    const auto [end, error] = std::from_chars(hex.data(), hex.data() + hex.size(), blockSize, 16);
+    if (error != std::errc() || end != hex.data() + hex.size() || blockSize == 0) {
+        return std::nullopt;
+    }
+    std::error_code ignored;
+    uint64_t onlineBlocks = 0;
+    for (const auto &entry : fs::directory_iterator(memory, ignored)) {
+        if (!entry.path().filename().string().starts_with("memory")) {
+            continue;
+        }
+        const auto online = readFile(entry.path() / "online");
+        if (online && firstLine(*online) == "1") {
+            ++onlineBlocks;
+        }
+    }
+    if (onlineBlocks == 0) {
+        return std::nullopt;
+    }
+    return onlineBlocks * blockSize;
+}
+
+std::optional<uint64_t> LinuxMemorySource::hardwareMemorySize() {
+    if (const auto installed = onlineMemoryBlockBytes()) {
+        return installed;
+    }
+    return hardwarePhysicalMemory();
+}
+
+std::optional<uint64_t> LinuxMemorySource::hardwarePhysicalMemory() {
+    const auto meminfo = readMeminfo();
+    if (!meminfo) {
+        return std::nullopt;
+    }
+    return meminfo->memTotalBytes;
+}
+
+std::optional<uint64_t> LinuxMemorySource::userMemory() {
+    const auto meminfo = readMeminfo();
+    if (!meminfo) {
+        return std::nullopt;
+    }
+    const uint64_t wired = wiredBytes(*meminfo);
+    return meminfo->memTotalBytes > wired ? meminfo->memTotalBytes - wired : 0;
+}
+
+std::optional<VmStatistics> LinuxMemorySource::sampleVmStatistics() {
+    const auto meminfo = readMeminfo();
+    const auto vmstatText = readFile(procRoot_ / "vmstat");
+    if (!meminfo || !vmstatText) {
+        return std::nullopt;
+    }
+    const auto vmstatResult = proc::parseVmstat(*vmstatText);
+    const auto *vmstat = parsed(vmstatResult);
+    if (!vmstat) {
+        return std::nullopt;
+    }
+    const uint64_t pageSize = static_cast<uint64_t>(system_.pageSize);
+    // Page classes are 32-bit counts in the record, as on the platform the
+    // record was first defined for.
+    const auto pages = [pageSize](uint64_t bytes) {
+        return static_cast<uint32_t>(bytes / pageSize);
+    };
+
+    VmStatistics statistics;
+    statistics.pageSize = system_.pageSize;
+    statistics.freeCount = pages(meminfo->memFreeBytes);
+    statistics.activeCount = pages(meminfo->activeBytes);
+    statistics.inactiveCount = pages(meminfo->inactiveBytes);
+    statistics.wireCount = pages(wiredBytes(*meminfo));
+    statistics.faults = vmstat->pgfault;
+    statistics.reactivations = vmstat->pgactivate;
+    statistics.pageins = vmstat->pgmajfault;
+    statistics.pageouts = vmstat->pswpout;
+    statistics.purges = vmstat->pgstealKswapd + vmstat->pgstealDirect;
+    statistics.swapins = vmstat->pswpin;
+    statistics.swapouts = vmstat->pswpout;
+    statistics.decompressions = vmstat->zswpin;
+    statistics.compressions = vmstat->zswpout;
+    statistics.externalPageCount = pages(meminfo->activeFileBytes + meminfo->inactiveFileBytes);
+    statistics.internalPageCount = pages(meminfo->activeAnonBytes + meminfo->inactiveAnonBytes);
+    statistics.compressorPageCount = pages(meminfo->zswapBytes);
+    statistics.totalUncompressedPagesInCompressor = meminfo->zswappedBytes / pageSize;
+    statistics.availableBytes = meminfo->memAvailableBytes ? *meminfo->memAvailableBytes
+                                                           : estimatedAvailableBytes(*meminfo);
+    return statistics;
+}
+
+bool LinuxMemorySource::isDmCryptDevice(const std::string &devicePath) const {
+    // dm-crypt targets carry a device-mapper UUID that starts with "CRYPT-".
+    const auto hasCryptUuid = [](const fs::path &blockDevice) {
+        const auto uuid = readFile(blockDevice / "dm/uuid");
+        return uuid && uuid->starts_with("CRYPT-");
+    };
+    const fs::path path(devicePath);
+    const std::string name = path.filename().string();
+    if (name.starts_with("dm-")) {
+        return hasCryptUuid(sysRoot_ / "block" / name);
+    }
+    if (path.parent_path() == "/dev/mapper") {
+        std::error_code ignored;
+        for (const auto &entry : fs::directory_iterator(sysRoot_ / "block", ignored)) {
+            const auto mapperName = readFile(entry.path() / "dm/name");
+            if (mapperName && firstLine(*mapperName) == name) {
+                return hasCryptUuid(entry.path());
+            }
+        }
+    }
+    return false;
+}
+
+std::optional<SwapUsage> LinuxMemorySource::sampleSwapUsage() {
+    const auto meminfo = readMeminfo();
+    const auto swapsText = readFile(procRoot_ / "swaps");
+    if (!meminfo || !swapsText) {
+        return std::nullopt;
+    }
+    const auto swapsResult = proc::parseSwaps(*swapsText);
+    const auto *areas = parsed(swapsResult);
+    if (!areas) {
+        return std::nullopt;
+    }
+    SwapUsage usage;
+    usage.totalBytes = meminfo->swapTotalBytes;
+    usage.availableBytes = meminfo->swapFreeBytes;
+    usage.usedBytes = meminfo->swapTotalBytes > meminfo->swapFreeBytes
+                          ? meminfo->swapTotalBytes - meminfo->swapFreeBytes
+                          : 0;
+    usage.pageSize = static_cast<uint32_t>(system_.pageSize);
+    // Swap files are not inspected: only a swap area on a dm-crypt device
+    // counts as encrypted.
+    usage.encrypted = !areas->empty();
+    for (const proc::SwapArea &area : *areas) {
+        usage.encrypted = usage.encrypted && area.type == "partition" && isDmCryptDevice(area.path);
+    }
+    return usage;
+}
+
+}  // namespace tarnwell

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <filesystem>
+
+#include "MemorySource.h"
+#include "ProcParsers.h"
+
+namespace tarnwell {
+
+// Reads the statistics from /proc and /sys. Both roots are parameters so that
+// tests point the source at captured files.
+class LinuxMemorySource : public MemorySource {
+public:
+    // What sysconf reports; fixed for the life of the process.
+    struct SystemPages {
+        int32_t pageSize;
+        uint64_t physicalPages;
+        static SystemPages current();
+    };
+
+    LinuxMemorySource(std::filesystem::path procRoot = "/proc",
+                      std::filesystem::path sysRoot = "/sys",
+                      SystemPages system = SystemPages::current());
+
+    uint64_t physicalMemory() override;
+    std::optional<uint64_t> hardwareMemorySize() override;
+    std::optional<uint64_t> hardwarePhysicalMemory() override;
+    std::optional<uint64_t> userMemory() override;
+    std::optional<VmStatistics> sampleVmStatistics() override;
+    std::optional<SwapUsage> sampleSwapUsage() override;
+
+private:
+    std::optional<proc::MeminfoFields> readMeminfo() const;
+    std::optional<uint64_t> onlineMemoryBlockBytes() const;
+    bool isDmCryptDevice(const std::string &devicePath) const;
+
+    std::filesystem::path procRoot_;
+    std::filesystem::path sysRoot_;
+    SystemPages system_;
+};
+
+}  // namespace tarnwell

@@ -1,0 +1,40 @@
+#include "MemoryBlockAllocator.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace tarnwell {
+
+void *ResidentBlockAllocator::allocate(size_t bytes) {
+    // A private anonymous mapping rather than the heap: the allocator would
+    // hand out a block this size as its own mapping anyway, and mmap lets the
+    // kernel fault it in below.
+    void *block = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    return block == MAP_FAILED ? nullptr : block;
+}
+
+void ResidentBlockAllocator::makeResident(void *block, size_t bytes) {
+    // A fresh anonymous mapping already reads as zeros, so a zero-fill only
+    // serves to fault each page in for writing. MADV_POPULATE_WRITE (Linux
+    // 5.14) does exactly that inside the kernel, one call for the whole block,
+    // without a page-fault exception per page or a pass of stores over the
+    // memory; the benchmarks measure it at the speed of MAP_POPULATE, where
+    // memset over the block ran markedly slower.
+    if (madvise(block, bytes, MADV_POPULATE_WRITE) == 0 || errno != EINVAL) {
+        return;
+    }
+    // Older kernels: one write per page faults it in just the same.
+    const size_t pageSize = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    volatile char *bytesOfBlock = static_cast<volatile char *>(block);
+    for (size_t offset = 0; offset < bytes; offset += pageSize) {
+        bytesOfBlock[offset] = 0;
+    }
+}
+
+void ResidentBlockAllocator::release(void *block, size_t bytes) {
+    munmap(block, bytes);
+}
+
+}  // namespace tarnwell

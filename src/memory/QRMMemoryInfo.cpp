@@ -1,0 +1,342 @@
+#include "QRMMemoryInfo.h"
+
+#include <array>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "DecimalText.h"
+#include "LinuxMemorySource.h"
+#include "QRMRecordKeys.h"
+
+namespace tarnwell {
+
+namespace {
+
+QRMNumber hardwareFigure(std::optional<uint64_t> bytes) {
+    // A failed hardware query reads 0, stored as a signed 32-bit number as
+    // the historic sysctl wrapper did.
+    return bytes ? QRMNumber::fromUInt64(*bytes) : QRMNumber::fromInt32(0);
+}
+
+void put(QRMStatisticsRecord &record, std::string_view key, QRMNumber value) {
+    record.insert_or_assign(std::string(key), value);
+}
+
+void merge(QRMStatisticsRecord &into, const QRMStatisticsRecord &from) {
+    for (const auto &[key, value] : from) {
+        into.insert_or_assign(key, value);
+    }
+}
+
+}  // namespace
+
+QRMMemoryInfo &QRMMemoryInfo::sharedMemoryInfo() {
+    static QRMMemoryInfo instance(std::make_unique<LinuxMemorySource>());
+    return instance;
+}
+
+QRMMemoryInfo::QRMMemoryInfo(std::unique_ptr<MemorySource> source)
+    : QRMMemoryInfo(std::move(source), std::make_unique<ResidentBlockAllocator>()) {}
+
+QRMMemoryInfo::QRMMemoryInfo(std::unique_ptr<MemorySource> source,
+                             std::unique_ptr<MemoryBlockAllocator> allocator)
+    : source_(std::move(source)), allocator_(std::move(allocator)) {
+    put(record_, keys::physicalMemory, physicalMemory());
+    put(record_, keys::hardwareMemorySize, hardwareMemorySize());
+    put(record_, keys::hardwarePhysicalMemory, hardwarePhysicalMemory());
+    refresh();
+}
+
+QRMMemoryInfo::~QRMMemoryInfo() {
+    std::unique_lock lock(threadsMutex_);
+    threadsFinished_.wait(lock, [this] { return runningThreads_ == 0; });
+}
+
+QRMStatisticsRecord QRMMemoryInfo::info() const {
+    std::lock_guard lock(recordMutex_);
+    return record_;
+}
+
+void QRMMemoryInfo::refresh() {
+    // Sample outside the lock: reading /proc takes far longer than the merge,
+    // and readers of info() should not wait for it.
+    const QRMNumber user = userMemory();
+    const QRMStatisticsRecord memory = gatheredMemoryInfo();
+    const QRMStatisticsRecord swap = gatheredSwapInfo();
+    std::lock_guard lock(recordMutex_);
+    put(record_, keys::userMemory, user);
+    merge(record_, memory);
+    merge(record_, swap);
+}
+
+QRMNumber QRMMemoryInfo::physicalMemory() {
+    return QRMNumber::fromUInt64(source_->physicalMemory());
+}
+
+QRMNumber QRMMemoryInfo::hardwareMemorySize() {
+    return hardwareFigure(source_->hardwareMemorySize());
+}
+
+QRMNumber QRMMemoryInfo::hardwarePhysicalMemory() {
+    return hardwareFigure(source_->hardwarePhysicalMemory());
+}
+
+QRMNumber QRMMemoryInfo::userMemory() {
+    return hardwareFigure(source_->userMemory());
+}
+
+QRMStatisticsRecord QRMMemoryInfo::gatheredMemoryInfo() {
+    const auto sample = source_->sampleVmStatistics();
+    if (!sample) {
+        return {};
+    }
+    const VmStatistics &s = *sample;
+    // Byte values of the 32-bit page classes are 32-bit products and wrap at
+    // 4 GiB; readers (the cleaning engine first) depend on that. The 64-bit
+    // ones use the page size sign-extended.
+    const uint32_t pageSize32 = static_cast<uint32_t>(s.pageSize);
+    const uint64_t pageSize64 = static_cast<uint64_t>(static_cast<int64_t>(s.pageSize));
+    const auto bytes32 = [&](uint32_t pages) { return QRMNumber::fromUInt32(pageSize32 * pages); };
+    const auto bytes64 = [&](uint64_t pages) { return QRMNumber::fromUInt64(pageSize64 * pages); };
+    const auto u32 = QRMNumber::fromUInt32;
+    const auto u64 = QRMNumber::fromUInt64;
+
+    QRMStatisticsRecord record;
+    put(record, keys::pageSize, QRMNumber::fromInt32(s.pageSize));
+    put(record, keys::freeCount, u32(s.freeCount));
+    put(record, keys::freeBytes, bytes32(s.freeCount));
+    put(record, keys::activeCount, u32(s.activeCount));
+    put(record, keys::activeBytes, bytes32(s.activeCount));
+    put(record, keys::inactiveCount, u32(s.inactiveCount));
+    put(record, keys::inactiveBytes, bytes32(s.inactiveCount));
+    put(record, keys::wireCount, u32(s.wireCount));
+    put(record, keys::wireBytes, bytes32(s.wireCount));
+    put(record, keys::zerroFillCount, u64(s.zeroFillCount));
+    put(record, keys::zerroFillBytes, bytes64(s.zeroFillCount));
+    put(record, keys::reactivations, u64(s.reactivations));
+    put(record, keys::pageins, u64(s.pageins));
+    put(record, keys::pageouts, u64(s.pageouts));
+    put(record, keys::faults, u64(s.faults));
+    put(record, keys::COWFaults, u64(s.cowFaults));
+    put(record, keys::lookups, u64(s.lookups));
+    put(record, keys::hits, u64(s.hits));
+    put(record, keys::purges, u64(s.purges));
+    put(record, keys::purgableCount, u32(s.purgeableCount));
+    put(record, keys::purgeableBytes, bytes32(s.purgeableCount));
+    put(record, keys::speculativeCount, u32(s.speculativeCount));
+    put(record, keys::speculativeBytes, bytes32(s.speculativeCount));
+    put(record, keys::swapins, u64(s.swapins));
+    put(record, keys::swapouts, u64(s.swapouts));
+    put(record, keys::throttledCount, u32(s.throttledCount));
+    put(record, keys::throttledBytes, bytes32(s.throttledCount));
+    put(record, keys::externalPageCount, u32(s.externalPageCount));
+    put(record, keys::externalPageBytes, bytes32(s.externalPageCount));
+    put(record, keys::internalPageCount, u32(s.internalPageCount));
+    put(record, keys::internalPageBytes, bytes32(s.internalPageCount));
+    put(record, keys::decompressions, u64(s.decompressions));
+    put(record, keys::compressions, u64(s.compressions));
+    put(record, keys::compressorPageCount, u32(s.compressorPageCount));
+    put(record, keys::compressorPageBytes, bytes32(s.compressorPageCount));
+    put(record, keys::totalUncompressedPagesInCompressor,
+        u64(s.totalUncompressedPagesInCompressor));
+    put(record, keys::totalUncompressedPagesInCompressorBytes,
+        bytes64(s.totalUncompressedPagesInCompressor));
+
+    const uint32_t usedCount =
+        s.activeCount + s.inactiveCount + s.wireCount + s.compressorPageCount;
+    const uint32_t totalCount = usedCount + s.freeCount;
+    put(record, keys::usedCount, u32(usedCount));
+    put(record, keys::totalCount, u32(totalCount));
+
+    // Single-precision percentages with no guard: a zero total gives an
+    // infinite or not-a-number figure, which readers already cope with.
+    const float total = static_cast<float>(record.find(keys::totalCount)->second.toUInt64());
+    const auto percents = [total](uint32_t pages) {
+        return QRMNumber::fromFloat(
+            static_cast<float>(static_cast<float>(pages) * 100.0 / static_cast<double>(total)));
+    };
+    put(record, keys::freePercents, percents(s.freeCount));
+    put(record, keys::inactivePercents, percents(s.inactiveCount));
+    put(record, keys::activePercents, percents(s.activeCount));
+    put(record, keys::wirePercents, percents(s.wireCount));
+    put(record, keys::usedBytes, bytes64(usedCount));
+    put(record, keys::usedPercents, percents(usedCount));
+    put(record, keys::totalBytes, bytes64(totalCount));
+    put(record, keys::totalPercents, percents(totalCount));
+    put(record, keys::compressorPagePercents, percents(s.compressorPageCount));
+    put(record, keys::availableBytes, u64(s.availableBytes));
+    return record;
+}
+
+QRMStatisticsRecord QRMMemoryInfo::gatheredSwapInfo() {
+    const auto usage = source_->sampleSwapUsage();
+    if (!usage) {
+        return {};
+    }
+    QRMStatisticsRecord record;
+    put(record, keys::xsuTotal, QRMNumber::fromUInt64(usage->totalBytes));
+    put(record, keys::xsuAvail, QRMNumber::fromUInt64(usage->availableBytes));
+    put(record, keys::xsuUsed, QRMNumber::fromUInt64(usage->usedBytes));
+    put(record, keys::xsuPageSize, QRMNumber::fromUInt32(usage->pageSize));
+    put(record, keys::xsuEncripted, QRMNumber::fromUInt32(usage->encrypted ? 1 : 0));
+    return record;
+}
+
+std::string QRMMemoryInfo::adaptiveMemorySize(uint64_t bytes, bool withAbbreviation,
+                                              bool withFullName, bool withStandartLenght) {
+    struct Unit {
+        const char *fullName;
+        const char *abbreviation;
+    };
+    static constexpr std::array<Unit, 9> kUnits{{{"byte", "B"},
+                                                 {"kilobyte", "KB"},
+                                                 {"megabyte", "MB"},
+                                                 {"gigabyte", "GB"},
+                                                 {"terabyte", "TB"},
+                                                 {"petabyte", "PB"},
+                                                 {"exabyte", "EB"},
+                                                 {"zettabyte", "ZB"},
+                                                 {"yottabyte", "YB"}}};
+    // A decimal threshold with a binary divisor: 1000 bytes read 0.98 KB.
+    double value = static_cast<double>(bytes);
+    size_t unit = 0;
+    if (bytes >= 1000) {
+        value /= 1024;
+        unit = 1;
+        while (value > 999.0 && unit + 1 < kUnits.size()) {
+            value /= 1024;
+            ++unit;
+        }
+    }
+    std::string text = twoDecimals(value);
+    constexpr size_t kStandardLength = 6;
+    if (withStandartLenght && text.size() < kStandardLength) {
+        // Two spaces per missing digit line the figures up in the menu's
+        // proportional font, where a space is about half a digit wide.
+        text.insert(0, 2 * (kStandardLength - text.size()), ' ');
+    }
+    if (withAbbreviation) {
+        return text + " " + kUnits[unit].abbreviation;
+    }
+    if (withFullName) {
+        return text + " " + kUnits[unit].fullName;
+    }
+    return text;
+}
+
+CleaningDecision QRMMemoryInfo::cleanMemoryNow() {
+    std::lock_guard engineLock(engineMutex_);
+    if (memoryCleaningThreadSemaphore_) {
+        return {CleaningRefusal::AlreadyCleaning, std::nullopt, 0};
+    }
+    CleaningDecision decision = planCleaning(info());
+    if (decision.operationalBytes) {
+        operationalBytes_ = *decision.operationalBytes;
+    }
+    if (!decision.started()) {
+        return decision;
+    }
+    void *block = allocator_->allocate(decision.blockBytes);
+    if (block == nullptr) {
+        operationalBytes_ = 0;
+        return {CleaningRefusal::CouldNotStart, 0, 0};
+    }
+    memoryCleaningThreadSemaphore_ = true;
+    memoryBlock_ = Block{block, decision.blockBytes};
+    {
+        std::lock_guard threadsLock(threadsMutex_);
+        ++runningThreads_;
+    }
+    try {
+        std::thread([this] {
+            cleanMemoryBlock();
+            cleaningThreadFinished();
+        }).detach();
+    } catch (const std::system_error &) {
+        cleaningThreadFinished();
+        allocator_->release(std::exchange(memoryBlock_, {}).data, decision.blockBytes);
+        memoryCleaningThreadSemaphore_ = false;
+        operationalBytes_ = 0;
+        return {CleaningRefusal::CouldNotStart, 0, 0};
+    }
+    return decision;
+}
+
+void QRMMemoryInfo::cleanMemoryBlock() {
+    Block block;
+    {
+        std::lock_guard engineLock(engineMutex_);
+        if (!memoryCleaningThreadSemaphore_ || blockClaimed_ || memoryBlock_.data == nullptr) {
+            return;
+        }
+        blockClaimed_ = true;
+        block = memoryBlock_;
+    }
+    allocator_->makeResident(block.data, block.bytes);
+    std::unique_lock engineLock(engineMutex_);
+    operationalBytes_ = 0;
+    memoryCleaningThreadSemaphore_ = false;
+    blockClaimed_ = false;
+    freeAllocatedMemoryIfPossible(std::move(engineLock));
+}
+
+void QRMMemoryInfo::freeAllocatedMemoryIfPossible() {
+    freeAllocatedMemoryIfPossible(std::unique_lock(engineMutex_));
+}
+
+void QRMMemoryInfo::freeAllocatedMemoryIfPossible(std::unique_lock<std::mutex> engineLock) {
+    if (memoryCleaningThreadSemaphore_ || memoryBlock_.data == nullptr) {
+        return;
+    }
+    // The pointer is cleared, unlike in the historic engine: a second release
+    // of a stale mapping could unmap memory that belongs to someone else now.
+    const Block block = std::exchange(memoryBlock_, {});
+    engineLock.unlock();
+    releaseAndAnnounce(block);
+}
+
+void QRMMemoryInfo::releaseAndAnnounce(Block block) {
+    allocator_->release(block.data, block.bytes);
+    std::vector<std::function<void()>> observers;
+    {
+        std::lock_guard lock(observersMutex_);
+        for (const auto &[id, observer] : observers_) {
+            observers.push_back(observer);
+        }
+    }
+    for (const auto &observer : observers) {
+        observer();
+    }
+}
+
+void QRMMemoryInfo::cleaningThreadFinished() {
+    // Notify under the lock: the destructor may run as soon as it sees the
+    // count reach 0, and must not find this thread still using the
+    // condition variable.
+    std::lock_guard lock(threadsMutex_);
+    --runningThreads_;
+    threadsFinished_.notify_all();
+}
+
+uint64_t QRMMemoryInfo::operationalBytes() const {
+    return operationalBytes_;
+}
+
+bool QRMMemoryInfo::memoryCleaningThreadSemaphore() const {
+    return memoryCleaningThreadSemaphore_;
+}
+
+int QRMMemoryInfo::addMemoryCleanedObserver(std::function<void()> observer) {
+    std::lock_guard lock(observersMutex_);
+    const int id = nextObserverId_++;
+    observers_.emplace_back(id, std::move(observer));
+    return id;
+}
+
+void QRMMemoryInfo::removeMemoryCleanedObserver(int id) {
+    std::lock_guard lock(observersMutex_);
+    std::erase_if(observers_, [id](const auto &entry) { return entry.first == id; });
+}
+
+}  // namespace tarnwell

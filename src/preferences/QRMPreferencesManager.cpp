@@ -1,0 +1,223 @@
+#include "preferences/QRMPreferencesManager.h"
+
+#include <QLoggingCategory>
+
+#include "memory/QRMMemoryInfo.h"
+#include "memory/QRMRecordKeys.h"
+#include "preferences/QRMConstants.h"
+#include "preferences/QRMSettingValue.h"
+#include "preferences/Updater.h"
+
+namespace tarnwell {
+
+Q_LOGGING_CATEGORY(lcPreferences, "tarnwell.preferences")
+
+namespace {
+
+// 1 % of the installed memory in MB: bytes / (100 × 2^20), rounded down.
+constexpr uint64_t kBytesPerFreeThresholdMB = 104'857'600;
+
+QString keyOf(const SettingSpec &spec) {
+    return QString::fromLatin1(spec.key.data(), qsizetype(spec.key.size()));
+}
+
+std::optional<uint64_t> physicalMemoryFromStatistics() {
+    const QRMStatisticsRecord record = QRMMemoryInfo::sharedMemoryInfo().info();
+    const auto found = record.find(keys::physicalMemory);
+    if (found == record.end()) {
+        return std::nullopt;
+    }
+    return found->second.toUInt64();
+}
+
+}  // namespace
+
+QRMPreferencesManager &QRMPreferencesManager::sharedPreferencesManager() {
+    static QRMPreferencesManager manager(
+        std::make_unique<QSettings>(QStringLiteral("Tarnwell"), QStringLiteral("Tarnwell")),
+        physicalMemoryFromStatistics, QRMConstants::sharedConstants().updatesURL());
+    return manager;
+}
+
+QRMPreferencesManager::QRMPreferencesManager(std::unique_ptr<QSettings> settings,
+                                             PhysicalMemoryProvider physicalMemory,
+                                             QUrl stableFeedURL)
+    : settings_(std::move(settings)),
+      physicalMemory_(std::move(physicalMemory)),
+      stableFeedURL_(std::move(stableFeedURL)) {}
+
+QRMPreferencesManager::~QRMPreferencesManager() = default;
+
+void QRMPreferencesManager::setUpdater(Updater *updater) {
+    std::lock_guard lock(mutex_);
+    updater_ = updater;
+}
+
+QVariant QRMPreferencesManager::defaultValue(Setting setting) const {
+    const SettingSpec &spec = settingSpec(setting);
+    switch (spec.defaultValue) {
+        case DefaultValue::Fixed:
+            if (spec.type == SettingType::Boolean) {
+                return spec.fixedDefault != 0;
+            }
+            if (spec.type == SettingType::UnsignedInteger) {
+                return quint64(spec.fixedDefault);
+            }
+            return qint64(spec.fixedDefault);
+        case DefaultValue::Nothing:
+            return {};
+        case DefaultValue::FreeThreshold:
+        case DefaultValue::InactiveThreshold: {
+            const std::optional<uint64_t> installed = physicalMemory_();
+            const uint64_t freeMB = installed ? *installed / kBytesPerFreeThresholdMB : 0;
+            // Five times the rounded-down free threshold, not 5 % rounded down:
+            // 8 GiB gives 405, not 409, and stored thresholds depend on it.
+            const uint64_t mb =
+                spec.defaultValue == DefaultValue::FreeThreshold ? freeMB : freeMB * 5;
+            return qint64(mb);
+        }
+        case DefaultValue::StableFeed:
+            return stableFeedURL_;
+    }
+    return {};
+}
+
+std::optional<QVariant> QRMPreferencesManager::storedValueLocked(const SettingSpec &spec) {
+    const QString key = keyOf(spec);
+    // Picks up what another process (tarnwell settings, an editor) wrote since;
+    // costs one stat() when the file is unchanged.
+    settings_->sync();
+    if (!settings_->contains(key)) {
+        return std::nullopt;
+    }
+    return typedSettingValue(spec.type, settings_->value(key));
+}
+
+QVariant QRMPreferencesManager::value(Setting setting) {
+    const SettingSpec &spec = settingSpec(setting);
+    std::lock_guard lock(mutex_);
+    if (std::optional<QVariant> stored = storedValueLocked(spec)) {
+        return *stored;
+    }
+    QVariant fallback = defaultValue(setting);
+    if (spec.rule == DefaultRule::WriteBack) {
+        writeLocked(keyOf(spec), storableSettingValue(spec.type, fallback));
+    }
+    return fallback;
+}
+
+bool QRMPreferencesManager::hasStoredValue(Setting setting) {
+    std::lock_guard lock(mutex_);
+    return storedValueLocked(settingSpec(setting)).has_value();
+}
+
+bool QRMPreferencesManager::setValue(Setting setting, const QVariant &value) {
+    const SettingSpec &spec = settingSpec(setting);
+    const std::optional<QVariant> typed = typedSettingValue(spec.type, value);
+    if (!typed) {
+        return false;
+    }
+    Updater *updater = nullptr;
+    {
+        std::lock_guard lock(mutex_);
+        writeLocked(keyOf(spec), storableSettingValue(spec.type, *typed));
+        updater = updater_;
+    }
+    if (setting == Setting::FeedURL && updater) {
+        updater->setFeedURL(typed->toUrl());
+        updater->checkForUpdateInformation();
+    }
+    return true;
+}
+
+std::optional<QList<QVariantMap>> QRMPreferencesManager::applicationsAndUtilitiesToMonitoring() {
+    const QVariant records = value(Setting::ApplicationsAndUtilitiesToMonitoring);
+    if (!records.isValid()) {
+        return std::nullopt;
+    }
+    QList<QVariantMap> list;
+    for (const QVariant &record : records.toList()) {
+        list.append(record.toMap());
+    }
+    return list;
+}
+
+void QRMPreferencesManager::setApplicationsAndUtilitiesToMonitoring(
+    const QList<QVariantMap> &records) {
+    QVariantList list;
+    for (const QVariantMap &record : records) {
+        list.append(record);
+    }
+    setValue(Setting::ApplicationsAndUtilitiesToMonitoring, list);
+}
+
+std::optional<QStringList> QRMPreferencesManager::appleLanguages() {
+    const QVariant languages = value(Setting::AppleLanguages);
+    if (!languages.isValid()) {
+        return std::nullopt;
+    }
+    return languages.toStringList();
+}
+
+void QRMPreferencesManager::setAppleLanguages(const std::optional<QStringList> &languages) {
+    if (languages) {
+        setValue(Setting::AppleLanguages, *languages);
+    } else {
+        removeObjectForKey(keyOf(settingSpec(Setting::AppleLanguages)));
+    }
+}
+
+void QRMPreferencesManager::setData(const QVariant &value, const QString &key) {
+    std::lock_guard lock(mutex_);
+    writeLocked(key, value);
+}
+
+QByteArray QRMPreferencesManager::dataForKey(const QString &key) {
+    std::lock_guard lock(mutex_);
+    settings_->sync();
+    const QVariant stored = settings_->value(key);
+    return stored.typeId() == QMetaType::QByteArray ? stored.toByteArray() : QByteArray();
+}
+
+void QRMPreferencesManager::removeObjectForKey(const QString &key) {
+    std::lock_guard lock(mutex_);
+    removeLocked(key);
+}
+
+QStringList QRMPreferencesManager::allKeys() {
+    std::lock_guard lock(mutex_);
+    return settings_->allKeys();
+}
+
+QString QRMPreferencesManager::fileName() const {
+    return settings_->fileName();
+}
+
+bool QRMPreferencesManager::writeFailed() {
+    std::lock_guard lock(mutex_);
+    return writeFailureReported_;
+}
+
+void QRMPreferencesManager::writeLocked(const QString &key, const QVariant &value) {
+    settings_->setValue(key, value);
+    syncLocked();
+}
+
+void QRMPreferencesManager::removeLocked(const QString &key) {
+    settings_->remove(key);
+    syncLocked();
+}
+
+void QRMPreferencesManager::syncLocked() {
+    settings_->sync();
+    // QSettings keeps unsaved changes in memory, so the program carries on with
+    // them; say so once rather than on every tick that writes a counter.
+    if (settings_->status() == QSettings::AccessError && !writeFailureReported_) {
+        writeFailureReported_ = true;
+        qCWarning(lcPreferences).noquote()
+            << "cannot write the settings file" << settings_->fileName()
+            << "- changes are kept only until Tarnwell quits";
+    }
+}
+
+}  // namespace tarnwell

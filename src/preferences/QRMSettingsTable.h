@@ -1,0 +1,130 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace tarnwell {
+
+// Every setting the program keeps, in the order of the table below.
+enum class Setting {
+    FeedURL,
+    BundleBuild,
+    IsWelcomeShown,
+    ShowDockIcon,
+    RefreshRate,
+    ShowNotificationsAfterCleaning,
+    AutoCleanEveryTime,
+    AutoCleanByFreeSize,
+    AutoCleanByInactiveSize,
+    AutoCleanEveryTimeChecked,
+    AutoCleanByFreeSizeChecked,
+    AutoCleanByInactiveSizeChecked,
+    ShowRunningApplicationsAndUtilities,
+    ShowApplicationsFromApplicationsFolder,
+    ShowUtilitiesFromApplicationsFolder,
+    StatusBarIconType,
+    StatusBarTextType,
+    StatusBarTextWithInfo,
+    LastTimeCleaned,
+    MaxCleaned,
+    TotallyCleaned,
+    TotallyCleanedDigit,
+    ApplicationsAndUtilitiesToMonitoring,
+    SelectedLanguage,
+    AppleLanguages,
+    CollectUsageEvents,
+};
+
+// How a value is kept. The settings file is text, so the distinction the
+// original store made between number objects and plain integers collapses into
+// Integer; what matters is that every reader parses with the same type.
+enum class SettingType {
+    Boolean,
+    Integer,          // signed 64-bit
+    UnsignedInteger,  // unsigned 64-bit byte counters
+    String,
+    URL,         // kept as its text
+    StringList,  // language codes
+    RecordList,  // monitored-application records, a list of maps
+};
+
+enum class DefaultRule {
+    WriteBack,   // a getter that finds nothing stores the default and returns it
+    NotWritten,  // a getter that finds nothing returns the default and stores nothing
+};
+
+enum class DefaultValue {
+    Fixed,              // SettingSpec::fixedDefault (0/1 for booleans)
+    Nothing,            // no value: an empty string, URL or list
+    FreeThreshold,      // 1 % of the installed memory, in MB
+    InactiveThreshold,  // 5 times the free threshold
+    StableFeed,         // the stable update feed of QRMConstants
+};
+
+struct SettingSpec {
+    Setting id;
+    std::string_view key;  // exactly as stored
+    SettingType type;
+    DefaultRule rule;
+    DefaultValue defaultValue;
+    int64_t fixedDefault;
+};
+
+// clang-format off
+inline constexpr std::array kSettingsTable{
+    SettingSpec{Setting::FeedURL, "FeedURL", SettingType::URL, DefaultRule::WriteBack, DefaultValue::StableFeed, 0},
+    SettingSpec{Setting::BundleBuild, "bundleBuild", SettingType::String, DefaultRule::NotWritten, DefaultValue::Nothing, 0},
+    SettingSpec{Setting::IsWelcomeShown, "isWelcomeShown", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingSpec{Setting::ShowDockIcon, "showDockIcon", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingSpec{Setting::RefreshRate, "refreshRate", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::Fixed, 5},
+    SettingSpec{Setting::ShowNotificationsAfterCleaning, "udShowNotificationsAfterCleaning", SettingType::Boolean, DefaultRule::WriteBack, DefaultValue::Fixed, 1},
+    SettingSpec{Setting::AutoCleanEveryTime, "autoCleanEveryTime", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::Fixed, 10},
+    SettingSpec{Setting::AutoCleanByFreeSize, "autoCleanByFreeSize", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::FreeThreshold, 0},
+    SettingSpec{Setting::AutoCleanByInactiveSize, "autoCleanByInactiveSize", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::InactiveThreshold, 0},
+    SettingSpec{Setting::AutoCleanEveryTimeChecked, "autoCleanEveryTimeChecked", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingSpec{Setting::AutoCleanByFreeSizeChecked, "autoCleanByFreeSizeChecked", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingSpec{Setting::AutoCleanByInactiveSizeChecked, "autoCleanByInactiveSizeChecked", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingSpec{Setting::ShowRunningApplicationsAndUtilities, "showRunningApplicationsAndUtilities", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingSpec{Setting::ShowApplicationsFromApplicationsFolder, "showApplicationsFromApplicationsFolder", SettingType::Boolean, DefaultRule::WriteBack, DefaultValue::Fixed, 1},
+    SettingSpec{Setting::ShowUtilitiesFromApplicationsFolder, "showUtilitiesFromApplicationsFolder", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingSpec{Setting::StatusBarIconType, "statusBarIcon", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::Fixed, 3},
+    SettingSpec{Setting::StatusBarTextType, "statusBarText", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::Fixed, 2},
+    SettingSpec{Setting::StatusBarTextWithInfo, "statusBarTextWithInfo", SettingType::Boolean, DefaultRule::WriteBack, DefaultValue::Fixed, 0},
+    SettingSpec{Setting::LastTimeCleaned, "lastTimeCleaned", SettingType::UnsignedInteger, DefaultRule::WriteBack, DefaultValue::Fixed, 0},
+    SettingSpec{Setting::MaxCleaned, "maxCleaned", SettingType::UnsignedInteger, DefaultRule::WriteBack, DefaultValue::Fixed, 0},
+    SettingSpec{Setting::TotallyCleaned, "totallyCleaned", SettingType::UnsignedInteger, DefaultRule::WriteBack, DefaultValue::Fixed, 0},
+    SettingSpec{Setting::TotallyCleanedDigit, "totallyCleanedDigit", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::Fixed, 0},
+    SettingSpec{Setting::ApplicationsAndUtilitiesToMonitoring, "applicationsAndUtilitiesToMonitoring", SettingType::RecordList, DefaultRule::NotWritten, DefaultValue::Nothing, 0},
+    SettingSpec{Setting::SelectedLanguage, "selectedLanguage", SettingType::Integer, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingSpec{Setting::AppleLanguages, "AppleLanguages", SettingType::StringList, DefaultRule::NotWritten, DefaultValue::Nothing, 0},
+    SettingSpec{Setting::CollectUsageEvents, "collectUsageEvents", SettingType::Boolean, DefaultRule::WriteBack, DefaultValue::Fixed, 1},
+};
+// clang-format on
+
+consteval bool tableFollowsEnumOrder() {
+    for (size_t i = 0; i < kSettingsTable.size(); ++i) {
+        if (size_t(kSettingsTable[i].id) != i) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(tableFollowsEnumOrder(), "kSettingsTable rows must follow the order of Setting");
+
+constexpr const SettingSpec &settingSpec(Setting setting) {
+    return kSettingsTable[size_t(setting)];
+}
+
+// The row stored under key, or nullptr.
+constexpr const SettingSpec *findSetting(std::string_view key) {
+    for (const SettingSpec &spec : kSettingsTable) {
+        if (spec.key == key) {
+            return &spec;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace tarnwell
