@@ -68,7 +68,9 @@ void EVTEvents::enqueue(EVTEvent event) {
 }
 
 void EVTEvents::setCollectionEnabled(bool enabled) {
-    collectionEnabled = enabled;
+    if (collectionEnabled.exchange(enabled) == enabled) {
+        return;
+    }
     std::shared_lock lock(controllerMutex);
     if (runningController) {
         runningController->setCollectionEnabled(enabled);
