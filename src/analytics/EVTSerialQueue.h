@@ -1,0 +1,41 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+
+class QObject;
+class QThread;
+
+namespace tarnwell {
+
+// One worker thread that runs posted tasks one at a time, in order. The
+// kit's file and network work all happens here, so a caller that logs an
+// event only pays for building it and posting it.
+class EVTSerialQueue {
+public:
+    EVTSerialQueue();
+    ~EVTSerialQueue();
+    EVTSerialQueue(const EVTSerialQueue &) = delete;
+    EVTSerialQueue &operator=(const EVTSerialQueue &) = delete;
+
+    // Safe from any thread; returns false once the queue has been stopped.
+    bool post(std::function<void()> task);
+    // Blocks until every task posted before this call has run.
+    void waitUntilIdle();
+    // Runs the tasks already posted, then the final task, then ends the
+    // thread. Later posts are refused. Blocks until the thread has ended.
+    void stop(std::function<void()> finalTask);
+
+    // The object that lives on the worker thread (for timers and the
+    // network manager).
+    QObject *context() const { return context_.get(); }
+
+private:
+    std::unique_ptr<QThread> thread_;
+    std::unique_ptr<QObject> context_;
+    std::mutex mutex_;
+    bool stopped_ = false;
+};
+
+}  // namespace tarnwell

@@ -1,0 +1,170 @@
+#include <gtest/gtest.h>
+#include <QJsonDocument>
+#include <QRegularExpression>
+#include <QStringList>
+
+#include "MessageCapture.h"
+#include "analytics/EVTAttributeDictionary.h"
+#include "analytics/EVTEvent.h"
+
+namespace tarnwell {
+namespace {
+
+EVTAttributes numberedAttributes(int count) {
+    EVTAttributes attributes;
+    for (int i = 1; i <= count; ++i) {
+        attributes.append({QStringLiteral("key%1").arg(i, 2, 10, QLatin1Char('0')), i});
+    }
+    return attributes;
+}
+
+TEST(AttributeDictionary, KeepsTwentyOneEntriesAndDropsTheTwentySecond) {
+    test::MessageCapture messages;
+    const EVTAttributeDictionary attributes(numberedAttributes(22));
+    EXPECT_EQ(attributes.count(), 21);
+    EXPECT_TRUE(attributes.toJson().contains("key21"));
+    EXPECT_FALSE(attributes.toJson().contains("key22"));
+    EXPECT_EQ(messages.count("[Events] Maximum number of Event attributes exceeded. Ignoring "
+                             "entry key22:22"),
+              1);
+}
+
+TEST(AttributeDictionary, ReplacingAKeyDoesNotCountAsANewEntry) {
+    EVTAttributeDictionary attributes(numberedAttributes(21));
+    attributes.add("key01", "again");
+    EXPECT_EQ(attributes.toJson().value("key01").toString(), "again");
+}
+
+struct LengthCase {
+    const char *name;
+    int length;
+    bool truncated;
+};
+
+class AttributeLength : public testing::TestWithParam<LengthCase> {};
+
+TEST_P(AttributeLength, KeysAndStringValuesAreCutToOneHundredCharacters) {
+    const LengthCase &c = GetParam();
+    test::MessageCapture messages;
+    const QString text(c.length, QLatin1Char('x'));
+    EVTAttributeDictionary attributes;
+    attributes.add("value", text);
+    attributes.add(text, "key");
+    const int expected = std::min(c.length, 100);
+    EXPECT_EQ(attributes.toJson().value("value").toString().size(), expected);
+    EXPECT_EQ(attributes.toJson().value(QString(expected, QLatin1Char('x'))).toString(), "key");
+    EXPECT_EQ(messages.count("[Events] Maximum length for an Event attributes exceeded. "
+                             "Truncating to 100 characters."),
+              c.truncated ? 2 : 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Lengths, AttributeLength,
+                         testing::Values(LengthCase{"fits", 100, false},
+                                         LengthCase{"oneOver", 101, true},
+                                         LengthCase{"long", 150, true}),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+TEST(AttributeDictionary, StoresBooleansAsTextAndRejectsOtherTypes) {
+    test::MessageCapture messages;
+    EVTAttributeDictionary attributes;
+    attributes.add("yes", true);
+    attributes.add("no", false);
+    attributes.add("count", 3);
+    attributes.add("ratio", 0.25);
+    attributes.add("list", QStringList{"a"});
+    EXPECT_EQ(attributes.toJson().value("yes").toString(), "true");
+    EXPECT_EQ(attributes.toJson().value("no").toString(), "false");
+    EXPECT_EQ(attributes.toJson().value("count").toInteger(), 3);
+    EXPECT_EQ(attributes.toJson().value("ratio").toDouble(), 0.25);
+    EXPECT_FALSE(attributes.toJson().contains("list"));
+    EXPECT_EQ(messages.countStartingWith("[Events] Event attribute values must be of type "
+                                         "NSString or NSNumber. Ignoring entry list:"),
+              1);
+}
+
+TEST(AttributeDictionary, PricesAreStoredInMicrosWithinRange) {
+    test::MessageCapture messages;
+    EVTAttributeDictionary attributes;
+    attributes.addPrice("item_price", 12.5);
+    attributes.addPrice("total_price", 1e13);
+    EXPECT_EQ(attributes.toJson().value("item_price").toInteger(), 12500000);
+    EXPECT_FALSE(attributes.toJson().contains("total_price"));
+    EXPECT_EQ(messages.countStartingWith(
+                  "[Events] Maximum value for a price attribute exceeded. Ignoring price"),
+              1);
+}
+
+struct ParsedLine {
+    quint64 milliseconds = 0;
+    QString name;
+    int length = 0;
+    QByteArray json;
+};
+
+ParsedLine parse(const QByteArray &line) {
+    EXPECT_TRUE(line.endsWith('\n'));
+    const QList<QByteArray> fields = line.chopped(1).split('\t');
+    EXPECT_EQ(fields.size(), 4);
+    return {fields.value(0).toULongLong(), QString::fromUtf8(fields.value(1)),
+            fields.value(2).toInt(), fields.value(3)};
+}
+
+TEST(EventLine, IsTimestampNameByteLengthAndCompactJson) {
+    const EVTEvent event =
+        EVTEvent::custom("Memory is Cleaned", {{"Memory Installed", "16.00 GB"}, {"Ω", "ü"}});
+    const ParsedLine line = parse(event.line());
+    EXPECT_EQ(line.milliseconds, static_cast<quint64>(event.timestamp() * 1000));
+    EXPECT_EQ(line.name, "custom");
+    // Bytes, not characters: the non-ASCII attribute takes more than one each.
+    EXPECT_EQ(line.length, line.json.size());
+    EXPECT_FALSE(line.json.contains(' ') && line.json.contains("\": "));
+    const QJsonObject payload = QJsonDocument::fromJson(line.json).object();
+    EXPECT_EQ(payload.value("eventId").toString(), event.identifier());
+    EXPECT_EQ(payload.value("custom_type").toString(), "Memory is Cleaned");
+    EXPECT_EQ(payload.value("custom_attributes").toObject().value("Ω").toString(), "ü");
+}
+
+TEST(EventLine, PredefinedEventsCarryTheirTypeAndBothAttributeSets) {
+    EVTAttributeDictionary predefined;
+    predefined.add("method", "First Run");
+    predefined.add("success", true);
+    const EVTEvent event = EVTEvent::predefined("sign_up", predefined, {{"Bundle Build", "7"}});
+    const QJsonObject payload = QJsonDocument::fromJson(parse(event.line()).json).object();
+    EXPECT_EQ(parse(event.line()).name, "predefined");
+    EXPECT_EQ(payload.value("predefined_type").toString(), "sign_up");
+    EXPECT_EQ(payload.value("predefined_attributes").toObject(),
+              QJsonObject({{"method", "First Run"}, {"success", "true"}}));
+    EXPECT_EQ(payload.value("custom_attributes").toObject(), QJsonObject({{"Bundle Build", "7"}}));
+    EXPECT_FALSE(event.triggersFlush());
+}
+
+TEST(EventLine, BaseEventIsUnknownWithAnEmptyPayload) {
+    const ParsedLine line = parse(EVTEvent().line());
+    EXPECT_EQ(line.name, "unknown");
+    EXPECT_EQ(line.json, "{}");
+}
+
+struct LifecycleCase {
+    EVTLifecycle lifecycle;
+    const char *name;
+    bool flushes;
+};
+
+class Lifecycle : public testing::TestWithParam<LifecycleCase> {};
+
+TEST_P(Lifecycle, NamesAndFlushing) {
+    const EVTEvent event = EVTEvent::lifecycle(GetParam().lifecycle);
+    EXPECT_EQ(event.name(), GetParam().name);
+    EXPECT_EQ(event.triggersFlush(), GetParam().flushes);
+    EXPECT_EQ(event.payload(), QJsonObject({{"eventId", event.identifier()}}));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Moments, Lifecycle,
+    testing::Values(LifecycleCase{EVTLifecycle::Installed, "app_installed", true},
+                    LifecycleCase{EVTLifecycle::DidBecomeActive, "app_became_active", true},
+                    LifecycleCase{EVTLifecycle::WillResignActive, "app_became_inactive", true},
+                    LifecycleCase{EVTLifecycle::WillTerminate, "app_terminated", false}));
+
+}  // namespace
+}  // namespace tarnwell

@@ -1,0 +1,347 @@
+#include <memory>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTemporaryDir>
+
+#include "EventFiles.h"
+#include "TestHttpServer.h"
+#include "analytics/EVTEvent.h"
+#include "analytics/EVTEventsController.h"
+#include "analytics/EVTEventsPipeline.h"
+
+namespace tarnwell {
+namespace {
+
+using test::ScriptedReply;
+using test::TestHttpServer;
+
+// Lets every backoff delay pass at once, recording it.
+class ImmediateRunner : public EVTDelayedRunner {
+public:
+    void runAfter(std::chrono::nanoseconds delay, std::function<void()> block) override {
+        delays.push_back(std::chrono::duration<double>(delay).count());
+        block();
+    }
+    std::vector<double> delays;
+};
+
+// Keeps every retry waiting, as a machine that stays offline would.
+class NeverRunner : public EVTDelayedRunner {
+public:
+    void runAfter(std::chrono::nanoseconds, std::function<void()>) override {}
+};
+
+constexpr char kApiKey[] = "test-account-key";
+
+class EventsKit : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(root.isValid());
+        // An installation seen before, so no install event gets in the way.
+        QDir().mkpath(root.path());
+        writeFile(QDir(root.path()).filePath("install_id"), "INSTALL-1");
+    }
+
+    std::unique_ptr<EVTEventsController> start(
+        const QUrl &url, std::shared_ptr<EVTDelayedRunner> retries = nullptr) {
+        EVTConfiguration configuration;
+        configuration.rootDirectory = root.path();
+        configuration.eventsURL = url;
+        configuration.apiKey = url.isEmpty() ? QString() : QString(kApiKey);
+        configuration.bundleIdentifier = "app.tarnwell.Tarnwell";
+        configuration.bundleVersion = "42";
+        configuration.bundleShortVersion = "1.0.0";
+        return std::make_unique<EVTEventsController>(configuration, retries ? retries : runner,
+                                                     [] { return 0.5; });
+    }
+
+    void writeSettings(const QJsonObject &analytics, const QJsonObject &features = {}) {
+        writeFile(
+            QDir(root.path()).filePath("settings.json"),
+            QJsonDocument(QJsonObject{{"analytics", analytics}, {"features", features}}).toJson());
+    }
+
+    static void writeFile(const QString &path, const QByteArray &data) {
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(data);
+    }
+
+    QString eventsDirectory() const { return QDir(root.path()).filePath("events"); }
+
+    QStringList eventFiles(const QString &pattern) const {
+        return QDir(eventsDirectory()).entryList({pattern}, QDir::Files, QDir::Name);
+    }
+
+    test::UnpackedUpload unpackRequest(int index) const {
+        const test::ReceivedRequest &request = server.requests().at(index);
+        return test::unpack(request.body, test::boundaryOf(request.headers.value("content-type")));
+    }
+
+    static void waitForUploads(QSignalSpy &spy, int count) {
+        while (spy.size() < count) {
+            ASSERT_TRUE(spy.wait(10000)) << "uploads seen: " << spy.size();
+        }
+    }
+
+    QTemporaryDir root;
+    TestHttpServer server;
+    std::shared_ptr<ImmediateRunner> runner = std::make_shared<ImmediateRunner>();
+};
+
+TEST_F(EventsKit, BecomingActiveSendsTheFileWithOneMetadataLineFirst) {
+    auto kit = start(server.url());
+    QSignalSpy finished(kit.get(), &EVTEventsController::uploadFinished);
+    EVTAttributeDictionary method;
+    method.add("method", "Run");
+    const EVTEvent login = EVTEvent::predefined("login", method, {{"Bundle Build", "42"}});
+    kit->enqueueEvent(login);
+    kit->enqueueEvent(EVTEvent::custom("Memory is Cleaned", {}));
+    kit->enqueueEvent(EVTEvent::custom("Memory is Cleaned", {}));
+    kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::DidBecomeActive));
+    waitForUploads(finished, 1);
+    EXPECT_TRUE(finished.first().at(1).toBool());
+
+    ASSERT_EQ(server.requests().size(), 1);
+    const test::ReceivedRequest &request = server.requests().first();
+    EXPECT_EQ(request.method, "POST");
+    EXPECT_EQ(request.path, "/api/v2/events");
+    EXPECT_EQ(request.headers.value("x-telemetry-api-key"), kApiKey);
+    EXPECT_EQ(request.headers.value("x-telemetry-api-client-display-version"), "1.0.0");
+    EXPECT_EQ(request.headers.value("x-telemetry-api-client-build-version"), "42");
+    for (const char *header : {"x-telemetry-api-client-type", "x-telemetry-api-client-version",
+                               "x-telemetry-developer-token"}) {
+        EXPECT_FALSE(request.headers.value(header).isEmpty()) << header;
+    }
+    bool numeric = false;
+    request.headers.value("x-telemetry-api-client-packaged-timestamp").toLongLong(&numeric);
+    EXPECT_TRUE(numeric);
+    EXPECT_TRUE(request.headers.value("content-type").startsWith("multipart/form-data; boundary="));
+
+    const test::UnpackedUpload upload = unpackRequest(0);
+    EXPECT_TRUE(upload.partHeaders.contains("Content-Type: application/vnd.telemetry.events"));
+    ASSERT_EQ(upload.lines.size(), 5);
+    QStringList names;
+    for (const QByteArray &line : upload.lines) {
+        names << test::lineName(line);
+    }
+    EXPECT_EQ(names,
+              QStringList({"metadata", "predefined", "custom", "custom", "app_became_active"}));
+    // The lines are the ones the events format, byte for byte.
+    EXPECT_EQ(upload.lines.at(1), login.line());
+
+    const QJsonObject metadata =
+        QJsonDocument::fromJson(test::linePayload(upload.lines.first())).object();
+    EXPECT_EQ(metadata.value("generator").toString(), "Telemetry Events SDK/1.4.0");
+    EXPECT_EQ(metadata.value("api_key").toString(), kApiKey);
+    EXPECT_EQ(metadata.value("install_id").toString(), "INSTALL-1");
+    EXPECT_EQ(metadata.value("started_at").toInteger(), static_cast<qint64>(login.timestamp()));
+    EXPECT_EQ(metadata.value("platform").toString(), "linux");
+    EXPECT_EQ(metadata.value("bundle_id").toString(), "app.tarnwell.Tarnwell");
+    EXPECT_EQ(metadata.value("bundle_short_version").toString(), "1.0.0");
+    EXPECT_FALSE(metadata.value("session_id").toString().isEmpty());
+    EXPECT_GE(metadata.value("cores").toInteger(), 1);
+    EXPECT_EQ(metadata.value("jailbroken").toBool(true), false);
+
+    kit->waitUntilIdle();
+    EXPECT_TRUE(eventFiles("*.multipartmime").isEmpty());
+}
+
+TEST_F(EventsKit, RetriesABusyServiceUntilItTakesTheFile) {
+    server.script(ScriptedReply::respond(503));
+    server.script(ScriptedReply::respond(429, {{"Retry-After", "7"}}));
+    // Qt resends once by itself after a connection closed without an answer.
+    server.script(ScriptedReply::drop());
+    server.script(ScriptedReply::drop());
+    auto kit = start(server.url());
+    QSignalSpy finished(kit.get(), &EVTEventsController::uploadFinished);
+    kit->enqueueEvent(EVTEvent::custom("Memory is Cleaned", {}));
+    kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::WillResignActive));
+    waitForUploads(finished, 1);
+    EXPECT_TRUE(finished.first().at(1).toBool());
+    ASSERT_EQ(server.requests().size(), 5);
+    for (const test::ReceivedRequest &request : server.requests()) {
+        EXPECT_EQ(request.body, server.requests().first().body);
+    }
+    // The timer was made at the first failure, which had no Retry-After.
+    EXPECT_EQ(runner->delays, (std::vector<double>{2, 4, 8}));
+}
+
+TEST_F(EventsKit, RefusedFileIsDroppedWithoutRetry) {
+    server.script(ScriptedReply::respond(400));
+    auto kit = start(server.url());
+    QSignalSpy finished(kit.get(), &EVTEventsController::uploadFinished);
+    kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::DidBecomeActive));
+    waitForUploads(finished, 1);
+    EXPECT_FALSE(finished.first().at(1).toBool());
+    EXPECT_EQ(server.requests().size(), 1);
+    kit->waitUntilIdle();
+    EXPECT_TRUE(eventFiles("*.multipartmime").isEmpty());
+}
+
+TEST_F(EventsKit, FileStillRefusedAfterElevenRetriesWaitsForTheNextStart) {
+    for (int i = 0; i < 12; ++i) {
+        server.script(ScriptedReply::respond(503));
+    }
+    {
+        auto kit = start(server.url());
+        QSignalSpy finished(kit.get(), &EVTEventsController::uploadFinished);
+        kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::DidBecomeActive));
+        waitForUploads(finished, 1);
+        EXPECT_FALSE(finished.first().at(1).toBool());
+        EXPECT_EQ(server.requests().size(), 12);
+        kit->waitUntilIdle();
+        EXPECT_EQ(eventFiles("*.multipartmime").size(), 1);
+    }
+    auto restarted = start(server.url());
+    QSignalSpy finished(restarted.get(), &EVTEventsController::uploadFinished);
+    waitForUploads(finished, 1);
+    EXPECT_TRUE(finished.first().at(1).toBool());
+    EXPECT_EQ(server.requests().size(), 13);
+}
+
+TEST_F(EventsKit, StalledUploadIsAbandonedAndRetried) {
+    writeSettings({{"upload_timeout_secs", 0.2}});
+    server.script(ScriptedReply::stall());
+    auto kit = start(server.url());
+    QSignalSpy finished(kit.get(), &EVTEventsController::uploadFinished);
+    kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::DidBecomeActive));
+    waitForUploads(finished, 1);
+    EXPECT_TRUE(finished.first().at(1).toBool());
+    EXPECT_EQ(server.requests().size(), 2);
+}
+
+TEST_F(EventsKit, EventsAreKeptAcrossARestartWhileOffline) {
+    QTcpServer closed;
+    ASSERT_TRUE(closed.listen(QHostAddress::LocalHost, 0));
+    const QUrl offline(
+        QStringLiteral("http://127.0.0.1:%1/api/v2/events").arg(closed.serverPort()));
+    closed.close();
+    {
+        auto kit = start(offline, std::make_shared<NeverRunner>());
+        kit->enqueueEvent(EVTEvent::custom("before flush", {}));
+        kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::WillResignActive));
+        kit->enqueueEvent(EVTEvent::custom("after flush", {}));
+        kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::WillTerminate));
+    }
+    EXPECT_EQ(eventFiles("*.multipartmime").size(), 1);
+    EXPECT_EQ(eventFiles("*.log").size(), 1);
+
+    auto kit = start(server.url());
+    QSignalSpy finished(kit.get(), &EVTEventsController::uploadFinished);
+    waitForUploads(finished, 2);
+    QStringList sent;
+    for (int i = 0; i < server.requests().size(); ++i) {
+        for (const QByteArray &line : unpackRequest(i).lines) {
+            sent << test::lineName(line) + ' ' +
+                        QJsonDocument::fromJson(test::linePayload(line))
+                            .object()
+                            .value("custom_type")
+                            .toString();
+        }
+    }
+    sent.sort();
+    EXPECT_EQ(sent, QStringList({"app_became_inactive ", "app_terminated ", "custom after flush",
+                                 "custom before flush", "metadata ", "metadata "}));
+    kit->waitUntilIdle();
+    EXPECT_TRUE(eventFiles("*").isEmpty());
+}
+
+TEST_F(EventsKit, FileOverTheSizeLimitIsRotatedWithTheEventThatFoundItFull) {
+    auto kit = start(QUrl());  // no endpoint: files are kept
+    const EVTAttributes padding{{"padding", QString(100, QLatin1Char('p'))}};
+    qint64 size = 0;
+    while (size <= 8000) {
+        kit->enqueueEvent(EVTEvent::custom("filler", padding));
+        kit->waitUntilIdle();
+        ASSERT_EQ(eventFiles("*.log").size(), 1);
+        size = QFileInfo(QDir(eventsDirectory()).filePath(eventFiles("*.log").first())).size();
+    }
+    EXPECT_TRUE(eventFiles("*.multipartmime").isEmpty());
+    kit->enqueueEvent(EVTEvent::custom("last one in", {}));
+    kit->waitUntilIdle();
+    EXPECT_TRUE(eventFiles("*.log").isEmpty());
+    const QStringList packaged = eventFiles("*.multipartmime");
+    ASSERT_EQ(packaged.size(), 1);
+    QFile file(QDir(eventsDirectory()).filePath(packaged.first()));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const test::UnpackedUpload upload =
+        test::unpack(file.readAll(), QFileInfo(file).completeBaseName().toLatin1());
+    ASSERT_FALSE(upload.lines.isEmpty());
+    EXPECT_EQ(test::lineName(upload.lines.first()), "metadata");
+    EXPECT_TRUE(test::linePayload(upload.lines.last()).contains("last one in"));
+}
+
+TEST_F(EventsKit, OnlyTheNewestHundredPackagedFilesAreKept) {
+    QDir().mkpath(eventsDirectory());
+    const QDateTime yesterday = QDateTime::currentDateTime().addDays(-1);
+    for (int i = 0; i < 105; ++i) {
+        // Oldest first, so birth and modification times agree.
+        const QString path =
+            QDir(eventsDirectory())
+                .filePath(
+                    QStringLiteral("Boundary-%1.multipartmime").arg(i, 3, 10, QLatin1Char('0')));
+        writeFile(path, "x");
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+        ASSERT_TRUE(file.setFileTime(yesterday.addSecs(i), QFileDevice::FileModificationTime));
+    }
+    auto kit = start(QUrl());
+    kit->waitUntilIdle();
+    const QStringList kept = eventFiles("*.multipartmime");
+    ASSERT_EQ(kept.size(), 100);
+    EXPECT_EQ(kept.first(), "Boundary-005.multipartmime");
+    EXPECT_EQ(kept.last(), "Boundary-104.multipartmime");
+}
+
+TEST_F(EventsKit, CollectionSwitchedOffRemovesFilesAndRecordsNothing) {
+    auto kit = start(QUrl());
+    kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::DidBecomeActive));
+    kit->enqueueEvent(EVTEvent::custom("pending", {}));
+    kit->waitUntilIdle();
+    ASSERT_EQ(eventFiles("*").size(), 2);
+    kit->setCollectionEnabled(false);
+    kit->enqueueEvent(EVTEvent::custom("ignored", {}));
+    kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::DidBecomeActive));
+    kit->waitUntilIdle();
+    EXPECT_TRUE(eventFiles("*").isEmpty());
+    kit->setCollectionEnabled(true);
+    kit->enqueueEvent(EVTEvent::custom("recorded", {}));
+    kit->waitUntilIdle();
+    EXPECT_EQ(eventFiles("*.log").size(), 1);
+}
+
+TEST_F(EventsKit, SettingsFileCanSwitchAnalyticsOff) {
+    QDir().mkpath(eventsDirectory());
+    writeFile(QDir(eventsDirectory()).filePath("OLD.log"), "x\n");
+    writeSettings({}, {{"collect_analytics", false}});
+    auto kit = start(server.url());
+    kit->enqueueEvent(EVTEvent::custom("ignored", {}));
+    kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::DidBecomeActive));
+    kit->waitUntilIdle();
+    EXPECT_TRUE(eventFiles("*").isEmpty());
+    EXPECT_TRUE(server.requests().isEmpty());
+}
+
+TEST_F(EventsKit, FirstStartRecordsTheInstallationOnce) {
+    QFile::remove(QDir(root.path()).filePath("install_id"));
+    {
+        auto kit = start(QUrl());
+        kit->waitUntilIdle();
+    }
+    ASSERT_EQ(eventFiles("*.multipartmime").size(), 1);
+    auto kit = start(QUrl());
+    kit->waitUntilIdle();
+    EXPECT_EQ(eventFiles("*.multipartmime").size(), 1);
+    EXPECT_TRUE(eventFiles("*.log").isEmpty());
+}
+
+}  // namespace
+}  // namespace tarnwell

@@ -1,0 +1,148 @@
+#include <memory>
+
+#include <gtest/gtest.h>
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSettings>
+#include <QTemporaryDir>
+
+#include "analytics/EVTConfiguration.h"
+#include "analytics/EVTEvents.h"
+#include "analytics/EVTEventsController.h"
+#include "analytics/facade/QRMEventManager.h"
+#include "memory/QRMMemoryInfo.h"
+#include "preferences/QRMPreferencesManager.h"
+
+namespace tarnwell {
+namespace {
+
+// A machine with a fixed amount of installed memory and nothing else.
+class InstalledMemorySource : public MemorySource {
+public:
+    explicit InstalledMemorySource(uint64_t bytes) : bytes_(bytes) {}
+    uint64_t physicalMemory() override { return bytes_; }
+    std::optional<uint64_t> hardwareMemorySize() override { return bytes_; }
+    std::optional<uint64_t> hardwarePhysicalMemory() override { return bytes_; }
+    std::optional<uint64_t> userMemory() override { return bytes_; }
+    std::optional<VmStatistics> sampleVmStatistics() override {
+        VmStatistics statistics;
+        statistics.pageSize = 4096;
+        return statistics;
+    }
+    std::optional<SwapUsage> sampleSwapUsage() override { return SwapUsage{}; }
+
+private:
+    uint64_t bytes_;
+};
+
+constexpr uint64_t kInstalled = 17179869184;  // 16 GiB
+
+class EventManager : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(folder.isValid());
+        preferences = std::make_unique<QRMPreferencesManager>(
+            std::make_unique<QSettings>(folder.filePath("settings.ini"), QSettings::IniFormat),
+            [] { return std::optional<uint64_t>(kInstalled); }, QUrl());
+        manager = std::make_unique<QRMEventManager>(memory, *preferences, "1.2.3", "45");
+        EVTConfiguration configuration;
+        configuration.rootDirectory = folder.filePath("analytics");
+        configuration.bundleIdentifier = "app.tarnwell.Tarnwell";
+        // An installation seen before: only the manager's events get written.
+        QDir().mkpath(configuration.rootDirectory);
+        QFile installId(configuration.rootDirectory + "/install_id");
+        ASSERT_TRUE(installId.open(QIODevice::WriteOnly));
+        installId.write("INSTALL");
+        installId.close();
+        EVTEvents::start(configuration);
+    }
+    void TearDown() override { EVTEvents::stop(); }
+
+    // Every event line written so far, metadata left out.
+    QList<QJsonObject> recorded() {
+        EVTEvents::controller()->waitUntilIdle();
+        QList<QJsonObject> events;
+        const QDir events_dir(folder.filePath("analytics/events"));
+        for (const QString &name : events_dir.entryList({"*.log"}, QDir::Files)) {
+            QFile file(events_dir.filePath(name));
+            EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+            for (const QByteArray &line : file.readAll().split('\n')) {
+                const QList<QByteArray> fields = line.split('\t');
+                if (fields.size() == 4 && fields[1] != "metadata") {
+                    events.append(QJsonDocument::fromJson(fields[3]).object());
+                }
+            }
+        }
+        return events;
+    }
+
+    QStringList eventFiles() {
+        EVTEvents::controller()->waitUntilIdle();
+        return QDir(folder.filePath("analytics/events")).entryList(QDir::Files);
+    }
+
+    QTemporaryDir folder;
+    QRMMemoryInfo memory{std::make_unique<InstalledMemorySource>(kInstalled)};
+    std::unique_ptr<QRMPreferencesManager> preferences;
+    std::unique_ptr<QRMEventManager> manager;
+};
+
+TEST_F(EventManager, AttributesNameTheBuildAndTheFormattedInstalledMemory) {
+    const EVTAttributes attributes = manager->customAttributes();
+    ASSERT_EQ(attributes.size(), 3);
+    EXPECT_EQ(attributes[0], qMakePair(QString("Bundle Version"), QVariant("1.2.3")));
+    EXPECT_EQ(attributes[1], qMakePair(QString("Bundle Build"), QVariant("45")));
+    EXPECT_EQ(attributes[2].first, "Memory Installed");
+    // Abbreviated unit, no full name, no fixed width.
+    EXPECT_EQ(attributes[2].second.toString(), "16.00 GB");
+}
+
+TEST_F(EventManager, LaunchesAreSignUpThenLogIn) {
+    manager->firstRun();
+    manager->run();
+    const QList<QJsonObject> events = recorded();
+    ASSERT_EQ(events.size(), 2);
+    EXPECT_EQ(events[0].value("predefined_type").toString(), "sign_up");
+    EXPECT_EQ(events[0].value("predefined_attributes").toObject(),
+              QJsonObject({{"method", "First Run"}, {"success", "true"}}));
+    EXPECT_EQ(events[1].value("predefined_type").toString(), "login");
+    EXPECT_EQ(events[1].value("predefined_attributes").toObject(),
+              QJsonObject({{"method", "Run"}, {"success", "true"}}));
+    EXPECT_EQ(events[1].value("custom_attributes").toObject().value("Bundle Build").toString(),
+              "45");
+}
+
+TEST_F(EventManager, EachCleaningAndWindowLoadIsOneEvent) {
+    manager->memoryCleaned();
+    manager->memoryCleaned();
+    manager->contentViewWithName("Preferences", "Window", "preferencesWindow");
+    const QList<QJsonObject> events = recorded();
+    ASSERT_EQ(events.size(), 3);
+    EXPECT_EQ(events[0].value("custom_type").toString(), "Memory is Cleaned");
+    EXPECT_NE(events[0].value("eventId"), events[1].value("eventId"));
+    EXPECT_EQ(events[2].value("predefined_attributes").toObject(),
+              QJsonObject({{"content_name", "Preferences"},
+                           {"content_type", "Window"},
+                           {"content_id", "preferencesWindow"}}));
+}
+
+TEST_F(EventManager, SwitchedOffRecordsNothingAndRemovesTheFiles) {
+    manager->run();
+    manager->applicationWillResignActive();  // leaves a packaged file
+    manager->memoryCleaned();
+    ASSERT_EQ(eventFiles().size(), 2);
+
+    preferences->setCollectUsageEvents(false);
+    manager->memoryCleaned();
+    manager->applicationDidBecomeActive();
+    EXPECT_TRUE(eventFiles().isEmpty());
+
+    preferences->setCollectUsageEvents(true);
+    manager->memoryCleaned();
+    EXPECT_EQ(recorded().size(), 1);
+}
+
+}  // namespace
+}  // namespace tarnwell
