@@ -1,12 +1,10 @@
 #include "app/ApplicationSession.h"
 
-#include <cstdio>
 #include <filesystem>
 
 #include <QCoreApplication>
 
 #include "BuildInfo.h"
-#include "app/ConsoleViews.h"
 #include "app/TerminationSignals.h"
 #include "localization/QRMLanguageNotifier.h"
 #include "localization/QRMLocalization.h"
@@ -65,15 +63,6 @@ int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *
                      &QCoreApplication::quit);
     ApplicationSession session(statusItem, notifier, usageEvents);
     return app.exec();
-}
-
-int runConsoleApplication(int argc, char **argv) {
-    QCoreApplication app(argc, argv);
-    std::fprintf(stderr, "%s %s is watching memory in the terminal; Ctrl-C quits.\n", kDisplayName,
-                 kMarketingVersion);
-    ConsoleStatusItemView statusItem;
-    ConsoleNotifier notifier;
-    return runSession(app, &statusItem, &notifier, nullptr);
 }
 
 }  // namespace tarnwell

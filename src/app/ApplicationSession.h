@@ -45,8 +45,4 @@ private:
 int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *notifier,
                UsageEvents *usageEvents);
 
-// Console mode: the same controller with a status line per refresh on
-// standard output.
-int runConsoleApplication(int argc, char **argv);
-
 }  // namespace tarnwell

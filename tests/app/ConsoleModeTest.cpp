@@ -26,6 +26,8 @@ protected:
         env.insert("XDG_CONFIG_HOME", home.filePath("config"));
         env.insert("XDG_DATA_HOME", home.filePath("data"));
         env.insert("XDG_CACHE_HOME", home.filePath("cache"));
+        // Usage events stay on this machine: nothing listens on the discard port.
+        env.insert("TARNWELL_EVENTS_URL", "http://127.0.0.1:9/events");
         // 23 GiB free, which the record's 32-bit byte figure wraps to 3.01 GB.
         env.insert("TARNWELL_MEMORY_ROOT", TARNWELL_TEST_DATA_DIR "/memory/debian12-6.18-noswap");
         env.remove("WAYLAND_DISPLAY");

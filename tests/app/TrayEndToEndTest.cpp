@@ -179,6 +179,8 @@ protected:
         env.insert("XDG_CONFIG_HOME", home.filePath("config"));
         env.insert("XDG_DATA_HOME", home.filePath("data"));
         env.insert("XDG_CACHE_HOME", home.filePath("cache"));
+        // Usage events stay on this machine: nothing listens on the discard port.
+        env.insert("TARNWELL_EVENTS_URL", "http://127.0.0.1:9/events");
         env.insert("XDG_RUNTIME_DIR", home.filePath("runtime"));
         QDir().mkpath(home.filePath("runtime"));
         QFile::setPermissions(home.filePath("runtime"), QFileDevice::ReadOwner |
