@@ -6,6 +6,7 @@
 #include <QUrl>
 
 #include "BuildInfo.h"
+#include "StatusBarIcons.h"
 #include "app/AppSettings.h"
 #include "app/MemoryEngine.h"
 #include "app/QRMMakeURL.h"
@@ -305,16 +306,14 @@ void QRMAppDelegate::refreshStatusItemImage() {
     switch (settings_.statusBarIconType()) {
         case kIconStatic2DBlack:
             if (statusBarIconStatic2D_.isNull()) {
-                statusBarIconStatic2D_ =
-                    StatusIcons::staticIcon(QStringLiteral(":/icons/statusBarIconStatic2D.svg"));
+                statusBarIconStatic2D_ = StatusIcons::staticIcon(kStatusBarIconStatic2D);
             }
             image = statusBarIconStatic2D_;
             isTemplate = true;
             break;
         case kIconStatic3DGrayscale:
             if (statusBarIconStatic3D_.isNull()) {
-                statusBarIconStatic3D_ =
-                    StatusIcons::staticIcon(QStringLiteral(":/icons/statusBarIconStatic3D.svg"));
+                statusBarIconStatic3D_ = StatusIcons::staticIcon(kStatusBarIconStatic3D);
             }
             image = statusBarIconStatic3D_;
             break;

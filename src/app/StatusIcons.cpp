@@ -2,9 +2,10 @@
 
 #include <algorithm>
 
-#include <QImageReader>
 #include <QPainter>
 #include <QPainterPath>
+
+#include "StatusBarIcons.h"
 
 namespace tarnwell::StatusIcons {
 
@@ -102,14 +103,11 @@ QImage blankImage(int size) {
     return transparentImage(size);
 }
 
-QImage staticIcon(const QString &resource) {
-    QImageReader reader(resource);
+QImage staticIcon(const QString &name) {
     const int pixels = int(kStaticIconSize * kDevicePixelRatio);
-    reader.setScaledSize(QSize(pixels, pixels));
-    QImage image = reader.read();
+    QImage image = loadStatusBarIcon(name, QSize(pixels, pixels));
     if (image.isNull()) {
-        qWarning("cannot load status icon %s: %s", qPrintable(resource),
-                 qPrintable(reader.errorString()));
+        qWarning("cannot load the status bar icon %s", qPrintable(name));
         return blankImage(kStaticIconSize);
     }
     image.setDevicePixelRatio(kDevicePixelRatio);

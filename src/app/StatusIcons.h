@@ -39,8 +39,9 @@ QImage legendImage(const QColor &color);
 // from collapsing when it has no icon.
 QImage blankImage(int size = kLegendSize);
 
-// An icon from the resources, rendered at kStaticIconSize points.
-QImage staticIcon(const QString &resource);
+// One of the static status bar icons (kStatusBarIconStatic2D or ...3D),
+// rendered at kStaticIconSize points; a blank when it cannot be loaded.
+QImage staticIcon(const QString &name);
 
 }  // namespace StatusIcons
 }  // namespace tarnwell

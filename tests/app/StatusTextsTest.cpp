@@ -175,6 +175,36 @@ TEST(StatusItemImage, TemplateOnlyForTheMonochromeIcons) {
     }
 }
 
+bool hasOpaquePixel(const QImage &image) {
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (image.pixelColor(x, y).alpha() == 255) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+TEST(StatusItemImage, StaticIconsAreDrawnAtEighteenPoints) {
+    for (int64_t type : {1, 2}) {
+        ControllerRig rig;
+        rig.settings.iconType = type;
+        rig.start();
+        SCOPED_TRACE(type);
+        EXPECT_EQ(rig.statusItem.image.size(), QSize(36, 36));
+        EXPECT_TRUE(hasOpaquePixel(rig.statusItem.image));
+    }
+}
+
+TEST(StatusItemImage, NoIconKeepsABlankSpace) {
+    ControllerRig rig;
+    rig.settings.iconType = 0;
+    rig.start();
+    EXPECT_EQ(rig.statusItem.image.size(), QSize(32, 32));
+    EXPECT_FALSE(hasOpaquePixel(rig.statusItem.image));
+}
+
 TEST(StatusItemImage, ColourLegendsStayAfterSwitchingIcons) {
     ControllerRig rig;
     rig.settings.iconType = 3;
