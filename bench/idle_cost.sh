@@ -1,0 +1,58 @@
+#!/usr/bin/env bash
+# bench/idle_cost.sh BUILD_DIR [SECONDS]
+#
+# Idle cost of the running tray application with its default 5-second
+# refresh against a minimal Qt tray program, side by side on one private
+# display and session bus: CPU time scaled to an hour, and resident memory.
+# Both run in throw-away homes; tarnwell's figures come from the real /proc.
+set -euo pipefail
+
+if [ "${1:-}" != "--inside-session" ]; then
+    build=$(cd "$1" && pwd)
+    exec dbus-run-session -- "$0" --inside-session "$build" "${2:-60}"
+fi
+build=$2
+seconds=$3
+work=$(mktemp -d)
+pids=()
+cleanup() {
+    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+    rm -rf "$work"
+}
+trap cleanup EXIT
+
+display=":$((100 + RANDOM % 800))"
+Xvfb "$display" -nolisten tcp -screen 0 1024x768x24 >/dev/null 2>&1 &
+pids+=($!)
+for _ in $(seq 50); do xdpyinfo -display "$display" >/dev/null 2>&1 && break; sleep 0.1; done
+
+start() {
+    local home="$work/$1"
+    shift
+    mkdir -p "$home/runtime" && chmod 700 "$home/runtime"
+    env HOME="$home" XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data" \
+        XDG_CACHE_HOME="$home/cache" XDG_RUNTIME_DIR="$home/runtime" DISPLAY="$display" \
+        TARNWELL_EVENTS_URL="http://127.0.0.1:9/events" "$@" >/dev/null 2>&1 &
+    pids+=($!)
+}
+# User plus system CPU ticks, and resident KiB.
+ticks() { awk '{ print $14 + $15 }' "/proc/$1/stat"; }
+rss() { awk '/^VmRSS:/ { print $2 }' "/proc/$1/status"; }
+
+start tarnwell "$build/src/tarnwell"
+app=${pids[-1]}
+start minimal "$build/bench/tarnwell_minimal_tray"
+base=${pids[-1]}
+sleep 5  # start-up is not idle time
+app0=$(ticks "$app") base0=$(ticks "$base")
+sleep "$seconds"
+app1=$(ticks "$app") base1=$(ticks "$base")
+
+awk -v a=$((app1 - app0)) -v b=$((base1 - base0)) -v hz="$(getconf CLK_TCK)" -v s="$seconds" \
+    -v ar="$(rss "$app")" -v br="$(rss "$base")" 'BEGIN {
+    printf "%-16s %12s %9s\n", "program", "CPU s/hour", "RSS MiB"
+    printf "%-16s %12.2f %9.1f\n", "minimal Qt tray", b / hz * 3600 / s, br / 1024
+    printf "%-16s %12.2f %9.1f\n", "tarnwell", a / hz * 3600 / s, ar / 1024
+    if (b > 0) printf "CPU ratio %.1fx, ", a / b; else printf "CPU ratio n/a (baseline used no tick), "
+    printf "RSS ratio %.2fx\n", ar / br
+}'
