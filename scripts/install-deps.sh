@@ -13,6 +13,8 @@ packages=(
     libgtest-dev libgmock-dev googletest libbenchmark-dev hyperfine
     # a desktop for the tests: display, window manager, session bus, notifications
     xvfb xauth x11-utils openbox dbus dbus-x11 dunst xdotool
+    # real panels for scripts/smoke-status-item.sh
+    xfce4-panel xfce4-indicator-plugin ayatana-indicator-application libglib2.0-bin imagemagick
 )
 
 missing=()

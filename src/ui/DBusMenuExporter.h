@@ -25,10 +25,7 @@ public:
                      QObject *parent = nullptr);
     ~DBusMenuExporter() override;
 
-    QString objectPath() const { return objectPath_; }
-    QDBusConnection connection() const { return connection_; }
     void setMenu(QRMMenu *menu);
-    QRMMenu *menu() const { return menu_; }
 
     uint revision() const { return revision_; }
     // nullopt when parentId names no item.

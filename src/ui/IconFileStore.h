@@ -15,7 +15,6 @@ public:
     // baseDirectory defaults to the user's runtime folder.
     explicit IconFileStore(const QString &baseDirectory = {});
 
-    bool isValid() const { return directory_.isValid(); }
     QString directory() const { return directory_.path(); }
     // Writes the image as PNG and answers its icon name (the file name without
     // ".png"), or an empty string when the file cannot be written.

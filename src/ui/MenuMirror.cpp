@@ -31,6 +31,7 @@ QString MenuMirror::escapedText(const QString &title) {
 void MenuMirror::setMenu(QRMMenu *menu) {
     if (source_) {
         disconnect(source_, nullptr, menu_.get(), nullptr);
+        disconnect(menu_.get(), nullptr, source_, nullptr);
     }
     source_ = menu;
     menu_->clear();

@@ -99,10 +99,6 @@ QString StatusNotifierItem::serviceName() const {
     return d_->serviceName;
 }
 
-QString StatusNotifierItem::objectPath() const {
-    return kItemPath;
-}
-
 QString StatusNotifierItem::menuObjectPath() const {
     return kMenuPath;
 }

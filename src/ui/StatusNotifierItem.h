@@ -37,7 +37,6 @@ public:
 
     static QString watcherService();
     QString serviceName() const;
-    QString objectPath() const;
     QString menuObjectPath() const;
 
     QString id() const;

@@ -60,7 +60,6 @@ signals:
     void NewTitle();
     void NewIcon();
     void NewToolTip();
-    void NewStatus(const QString &status);
     void XAyatanaNewLabel(const QString &label, const QString &guide);
 
 private:

@@ -118,11 +118,6 @@ TEST(UserNotificationsWithoutService, CostTheCallerNothing) {
     EXPECT_EQ(server.received.first().body, QStringLiteral("seen"));
 }
 
-TEST(UserNotificationsShared, IsOneInstance) {
-    EXPECT_EQ(&QRMUserNotificationsManager::sharedUserNotificationsManager(),
-              &QRMUserNotificationsManager::sharedUserNotificationsManager());
-}
-
 }  // namespace
 }  // namespace tarnwell
 

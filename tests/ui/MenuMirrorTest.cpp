@@ -105,5 +105,17 @@ TEST_F(MenuMirrorTest, OpeningAMenuLetsTheModelRefreshFirst) {
     mirror.menu()->hide();
 }
 
+TEST_F(MenuMirrorTest, AReplacedModelIsNoLongerFollowed) {
+    QRMMenu other;
+    other.addItem(QStringLiteral("Other"));
+    mirror.setMenu(&other);
+    QSignalSpy oldShown(&model, &QRMMenu::aboutToShow);
+    model.addItem(QStringLiteral("Late"));
+    mirror.menu()->popup({0, 0});
+    EXPECT_EQ(shapeOf(mirror.menu()), QStringLiteral("Other"));
+    EXPECT_EQ(oldShown.count(), 0);
+    mirror.menu()->hide();
+}
+
 }  // namespace
 }  // namespace tarnwell

@@ -27,7 +27,6 @@ public:
     }
     ~TestStatusNotifierWatcher() override { QDBusConnection::disconnectFromBus(connectionName_); }
 
-    QDBusConnection connection() const { return connection_; }
     int protocolVersion() const { return 0; }
     bool isHostRegistered() const { return true; }
     QStringList registeredItems() const { return items_; }
