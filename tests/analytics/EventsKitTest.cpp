@@ -345,3 +345,25 @@ TEST_F(EventsKit, FirstStartRecordsTheInstallationOnce) {
 
 }  // namespace
 }  // namespace tarnwell
+
+namespace tarnwell {
+namespace {
+
+TEST(Configuration, FolderUnderTheDataFolderAndEndpointFromTheEnvironment) {
+    const QString dataHome = qEnvironmentVariable("XDG_DATA_HOME");
+    qputenv("TARNWELL_EVENTS_URL", "http://127.0.0.1:9/api/v2/events");
+    qputenv("TARNWELL_EVENTS_KEY", "from-environment");
+    const EVTConfiguration configuration =
+        EVTConfiguration::forApplication("org/example.App", "2.0", "7");
+    qunsetenv("TARNWELL_EVENTS_URL");
+    qunsetenv("TARNWELL_EVENTS_KEY");
+    EXPECT_EQ(configuration.rootDirectory,
+              dataHome + "/telemetry.data/org_example.App/analytics/v2");
+    EXPECT_EQ(configuration.eventsURL, QUrl("http://127.0.0.1:9/api/v2/events"));
+    EXPECT_EQ(configuration.apiKey, "from-environment");
+    EXPECT_EQ(configuration.bundleShortVersion, "2.0");
+    EXPECT_EQ(configuration.bundleVersion, "7");
+}
+
+}  // namespace
+}  // namespace tarnwell
