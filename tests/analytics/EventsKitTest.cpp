@@ -174,6 +174,16 @@ TEST_F(EventsKit, RetriesABusyServiceUntilItTakesTheFile) {
     EXPECT_EQ(runner->delays, (std::vector<double>{2, 4, 8}));
 }
 
+TEST_F(EventsKit, FlushTimerSendsTheCurrentFile) {
+    writeSettings({{"flush_interval_secs", 0.05}});
+    auto kit = start(server.url());
+    QSignalSpy finished(kit.get(), &EVTEventsController::uploadFinished);
+    kit->enqueueEvent(EVTEvent::custom("timed", {}));
+    waitForUploads(finished, 1);
+    ASSERT_EQ(unpackRequest(0).lines.size(), 2);
+    EXPECT_TRUE(test::linePayload(unpackRequest(0).lines.at(1)).contains("timed"));
+}
+
 TEST_F(EventsKit, RefusedFileIsDroppedWithoutRetry) {
     server.script(ScriptedReply::respond(400));
     auto kit = start(server.url());
