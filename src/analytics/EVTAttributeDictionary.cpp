@@ -19,9 +19,10 @@ QString truncated(const QString &text) {
     if (text.size() <= EVTAttributeDictionary::kMaximumLength) {
         return text;
     }
-    qCInfo(lcEvents,
-           "[Events] Maximum length for an Event attributes exceeded. Truncating to %u characters.",
-           static_cast<unsigned>(EVTAttributeDictionary::kMaximumLength));
+    qCWarning(
+        lcEvents,
+        "[Events] Maximum length for an Event attributes exceeded. Truncating to %u characters.",
+        static_cast<unsigned>(EVTAttributeDictionary::kMaximumLength));
     return text.left(EVTAttributeDictionary::kMaximumLength);
 }
 

@@ -22,9 +22,9 @@ QRMEventManager::QRMEventManager(QRMMemoryInfo &memoryInfo, QRMPreferencesManage
       bundleVersion_(std::move(bundleVersion)),
       bundleBuild_(std::move(bundleBuild)) {}
 
-void QRMEventManager::startEvents() {
-    EVTEvents::start(EVTConfiguration::forApplication(QString::fromLatin1(kBundleIdentifier),
-                                                      bundleVersion_, bundleBuild_));
+void QRMEventManager::startEvents(const QString &bundleIdentifier) {
+    EVTEvents::start(
+        EVTConfiguration::forApplication(bundleIdentifier, bundleVersion_, bundleBuild_));
     collectionEnabled();
 }
 

@@ -29,7 +29,7 @@ public:
     // user's data folder, and the endpoint and key of the build or of
     // TARNWELL_EVENTS_URL / TARNWELL_EVENTS_KEY. Called once at start-up,
     // before the first event; stopEvents() at shutdown writes what is queued.
-    void startEvents();
+    void startEvents(const QString &bundleIdentifier);
     void stopEvents();
 
     // "Bundle Version", "Bundle Build", "Memory Installed", built afresh
