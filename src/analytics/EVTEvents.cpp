@@ -39,8 +39,9 @@ void addPriceIfPresent(EVTAttributeDictionary &attributes, const char *key, cons
 EVTEventsController &EVTEvents::start(const EVTConfiguration &configuration) {
     stop();
     std::unique_lock lock(controllerMutex);
-    runningController = std::make_unique<EVTEventsController>(configuration);
-    runningController->setCollectionEnabled(collectionEnabled);
+    EVTConfiguration withChoice = configuration;
+    withChoice.collectionEnabled = collectionEnabled;
+    runningController = std::make_unique<EVTEventsController>(withChoice);
     return *runningController;
 }
 

@@ -22,6 +22,7 @@ public:
     EVTEvents() = delete;
 
     // Starts the kit (replacing a running one) and returns its controller.
+    // Whether collection is on is the last setCollectionEnabled() choice.
     static EVTEventsController &start(const EVTConfiguration &configuration);
     // Writes what was logged so far and stops the worker.
     static void stop();

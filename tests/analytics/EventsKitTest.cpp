@@ -49,9 +49,11 @@ protected:
         writeFile(QDir(root.path()).filePath("install_id"), "INSTALL-1");
     }
 
-    std::unique_ptr<EVTEventsController> start(
-        const QUrl &url, std::shared_ptr<EVTDelayedRunner> retries = nullptr) {
+    std::unique_ptr<EVTEventsController> start(const QUrl &url,
+                                               std::shared_ptr<EVTDelayedRunner> retries = nullptr,
+                                               bool collectionEnabled = true) {
         EVTConfiguration configuration;
+        configuration.collectionEnabled = collectionEnabled;
         configuration.rootDirectory = root.path();
         configuration.eventsURL = url;
         configuration.apiKey = url.isEmpty() ? QString() : QString(kApiKey);
@@ -326,6 +328,17 @@ TEST_F(EventsKit, CollectionSwitchedOffRemovesFilesAndRecordsNothing) {
     kit->enqueueEvent(EVTEvent::custom("recorded", {}));
     kit->waitUntilIdle();
     EXPECT_EQ(eventFiles("*.log").size(), 1);
+}
+
+TEST_F(EventsKit, StartedSwitchedOffSendsNothingItFinds) {
+    QDir().mkpath(eventsDirectory());
+    writeFile(QDir(eventsDirectory()).filePath("Boundary-OLD.multipartmime"), "x");
+    writeFile(QDir(eventsDirectory()).filePath("OLD.log"), "x\n");
+    auto kit = start(server.url(), nullptr, false);
+    kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::DidBecomeActive));
+    kit->waitUntilIdle();
+    EXPECT_TRUE(eventFiles("*").isEmpty());
+    EXPECT_TRUE(server.requests().isEmpty());
 }
 
 TEST_F(EventsKit, SettingsFileCanSwitchAnalyticsOff) {
