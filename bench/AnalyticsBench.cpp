@@ -39,7 +39,7 @@ struct Kit {
         }
         configuration.bundleIdentifier = "app.tarnwell.Tarnwell";
         EVTEvents::setCollectionEnabled(true);
-        EVTEvents::start(configuration).waitUntilIdle();
+        EVTEvents::start(configuration)->waitUntilIdle();
     }
     ~Kit() { EVTEvents::stop(); }
     QTemporaryDir dir;
