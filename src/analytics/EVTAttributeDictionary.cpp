@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <optional>
 
 #include "EVTLog.h"
 
@@ -18,9 +19,10 @@ QString truncated(const QString &text) {
     if (text.size() <= EVTAttributeDictionary::kMaximumLength) {
         return text;
     }
-    qCInfo(lcEvents,
-           "[Events] Maximum length for an Event attributes exceeded. Truncating to %u characters.",
-           static_cast<unsigned>(EVTAttributeDictionary::kMaximumLength));
+    qCWarning(
+        lcEvents,
+        "[Events] Maximum length for an Event attributes exceeded. Truncating to %u characters.",
+        static_cast<unsigned>(EVTAttributeDictionary::kMaximumLength));
     return text.left(EVTAttributeDictionary::kMaximumLength);
 }
 
@@ -45,49 +47,73 @@ bool isNumber(const QVariant &value) {
 }  // namespace
 
 EVTAttributeDictionary::EVTAttributeDictionary(const EVTAttributes &attributes) {
+    entries_.reserve(attributes.size());
     for (const auto &[key, value] : attributes) {
         add(key, value);
     }
 }
 
 void EVTAttributeDictionary::add(const QString &key, const QVariant &value) {
-    if (value.typeId() == QMetaType::QString) {
-        insert(key, truncated(value.toString()));
-    } else if (value.typeId() == QMetaType::Bool) {
-        insert(key, value.toBool() ? QStringLiteral("true") : QStringLiteral("false"));
-    } else if (isNumber(value)) {
-        insert(key, QJsonValue::fromVariant(value));
-    } else {
-        qCWarning(lcEvents).noquote()
-            << QStringLiteral(
-                   "[Events] Event attribute values must be of type NSString or NSNumber. "
-                   "Ignoring entry %1:%2")
-                   .arg(key, value.toString());
-    }
+    entries_.append({key, value, false});
 }
 
 void EVTAttributeDictionary::addPrice(const QString &key, double price) {
-    if (!(price <= kMaximumPrice)) {
-        qCWarning(lcEvents).noquote()
-            << QStringLiteral(
-                   "[Events] Maximum value for a price attribute exceeded. Ignoring price "
-                   "attribute with value: %1")
-                   .arg(price);
-        return;
-    }
-    insert(key, static_cast<qint64>(price * kMicrosPerUnit));
+    entries_.append({key, price, true});
 }
 
-void EVTAttributeDictionary::insert(const QString &key, const QJsonValue &value) {
-    const QString storedKey = truncated(key);
-    if (!entries_.contains(storedKey) && entries_.size() >= kMaximumEntries) {
-        qCWarning(lcEvents).noquote()
-            << QStringLiteral(
-                   "[Events] Maximum number of Event attributes exceeded. Ignoring entry %1:%2")
-                   .arg(key, value.toVariant().toString());
-        return;
+namespace {
+
+std::optional<QJsonValue> normalised(const QString &key, const QVariant &value, bool isPrice) {
+    if (isPrice) {
+        const double price = value.toDouble();
+        if (!(price <= kMaximumPrice)) {
+            qCWarning(lcEvents).noquote()
+                << QStringLiteral(
+                       "[Events] Maximum value for a price attribute exceeded. Ignoring price "
+                       "attribute with value: %1")
+                       .arg(price);
+            return std::nullopt;
+        }
+        return static_cast<qint64>(price * kMicrosPerUnit);
     }
-    entries_.insert(storedKey, value);
+    if (value.typeId() == QMetaType::QString) {
+        return truncated(value.toString());
+    }
+    if (value.typeId() == QMetaType::Bool) {
+        return value.toBool() ? QStringLiteral("true") : QStringLiteral("false");
+    }
+    if (isNumber(value)) {
+        return QJsonValue::fromVariant(value);
+    }
+    qCWarning(lcEvents).noquote()
+        << QStringLiteral(
+               "[Events] Event attribute values must be of type NSString or NSNumber. "
+               "Ignoring entry %1:%2")
+               .arg(key, value.toString());
+    return std::nullopt;
+}
+
+}  // namespace
+
+QJsonObject EVTAttributeDictionary::toJson() const {
+    QJsonObject json;
+    for (const Entry &entry : entries_) {
+        const std::optional<QJsonValue> value = normalised(entry.key, entry.value, entry.isPrice);
+        if (!value) {
+            continue;
+        }
+        const QString key = truncated(entry.key);
+        if (!json.contains(key) && json.size() >= kMaximumEntries) {
+            qCWarning(lcEvents).noquote()
+                << QStringLiteral(
+                       "[Events] Maximum number of Event attributes exceeded. Ignoring entry "
+                       "%1:%2")
+                       .arg(entry.key, value->toVariant().toString());
+            continue;
+        }
+        json.insert(key, *value);
+    }
+    return json;
 }
 
 }  // namespace tarnwell

@@ -15,6 +15,10 @@ using EVTAttributes = QList<QPair<QString, QVariant>>;
 // The attributes of one event, normalised the way the analytics service
 // accepts them: strings or numbers only, at most 21 entries, keys and string
 // values cut to 100 characters. Rejected entries are logged and dropped.
+//
+// Entries are only collected when added and normalised by toJson(), which
+// the kit calls on its worker thread: the caller that logs an event pays
+// for a list append, not for building JSON.
 class EVTAttributeDictionary {
 public:
     // One more than a round 20; the service has always accepted 21.
@@ -29,13 +33,16 @@ public:
     // A decimal price, stored in micros.
     void addPrice(const QString &key, double price);
 
-    int count() const { return static_cast<int>(entries_.size()); }
-    const QJsonObject &toJson() const { return entries_; }
+    QJsonObject toJson() const;
 
 private:
-    void insert(const QString &key, const QJsonValue &value);
+    struct Entry {
+        QString key;
+        QVariant value;
+        bool isPrice;
+    };
 
-    QJsonObject entries_;
+    QList<Entry> entries_;
 };
 
 }  // namespace tarnwell

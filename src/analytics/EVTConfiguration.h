@@ -16,6 +16,9 @@ struct EVTConfiguration {
     QString bundleIdentifier;
     QString bundleVersion;       // the build number
     QString bundleShortVersion;  // the marketing version
+    // The user's choice; off, the kit records and sends nothing and removes
+    // the event files it finds.
+    bool collectionEnabled = true;
 
     // The build's endpoint and account key, each replaced by
     // TARNWELL_EVENTS_URL / TARNWELL_EVENTS_KEY when set in the environment.

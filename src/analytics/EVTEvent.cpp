@@ -14,49 +14,64 @@ double now() {
     return duration<double>(system_clock::now().time_since_epoch()).count();
 }
 
-QJsonObject withEventId(QJsonObject payload, const QString &identifier) {
-    payload.insert(QStringLiteral("eventId"), identifier);
-    return payload;
-}
-
 }  // namespace
 
-EVTEvent::EVTEvent() : EVTEvent(Kind::Base, QStringLiteral("unknown"), {}, false) {}
+EVTEvent::EVTEvent() : EVTEvent(Kind::Base, QStringLiteral("unknown"), false) {}
 
-EVTEvent::EVTEvent(Kind kind, QString name, QJsonObject payload, bool triggersFlush)
+EVTEvent::EVTEvent(Kind kind, QString name, bool triggersFlush)
     : kind_(kind),
-      identifier_(QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper()),
+      identifier_(QUuid::createUuid()),
       timestamp_(now()),
       name_(std::move(name)),
-      payload_(kind == Kind::Base ? payload : withEventId(std::move(payload), identifier_)),
       triggersFlush_(triggersFlush) {}
 
 EVTEvent EVTEvent::predefined(const QString &predefinedType,
                               const EVTAttributeDictionary &predefinedAttributes,
                               const EVTAttributes &customAttributes) {
-    return EVTEvent(Kind::Predefined, QStringLiteral("predefined"),
-                    {
-                        {QStringLiteral("predefined_type"), predefinedType},
-                        {QStringLiteral("predefined_attributes"), predefinedAttributes.toJson()},
-                        {QStringLiteral("custom_attributes"),
-                         EVTAttributeDictionary(customAttributes).toJson()},
-                    },
-                    false);
+    EVTEvent event(Kind::Predefined, QStringLiteral("predefined"), false);
+    event.type_ = predefinedType;
+    event.predefinedAttributes_ = predefinedAttributes;
+    event.customAttributes_ = EVTAttributeDictionary(customAttributes);
+    return event;
 }
 
 EVTEvent EVTEvent::custom(const QString &customType, const EVTAttributes &customAttributes) {
-    return EVTEvent(Kind::Custom, QStringLiteral("custom"),
-                    {
-                        {QStringLiteral("custom_type"), customType},
-                        {QStringLiteral("custom_attributes"),
-                         EVTAttributeDictionary(customAttributes).toJson()},
-                    },
-                    false);
+    EVTEvent event(Kind::Custom, QStringLiteral("custom"), false);
+    event.type_ = customType;
+    event.customAttributes_ = EVTAttributeDictionary(customAttributes);
+    return event;
+}
+
+QString EVTEvent::identifier() const {
+    return identifier_.toString(QUuid::WithoutBraces).toUpper();
+}
+
+QJsonObject EVTEvent::payload() const {
+    switch (kind_) {
+        case Kind::Base:
+            return {};
+        case Kind::Lifecycle:
+            return {{QStringLiteral("eventId"), identifier()}};
+        case Kind::Custom:
+            return {
+                {QStringLiteral("eventId"), identifier()},
+                {QStringLiteral("custom_type"), type_},
+                {QStringLiteral("custom_attributes"), customAttributes_.toJson()},
+            };
+        case Kind::Predefined:
+            return {
+                {QStringLiteral("eventId"), identifier()},
+                {QStringLiteral("predefined_type"), type_},
+                {QStringLiteral("predefined_attributes"), predefinedAttributes_.toJson()},
+                {QStringLiteral("custom_attributes"), customAttributes_.toJson()},
+            };
+    }
+    return {};
 }
 
 EVTEvent EVTEvent::lifecycle(EVTLifecycle lifecycle) {
     const bool flushes = lifecycle != EVTLifecycle::WillTerminate;
-    return EVTEvent(Kind::Lifecycle, lifecycleName(lifecycle), {}, flushes);
+    return EVTEvent(Kind::Lifecycle, lifecycleName(lifecycle), flushes);
 }
 
 QString EVTEvent::lifecycleName(EVTLifecycle lifecycle) {
@@ -74,7 +89,7 @@ QString EVTEvent::lifecycleName(EVTLifecycle lifecycle) {
 }
 
 QByteArray EVTEvent::line() const {
-    return formatLine(timestamp_, name_, payload_);
+    return formatLine(timestamp_, name_, payload());
 }
 
 QByteArray EVTEvent::formatLine(double timestamp, const QString &name, const QJsonObject &payload) {

@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QJsonObject>
 #include <QString>
+#include <QUuid>
 
 #include "EVTAttributeDictionary.h"
 
@@ -19,7 +20,8 @@ enum class EVTLifecycle {
 };
 
 // One recorded happening: what the line in the event file is made of.
-// Built on the caller's thread, then handed to the kit's worker.
+// Made on the caller's thread with as little work as possible; its payload
+// is built when the worker formats the line.
 class EVTEvent {
 public:
     enum class Kind { Base, Predefined, Custom, Lifecycle };
@@ -36,11 +38,11 @@ public:
     static QString lifecycleName(EVTLifecycle lifecycle);
 
     Kind kind() const { return kind_; }
-    const QString &identifier() const { return identifier_; }
+    QString identifier() const;
     // Seconds since 1970, with the clock's sub-second part.
     double timestamp() const { return timestamp_; }
     const QString &name() const { return name_; }
-    const QJsonObject &payload() const { return payload_; }
+    QJsonObject payload() const;
     // Whether recording this event rotates the current file at once.
     bool triggersFlush() const { return triggersFlush_; }
 
@@ -49,14 +51,17 @@ public:
     static QByteArray formatLine(double timestamp, const QString &name, const QJsonObject &payload);
 
 private:
-    EVTEvent(Kind kind, QString name, QJsonObject payload, bool triggersFlush);
+    EVTEvent(Kind kind, QString name, bool triggersFlush);
 
     Kind kind_;
-    QString identifier_;
+    QUuid identifier_;
     double timestamp_;
     QString name_;
-    QJsonObject payload_;
     bool triggersFlush_;
+    // "predefined_type" or "custom_type", and the attribute sets.
+    QString type_;
+    EVTAttributeDictionary predefinedAttributes_;
+    EVTAttributeDictionary customAttributes_;
 };
 
 }  // namespace tarnwell

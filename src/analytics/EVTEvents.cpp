@@ -7,6 +7,7 @@
 
 #include "EVTConfiguration.h"
 #include "EVTEventsController.h"
+#include "EVTLog.h"
 
 namespace tarnwell {
 
@@ -36,12 +37,17 @@ void addPriceIfPresent(EVTAttributeDictionary &attributes, const char *key, cons
 
 }  // namespace
 
-EVTEventsController &EVTEvents::start(const EVTConfiguration &configuration) {
+EVTEventsController *EVTEvents::start(const EVTConfiguration &configuration) {
     stop();
+    if (configuration.rootDirectory.isEmpty()) {
+        qCWarning(lcEvents, "No data folder to keep usage events in; they are not recorded.");
+        return nullptr;
+    }
     std::unique_lock lock(controllerMutex);
-    runningController = std::make_unique<EVTEventsController>(configuration);
-    runningController->setCollectionEnabled(collectionEnabled);
-    return *runningController;
+    EVTConfiguration withChoice = configuration;
+    withChoice.collectionEnabled = collectionEnabled;
+    runningController = std::make_unique<EVTEventsController>(withChoice);
+    return runningController.get();
 }
 
 void EVTEvents::stop() {

@@ -21,8 +21,10 @@ class EVTEvents {
 public:
     EVTEvents() = delete;
 
-    // Starts the kit (replacing a running one) and returns its controller.
-    static EVTEventsController &start(const EVTConfiguration &configuration);
+    // Starts the kit (replacing a running one) and returns its controller;
+    // nothing when the configuration has no folder (no home directory).
+    // Whether collection is on is the last setCollectionEnabled() choice.
+    static EVTEventsController *start(const EVTConfiguration &configuration);
     // Writes what was logged so far and stops the worker.
     static void stop();
     // The running controller, or nothing.

@@ -43,6 +43,7 @@ EVTEventsPipeline::EVTEventsPipeline(const EVTConfiguration &configuration,
       settings_(
           EVTSettings::loadFromDirectory(configuration.rootDirectory, configuration.eventsURL)),
       eventsDirectory_(QDir(configuration.rootDirectory).filePath(QLatin1String(kEventsFolder))),
+      collectionEnabled_(configuration.collectionEnabled),
       uploader_(configuration, std::move(queue), runner, std::move(random),
                 std::move(uploadFinished)) {
     QDir().mkpath(eventsDirectory_);
@@ -70,8 +71,12 @@ EVTEventsPipeline::EVTEventsPipeline(const EVTConfiguration &configuration,
                                       .arg(QString::fromUtf8(QJsonDocument(settings_.dictionary())
                                                                  .toJson(QJsonDocument::Compact)));
     qCInfo(lcEvents).noquote() << QStringLiteral("Logging events to %1").arg(eventsDirectory_);
-    cleanupAndProcessExistingFiles();
-    uploadAllMultipartFiles();
+    if (collectionEnabled_) {
+        cleanupAndProcessExistingFiles();
+        uploadAllMultipartFiles();
+    } else {
+        removeAllLogs();
+    }
     setupFlushTimer();
     if (firstInstall) {
         recordEvent(EVTEvent::lifecycle(EVTLifecycle::Installed));

@@ -54,10 +54,10 @@ private:
     EVTConfiguration configuration_;
     EVTSettings settings_;
     QString eventsDirectory_;
+    bool collectionEnabled_;
     QString installId_;
     EVTMetadata metadata_;
     QString currentPath_;
-    bool collectionEnabled_ = true;
     EVTUploader uploader_;
     std::unique_ptr<QTimer> flushTimer_;
 };

@@ -11,20 +11,15 @@ namespace tarnwell {
 namespace {
 
 // One table for every key, so a getter cannot drift from its default.
-struct Setting {
-    const char *section;
-    const char *key;
-    double defaultValue;
-};
-
-constexpr Setting kCollectAnalytics{"features", "collect_analytics", 1};
-constexpr Setting kTrackCustomEvents{"analytics", "track_custom_events", 1};
-constexpr Setting kTrackPredefinedEvents{"analytics", "track_predefined_events", 1};
-constexpr Setting kMaxByteSizePerFile{"analytics", "max_byte_size_per_file", 8000};
-constexpr Setting kMaxPendingSendFileCount{"analytics", "max_pending_send_file_count", 100};
-constexpr Setting kFlushIntervalSecs{"analytics", "flush_interval_secs", 0};
-constexpr Setting kSamplingRate{"analytics", "sampling_rate", 1};
-constexpr Setting kUploadTimeoutSecs{"analytics", "upload_timeout_secs", 21600};
+constexpr EVTSettings::Setting kCollectAnalytics{"features", "collect_analytics", 1};
+constexpr EVTSettings::Setting kTrackCustomEvents{"analytics", "track_custom_events", 1};
+constexpr EVTSettings::Setting kTrackPredefinedEvents{"analytics", "track_predefined_events", 1};
+constexpr EVTSettings::Setting kMaxByteSizePerFile{"analytics", "max_byte_size_per_file", 8000};
+constexpr EVTSettings::Setting kMaxPendingSendFileCount{"analytics", "max_pending_send_file_count",
+                                                        100};
+constexpr EVTSettings::Setting kFlushIntervalSecs{"analytics", "flush_interval_secs", 0};
+constexpr EVTSettings::Setting kSamplingRate{"analytics", "sampling_rate", 1};
+constexpr EVTSettings::Setting kUploadTimeoutSecs{"analytics", "upload_timeout_secs", 21600};
 
 }  // namespace
 
@@ -55,11 +50,18 @@ QJsonValue EVTSettings::value(const char *section, const char *key) const {
     return settings_.value(QLatin1String(section)).toObject().value(QLatin1String(key));
 }
 
-namespace {
-bool boolean(const QJsonValue &value, const Setting &setting) {
-    return value.toBool(setting.defaultValue != 0);
+// A value of the wrong JSON type counts as missing.
+bool EVTSettings::flag(const Setting &setting) const {
+    return value(setting.section, setting.key).toBool(setting.defaultValue != 0);
 }
-}  // namespace
+
+qint64 EVTSettings::integer(const Setting &setting) const {
+    return value(setting.section, setting.key).toInteger(static_cast<qint64>(setting.defaultValue));
+}
+
+double EVTSettings::number(const Setting &setting) const {
+    return value(setting.section, setting.key).toDouble(setting.defaultValue);
+}
 
 QUrl EVTSettings::eventsURL() const {
     const QJsonValue url = value("analytics", "url");
@@ -67,41 +69,28 @@ QUrl EVTSettings::eventsURL() const {
 }
 
 bool EVTSettings::shouldCollectAnalytics() const {
-    return boolean(value(kCollectAnalytics.section, kCollectAnalytics.key), kCollectAnalytics);
+    return flag(kCollectAnalytics);
 }
-
 bool EVTSettings::shouldCollectCustomEvents() const {
-    return boolean(value(kTrackCustomEvents.section, kTrackCustomEvents.key), kTrackCustomEvents);
+    return flag(kTrackCustomEvents);
 }
-
 bool EVTSettings::shouldCollectPredefinedEvents() const {
-    return boolean(value(kTrackPredefinedEvents.section, kTrackPredefinedEvents.key),
-                   kTrackPredefinedEvents);
+    return flag(kTrackPredefinedEvents);
 }
-
 qint64 EVTSettings::maximumPayloadSize() const {
-    return value(kMaxByteSizePerFile.section, kMaxByteSizePerFile.key)
-        .toInteger(static_cast<qint64>(kMaxByteSizePerFile.defaultValue));
+    return integer(kMaxByteSizePerFile);
 }
-
 qint64 EVTSettings::maxPendingSendFiles() const {
-    return value(kMaxPendingSendFileCount.section, kMaxPendingSendFileCount.key)
-        .toInteger(static_cast<qint64>(kMaxPendingSendFileCount.defaultValue));
+    return integer(kMaxPendingSendFileCount);
 }
-
 double EVTSettings::flushInterval() const {
-    return value(kFlushIntervalSecs.section, kFlushIntervalSecs.key)
-        .toDouble(kFlushIntervalSecs.defaultValue);
+    return number(kFlushIntervalSecs);
 }
-
 qint64 EVTSettings::samplingRate() const {
-    return value(kSamplingRate.section, kSamplingRate.key)
-        .toInteger(static_cast<qint64>(kSamplingRate.defaultValue));
+    return integer(kSamplingRate);
 }
-
 double EVTSettings::defaultUploadTimeout() const {
-    return value(kUploadTimeoutSecs.section, kUploadTimeoutSecs.key)
-        .toDouble(kUploadTimeoutSecs.defaultValue);
+    return number(kUploadTimeoutSecs);
 }
 
 }  // namespace tarnwell

@@ -30,8 +30,18 @@ public:
 
     const QJsonObject &dictionary() const { return settings_; }
 
+    // One setting: where it lives in the file and its built-in value.
+    struct Setting {
+        const char *section;
+        const char *key;
+        double defaultValue;
+    };
+
 private:
     QJsonValue value(const char *section, const char *key) const;
+    bool flag(const Setting &setting) const;
+    qint64 integer(const Setting &setting) const;
+    double number(const Setting &setting) const;
 
     QJsonObject settings_;
     QUrl defaultEventsURL_;

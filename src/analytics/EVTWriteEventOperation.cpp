@@ -35,7 +35,7 @@ bool EVTWriteEventOperation::run() const {
     }
     const int fd = ::open(path.constData(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
     if (fd < 0) {
-        qCWarning(lcWriteOperation, "Failed to write: %s\n", std::strerror(errno));
+        qCWarning(lcWriteOperation, "Failed to write: %s", std::strerror(errno));
         return false;
     }
     bool written = existed || writeLine(fd, metadataLine_);
@@ -56,22 +56,21 @@ bool EVTWriteEventOperation::writeLine(int fd, const QByteArray &line) {
             if (errno == EINTR) {
                 continue;
             }
-            qCWarning(lcWriteOperation, "Failed to write: %s\n", std::strerror(errno));
+            qCWarning(lcWriteOperation, "Failed to write: %s", std::strerror(errno));
             return false;
         }
         if (count == 0) {
             break;
         }
         if (static_cast<size_t>(count) > left) {
-            qCWarning(lcWriteOperation, "Error: length doesn't make sense (%zd, %zu)\n", count,
-                      left);
+            qCWarning(lcWriteOperation, "Error: length doesn't make sense (%zd, %zu)", count, left);
             return false;
         }
         data += count;
         left -= static_cast<size_t>(count);
     }
     if (left > 0) {
-        qCWarning(lcWriteOperation, "Error: exited write loop without success\n");
+        qCWarning(lcWriteOperation, "Error: exited write loop without success");
         return false;
     }
     return true;

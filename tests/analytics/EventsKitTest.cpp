@@ -49,9 +49,11 @@ protected:
         writeFile(QDir(root.path()).filePath("install_id"), "INSTALL-1");
     }
 
-    std::unique_ptr<EVTEventsController> start(
-        const QUrl &url, std::shared_ptr<EVTDelayedRunner> retries = nullptr) {
+    std::unique_ptr<EVTEventsController> start(const QUrl &url,
+                                               std::shared_ptr<EVTDelayedRunner> retries = nullptr,
+                                               bool collectionEnabled = true) {
         EVTConfiguration configuration;
+        configuration.collectionEnabled = collectionEnabled;
         configuration.rootDirectory = root.path();
         configuration.eventsURL = url;
         configuration.apiKey = url.isEmpty() ? QString() : QString(kApiKey);
@@ -172,6 +174,16 @@ TEST_F(EventsKit, RetriesABusyServiceUntilItTakesTheFile) {
     }
     // The timer was made at the first failure, which had no Retry-After.
     EXPECT_EQ(runner->delays, (std::vector<double>{2, 4, 8}));
+}
+
+TEST_F(EventsKit, FlushTimerSendsTheCurrentFile) {
+    writeSettings({{"flush_interval_secs", 0.05}});
+    auto kit = start(server.url());
+    QSignalSpy finished(kit.get(), &EVTEventsController::uploadFinished);
+    kit->enqueueEvent(EVTEvent::custom("timed", {}));
+    waitForUploads(finished, 1);
+    ASSERT_EQ(unpackRequest(0).lines.size(), 2);
+    EXPECT_TRUE(test::linePayload(unpackRequest(0).lines.at(1)).contains("timed"));
 }
 
 TEST_F(EventsKit, RefusedFileIsDroppedWithoutRetry) {
@@ -318,6 +330,17 @@ TEST_F(EventsKit, CollectionSwitchedOffRemovesFilesAndRecordsNothing) {
     EXPECT_EQ(eventFiles("*.log").size(), 1);
 }
 
+TEST_F(EventsKit, StartedSwitchedOffSendsNothingItFinds) {
+    QDir().mkpath(eventsDirectory());
+    writeFile(QDir(eventsDirectory()).filePath("Boundary-OLD.multipartmime"), "x");
+    writeFile(QDir(eventsDirectory()).filePath("OLD.log"), "x\n");
+    auto kit = start(server.url(), nullptr, false);
+    kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::DidBecomeActive));
+    kit->waitUntilIdle();
+    EXPECT_TRUE(eventFiles("*").isEmpty());
+    EXPECT_TRUE(server.requests().isEmpty());
+}
+
 TEST_F(EventsKit, SettingsFileCanSwitchAnalyticsOff) {
     QDir().mkpath(eventsDirectory());
     writeFile(QDir(eventsDirectory()).filePath("OLD.log"), "x\n");
@@ -341,6 +364,28 @@ TEST_F(EventsKit, FirstStartRecordsTheInstallationOnce) {
     kit->waitUntilIdle();
     EXPECT_EQ(eventFiles("*.multipartmime").size(), 1);
     EXPECT_TRUE(eventFiles("*.log").isEmpty());
+}
+
+}  // namespace
+}  // namespace tarnwell
+
+namespace tarnwell {
+namespace {
+
+TEST(Configuration, FolderUnderTheDataFolderAndEndpointFromTheEnvironment) {
+    const QString dataHome = qEnvironmentVariable("XDG_DATA_HOME");
+    qputenv("TARNWELL_EVENTS_URL", "http://127.0.0.1:9/api/v2/events");
+    qputenv("TARNWELL_EVENTS_KEY", "from-environment");
+    const EVTConfiguration configuration =
+        EVTConfiguration::forApplication("org/example.App", "2.0", "7");
+    qunsetenv("TARNWELL_EVENTS_URL");
+    qunsetenv("TARNWELL_EVENTS_KEY");
+    EXPECT_EQ(configuration.rootDirectory,
+              dataHome + "/telemetry.data/org_example.App/analytics/v2");
+    EXPECT_EQ(configuration.eventsURL, QUrl("http://127.0.0.1:9/api/v2/events"));
+    EXPECT_EQ(configuration.apiKey, "from-environment");
+    EXPECT_EQ(configuration.bundleShortVersion, "2.0");
+    EXPECT_EQ(configuration.bundleVersion, "7");
 }
 
 }  // namespace

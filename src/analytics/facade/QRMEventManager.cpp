@@ -23,9 +23,10 @@ QRMEventManager::QRMEventManager(QRMMemoryInfo &memoryInfo, QRMPreferencesManage
       bundleBuild_(std::move(bundleBuild)) {}
 
 void QRMEventManager::startEvents(const QString &bundleIdentifier) {
+    // Before the start: switched off, the kit must not send what it finds.
+    collectionEnabled();
     EVTEvents::start(
         EVTConfiguration::forApplication(bundleIdentifier, bundleVersion_, bundleBuild_));
-    collectionEnabled();
 }
 
 void QRMEventManager::stopEvents() {

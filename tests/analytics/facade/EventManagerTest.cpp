@@ -56,7 +56,7 @@ protected:
         ASSERT_TRUE(installId.open(QIODevice::WriteOnly));
         installId.write("INSTALL");
         installId.close();
-        EVTEvents::start(configuration);
+        ASSERT_NE(EVTEvents::start(configuration), nullptr);
     }
     void TearDown() override { EVTEvents::stop(); }
 
@@ -142,6 +142,19 @@ TEST_F(EventManager, SwitchedOffRecordsNothingAndRemovesTheFiles) {
     preferences->setCollectUsageEvents(true);
     manager->memoryCleaned();
     EXPECT_EQ(recorded().size(), 1);
+}
+
+}  // namespace
+}  // namespace tarnwell
+
+namespace tarnwell {
+namespace {
+
+TEST(EventsKitStart, WithoutADataFolderNothingIsStarted) {
+    EXPECT_EQ(EVTEvents::start(EVTConfiguration{}), nullptr);
+    EXPECT_EQ(EVTEvents::controller(), nullptr);
+    // Logging without a kit is dropped, not a crash.
+    EVTEvents::logCustomEventWithName("dropped");
 }
 
 }  // namespace
