@@ -2,12 +2,18 @@
 #include <string>
 
 #include "cli/CommandLine.h"
+#include "cli/MemoryCommands.h"
 
 using namespace tarnwell;
 
 namespace {
 
-constexpr std::array<cli::Subcommand, 0> kSubcommands{};
+constexpr std::array kSubcommands{
+    cli::Subcommand{"stats", "[--json] [--watch [SECONDS]]  print the memory statistics",
+                    cli::runStats},
+    cli::Subcommand{"clean", "[--json]  free memory now and print how much was freed",
+                    cli::runClean},
+};
 
 int runApplication(int argc, char **argv) {
     for (int i = 1; i < argc; ++i) {
