@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstring>
 #include <future>
+#include <mutex>
 #include <string>
 
 #include "memory/LinuxMemorySource.h"
@@ -89,16 +90,26 @@ void setThroughput(benchmark::State &state) {
 
 void BM_CleaningEngine(benchmark::State &state) {
     QRMMemoryInfo engine(std::make_unique<FixedRecord>(uint64_t(state.range(0))));
-    std::promise<void> *cleaned = nullptr;
-    engine.addMemoryCleanedObserver([&] { cleaned->set_value(); });
+    // Each cleaning gets a promise of its own, shared with the observer that
+    // may still be inside set_value when the wait returns.
+    std::shared_ptr<std::promise<void>> cleaned;
+    std::mutex cleanedMutex;
+    engine.addMemoryCleanedObserver([&] {
+        std::lock_guard lock(cleanedMutex);
+        cleaned->set_value();
+    });
     for (auto _ : state) {
-        std::promise<void> done;
-        cleaned = &done;
+        std::future<void> done;
+        {
+            std::lock_guard lock(cleanedMutex);
+            cleaned = std::make_shared<std::promise<void>>();
+            done = cleaned->get_future();
+        }
         if (!engine.cleanMemoryNow().started()) {
             state.SkipWithError("the engine declined");
             break;
         }
-        done.get_future().wait();
+        done.wait();
     }
     setThroughput(state);
 }

@@ -11,6 +11,7 @@
 #include "app/ConsoleViews.h"
 #include "app/UsageEvents.h"
 #include "cli/CommandLine.h"
+#include "cli/MemoryCommands.h"
 #include "cli/SettingsCommand.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
 #include "ui/StatusItemViewFactory.h"
@@ -20,6 +21,10 @@ using namespace tarnwell;
 namespace {
 
 constexpr std::array kSubcommands{
+    cli::Subcommand{"stats", "[--json] [--watch [SECONDS]]  print the memory statistics",
+                    cli::runStats},
+    cli::Subcommand{"clean", "[--json]  free memory now and print how much was freed",
+                    cli::runClean},
     cli::Subcommand{"settings", "list, show, change or reset the settings", cli::runSettings},
 };
 

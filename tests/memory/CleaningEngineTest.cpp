@@ -140,6 +140,8 @@ protected:
         std::make_shared<test::FakeMemorySource::State>();
     std::promise<void> openGate;
     GatedAllocator *allocator;
+    // Tests end with engine.reset(): it waits for the cleaning thread, which
+    // may still be inside an observer's set_value on the test's promises.
     std::unique_ptr<QRMMemoryInfo> engine;
 };
 
@@ -165,6 +167,7 @@ TEST_F(CleaningEngine, ReturnsAtOnceAndDropsASecondRequest) {
     cleaned.get_future().wait();
     EXPECT_EQ(allocator->allocatedBytes, std::vector<size_t>{24 * MiB});
     EXPECT_EQ(allocator->releaseCalls, 1);
+    engine.reset();
 }
 
 TEST_F(CleaningEngine, AnnouncesOnTheCleaningThreadOnceIdleAndReleased) {
@@ -186,6 +189,7 @@ TEST_F(CleaningEngine, AnnouncesOnTheCleaningThreadOnceIdleAndReleased) {
     EXPECT_EQ(observed.operationalBytes, 0u);
     EXPECT_EQ(observed.releases, 1);
     EXPECT_NE(observed.thread, std::this_thread::get_id());
+    engine.reset();
 }
 
 TEST_F(CleaningEngine, AnObserverMayStartTheNextCleaning) {
@@ -204,6 +208,7 @@ TEST_F(CleaningEngine, AnObserverMayStartTheNextCleaning) {
     EXPECT_TRUE(second.get_future().get().started());
     secondDone.get_future().wait();
     EXPECT_EQ(allocator->releaseCalls, 2);
+    engine.reset();
 }
 
 TEST_F(CleaningEngine, RefusedRequestAllocatesNothing) {
@@ -231,8 +236,8 @@ TEST(CappedCleaningEngine, AllocatesTheBlockCappedBelowAvailableMemory) {
     std::promise<void> openGate;
     allocator.gate = openGate.get_future().share();
     openGate.set_value();
+    std::promise<void> cleaned;  // outlives the engine, which waits for its thread
     QRMMemoryInfo engine(std::make_unique<test::FakeMemorySource>(state), std::move(gated));
-    std::promise<void> cleaned;
     engine.addMemoryCleanedObserver([&] { cleaned.set_value(); });
 
     ASSERT_TRUE(engine.cleanMemoryNow().started());
@@ -249,6 +254,7 @@ TEST_F(CleaningEngine, RemovedObserverIsNotCalled) {
     ASSERT_TRUE(engine->cleanMemoryNow().started());
     cleaned.get_future().wait();
     EXPECT_EQ(removedCalls, 0);
+    engine.reset();
 }
 
 TEST(ResidentBlockAllocator, MakesEveryPageResidentAndZero) {
