@@ -25,13 +25,11 @@ public:
     uint64_t physicalMemory() override { return bytes_; }
     std::optional<uint64_t> hardwareMemorySize() override { return bytes_; }
     std::optional<uint64_t> hardwarePhysicalMemory() override { return bytes_; }
-    std::optional<uint64_t> userMemory() override { return bytes_; }
-    std::optional<VmStatistics> sampleVmStatistics() override {
+    MemorySample sample() override {
         VmStatistics statistics;
         statistics.pageSize = 4096;
-        return statistics;
+        return MemorySample{bytes_, statistics, SwapUsage{}};
     }
-    std::optional<SwapUsage> sampleSwapUsage() override { return SwapUsage{}; }
 
 private:
     uint64_t bytes_;
