@@ -102,7 +102,7 @@ std::string reportJson(const CrashReport &report) {
     for (size_t i = 0; i < report.frames.size(); ++i) {
         const crash::ReportFrame &frame = report.frames[i];
         out += i > 0 ? "," : "";
-        out += "{\"pc\":" + std::to_string(frame.pc);
+        out += "{\"pc\":" + std::to_string(frame.pc) + ",\"trust\":" + jsonString(frame.trust);
         if (!frame.imagePath.empty()) {
             out += ",\"image\":" + jsonString(frame.imagePath) +
                    ",\"uuid\":" + jsonString(frame.imageUuid) +
@@ -126,7 +126,9 @@ void printReport(const CrashReport &report) {
     if (!report.reason.empty()) {
         what += report.kind == "exception" ? ": " + report.reason : " (" + report.reason + ")";
     }
-    if (report.faultAddress && report.kind == "signal") {
+    // Only a fault raised by the processor has an address; a sent signal carries the
+    // sender's process id in the same place.
+    if (report.faultAddress && report.signalCode.value_or(0) > 0) {
         char address[32];
         std::snprintf(address, sizeof address, " at 0x%" PRIx64, *report.faultAddress);
         what += address;
@@ -135,10 +137,13 @@ void printReport(const CrashReport &report) {
                 report.time != 0 ? utcTime(report.time).c_str() : "time unknown", what.c_str());
     for (size_t i = 0; i < report.frames.size() && i < kTextFrames; ++i) {
         const crash::ReportFrame &frame = report.frames[i];
+        // A frame found by scanning the stack may be a leftover of an earlier call.
+        const char *doubt = frame.trust == "scan" ? "  (scanned)" : "";
         if (frame.imagePath.empty()) {
-            std::printf("  %2zu  0x%" PRIx64 "\n", i, frame.pc);
+            std::printf("  %2zu  0x%" PRIx64 "%s\n", i, frame.pc, doubt);
         } else {
-            std::printf("  %2zu  %s + 0x%" PRIx64 "\n", i, frame.imagePath.c_str(), frame.offset);
+            std::printf("  %2zu  %s + 0x%" PRIx64 "%s\n", i, frame.imagePath.c_str(), frame.offset,
+                        doubt);
         }
     }
     if (report.frames.size() > kTextFrames) {

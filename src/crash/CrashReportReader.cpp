@@ -55,6 +55,7 @@ void readThread(const RecordValue &thread, const std::vector<LoadedImage> &image
     for (const RecordValue &frame : frames->items) {
         ReportFrame out;
         out.pc = frame.unsignedAt("pc");
+        out.trust = frame.stringAt("trust");
         if (frame.find("image_base") != nullptr) {
             const uint64_t base = frame.unsignedAt("image_base");
             out.offset = frame.unsignedAt("offset");

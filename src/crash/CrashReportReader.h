@@ -15,6 +15,7 @@ struct ReportFrame {
     std::string imagePath;  // empty when no image of the report holds the address
     std::string imageUuid;
     uint64_t offset = 0;  // from the image's ELF header, as addr2line wants it
+    std::string trust;    // how it was found: "context", "cfi", "frame_pointer" or "scan"
 };
 
 // A record line that could not be parsed, kept so the reader can say so.

@@ -1,6 +1,7 @@
 #include "crash/ExceptionCapture.h"
 
 #include <cxxabi.h>
+#include <execinfo.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -85,6 +86,15 @@ void recordException(const CrashContext &context, int kind, const ExceptionDescr
     static std::mutex recorderLock;
     const std::lock_guard<std::mutex> lock(recorderLock);
     CRS_WARN("Recording an exception structure (%d, %d)\n", kind, 0);
+    // The throw site's frames lie behind the runtime's own, which keep no frame pointers;
+    // this is normal context, so the unwinder and its tables can walk them.
+    void *addresses[kMaxRecordedFrames + 1];
+    const int found = backtrace(addresses, int(kMaxRecordedFrames + 1));
+    StackFrame frames[kMaxRecordedFrames];
+    size_t frameCount = 0;
+    for (int i = 1; i < found; ++i) {  // 0 is this function
+        frames[frameCount++] = {uint64_t(uintptr_t(addresses[i])), FrameTrust::CallFrameInfo};
+    }
     const std::string typeName = recordSafe(exception.typeName);
     const std::string reason = recordSafe(exception.reason);
     RecordWriter writer;
@@ -99,7 +109,7 @@ void recordException(const CrashContext &context, int kind, const ExceptionDescr
         writer.writeUnsigned("time", uint64_t(now.tv_sec));
         writer.endObject();
         writer.endRecord();
-        recordThread(writer, context.images, nullptr, true);
+        recordThreadFrames(writer, context.images, frames, frameCount, true);
         writer.close();
     }
     CRS_WARN("Finished recording an exception structure\n");

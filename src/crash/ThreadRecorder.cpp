@@ -20,10 +20,35 @@ bool inKnownImage(const ImageTable &images, uint64_t address) {
     return findImageForAddress(images, address, &node);
 }
 
+// A word found by scanning is taken as a return address only when the bytes before it
+// are a call instruction; code addresses stored for other reasons (function pointers,
+// jump targets) would otherwise show up as frames.
+bool followsCall(uint64_t address) {
+#if defined(__x86_64__)
+    unsigned char before[7];
+    if (address < sizeof before ||
+        !safeReadMemory(address - sizeof before, before, sizeof before)) {
+        return false;
+    }
+    auto opcodeAt = [&](size_t distance) { return before[sizeof before - distance]; };
+    auto indirectCallAt = [&](size_t distance) {
+        return opcodeAt(distance) == 0xff && ((opcodeAt(distance - 1) >> 3) & 7) == 2;
+    };
+    return opcodeAt(5) == 0xe8  // call rel32
+           || indirectCallAt(2) || indirectCallAt(3) || indirectCallAt(4) || indirectCallAt(6) ||
+           indirectCallAt(7);
+#else
+    (void)address;
+    return true;
+#endif
+}
+
 const char *trustName(FrameTrust trust) {
     switch (trust) {
         case FrameTrust::Context:
             return "context";
+        case FrameTrust::CallFrameInfo:
+            return "cfi";
         case FrameTrust::FramePointer:
             return "frame_pointer";
         case FrameTrust::Scan:
@@ -129,7 +154,7 @@ size_t walkStack(const ImageTable &images, uint64_t pc, uint64_t fp, uint64_t sp
             break;
         }
         for (uint64_t word : words) {
-            if (count < capacity && inKnownImage(images, word)) {
+            if (count < capacity && inKnownImage(images, word - 1) && followsCall(word)) {
                 frames[count++] = {word, FrameTrust::Scan};
             }
         }
@@ -137,26 +162,10 @@ size_t walkStack(const ImageTable &images, uint64_t pc, uint64_t fp, uint64_t sp
     return count;
 }
 
-void recordThread(RecordWriter &writer, const ImageTable &images, const ucontext_t *context,
-                  bool crashed) {
-    uint64_t pc = 0;
-    uint64_t fp = 0;
-    uint64_t sp = 0;
-    if (context != nullptr) {
-        contextStart(*context, &pc, &fp, &sp);
-    } else {
-        fp = uint64_t(uintptr_t(__builtin_frame_address(0)));
-        sp = fp;
-        pc = uint64_t(uintptr_t(__builtin_return_address(0)));
-        // Start at the caller: this function's own frame says nothing about the crash.
-        uint64_t callerFrame = 0;
-        if (safeReadMemory(fp, &callerFrame, sizeof callerFrame)) {
-            fp = callerFrame;
-        }
-    }
-    StackFrame frames[kMaxRecordedFrames];
-    const size_t frameCount = walkStack(images, pc, fp, sp, frames, kMaxRecordedFrames);
+namespace {
 
+void writeThreadRecord(RecordWriter &writer, const ImageTable &images, const ucontext_t *context,
+                       const StackFrame *frames, size_t frameCount, bool crashed) {
     writer.beginKeyedObject("thread");
     writer.beginObject();
     writer.writeUnsigned("tid", uint64_t(gettid()));
@@ -191,6 +200,27 @@ void recordThread(RecordWriter &writer, const ImageTable &images, const ucontext
     writer.endArray();
     writer.endObject();
     writer.endRecord();
+}
+
+}  // namespace
+
+void recordThread(RecordWriter &writer, const ImageTable &images, const ucontext_t *context,
+                  bool crashed) {
+    StackFrame frames[kMaxRecordedFrames];
+    size_t frameCount = 0;
+    if (context != nullptr) {
+        uint64_t pc = 0;
+        uint64_t fp = 0;
+        uint64_t sp = 0;
+        contextStart(*context, &pc, &fp, &sp);
+        frameCount = walkStack(images, pc, fp, sp, frames, kMaxRecordedFrames);
+    }
+    writeThreadRecord(writer, images, context, frames, frameCount, crashed);
+}
+
+void recordThreadFrames(RecordWriter &writer, const ImageTable &images, const StackFrame *frames,
+                        size_t frameCount, bool crashed) {
+    writeThreadRecord(writer, images, nullptr, frames, frameCount, crashed);
 }
 
 }  // namespace tarnwell::crash

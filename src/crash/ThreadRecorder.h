@@ -14,7 +14,7 @@ class RecordWriter;
 inline constexpr size_t kMaxRecordedFrames = 128;
 
 // How a frame's address was found, from the most to the least certain.
-enum class FrameTrust { Context, FramePointer, Scan };
+enum class FrameTrust { Context, CallFrameInfo, FramePointer, Scan };
 
 struct StackFrame {
     uint64_t pc;
@@ -36,8 +36,13 @@ size_t walkStack(const ImageTable &images, uint64_t pc, uint64_t fp, uint64_t sp
 // Writes one "thread" record: its kernel thread id, whether it crashed, its registers
 // (when a machine context is given) and its frames, each tied to the base of the image
 // that holds it and the offset inside it, so addr2line can symbolize it offline. Without
-// a context the walk starts at the caller. Async-signal-safe.
+// a context the record has no frames. Async-signal-safe.
 void recordThread(RecordWriter &writer, const ImageTable &images, const ucontext_t *context,
                   bool crashed);
+
+// Writes one "thread" record of the calling thread with frames found beforehand (by the
+// unwinder, in normal context). Async-signal-safe itself.
+void recordThreadFrames(RecordWriter &writer, const ImageTable &images, const StackFrame *frames,
+                        size_t frameCount, bool crashed);
 
 }  // namespace tarnwell::crash
