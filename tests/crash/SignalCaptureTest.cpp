@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <string>
 
-#include "ChildProcess.h"
+#include "CrashTestSupport.h"
 #include "crash/CrashReporter.h"
 #include "crash/DeliberateCrash.h"
 #include "crash/RecordParser.h"
@@ -18,43 +18,12 @@ namespace tarnwell::crash {
 namespace {
 
 using testing::ChildEnd;
+using testing::onlyActiveDirectory;
+using testing::parsedRecords;
 using testing::readLines;
 using testing::runInChild;
+using testing::startCapture;
 using testing::TemporaryDirectory;
-
-void startCapture(const std::string &reports) {
-    CrashReportingOptions options;
-    options.reportsDirectory = reports;
-    options.metadata.bundleIdentifier = "app.tarnwell.Tests";
-    options.checkForeignHandlers = false;
-    options.watchImages = false;
-    if (!startCrashReporting(options)) {
-        _exit(99);
-    }
-}
-
-// The child's only report directory (the child's pid is not known to the parent's body).
-std::string onlyActiveDirectory(const std::string &reports) {
-    std::string found;
-    for (const auto &entry : std::filesystem::directory_iterator(reports)) {
-        if (entry.path().filename().string().starts_with("active-")) {
-            found = entry.path().string();
-        }
-    }
-    return found;
-}
-
-std::vector<RecordValue> parsedRecords(const std::string &path) {
-    std::vector<RecordValue> records;
-    for (const std::string &line : readLines(path)) {
-        auto record = parseRecordLine(line);
-        EXPECT_TRUE(record.has_value()) << "unparsable record: " << line;
-        if (record) {
-            records.push_back(std::move(*record));
-        }
-    }
-    return records;
-}
 
 struct CrashCase {
     const char *name;

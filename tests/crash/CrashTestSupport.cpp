@@ -1,4 +1,6 @@
-#include "ChildProcess.h"
+#include "CrashTestSupport.h"
+
+#include <gtest/gtest.h>
 
 #include <poll.h>
 #include <signal.h>
@@ -11,6 +13,7 @@
 #include <fstream>
 
 #include "crash/CrashContext.h"
+#include "crash/CrashReporter.h"
 
 namespace tarnwell::crash::testing {
 
@@ -20,7 +23,9 @@ ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds) {
         for (int number : kCapturedSignals) {
             signal(number, SIG_DFL);
         }
-        body();
+        // Not a try block of the test framework's: an exception leaving the body must
+        // reach the terminate handler as it would in the application.
+        [&body]() noexcept { body(); }();
         _exit(0);
     }
     ChildEnd end;
@@ -53,6 +58,40 @@ std::vector<std::string> readLines(const std::string &path) {
         lines.push_back(line);
     }
     return lines;
+}
+
+void startCapture(const std::string &reports) {
+    CrashReportingOptions options;
+    options.reportsDirectory = reports;
+    options.metadata.bundleIdentifier = "app.tarnwell.Tests";
+    options.checkForeignHandlers = false;
+    options.watchImages = false;
+    if (!startCrashReporting(options)) {
+        _exit(99);
+    }
+}
+
+std::string onlyActiveDirectory(const std::string &reports) {
+    std::string found;
+    std::error_code error;
+    for (const auto &entry : std::filesystem::directory_iterator(reports, error)) {
+        if (entry.path().filename().string().starts_with("active-")) {
+            found = entry.path().string();
+        }
+    }
+    return found;
+}
+
+std::vector<RecordValue> parsedRecords(const std::string &path) {
+    std::vector<RecordValue> records;
+    for (const std::string &line : readLines(path)) {
+        auto record = parseRecordLine(line);
+        EXPECT_TRUE(record.has_value()) << "unparsable record: " << line;
+        if (record) {
+            records.push_back(std::move(*record));
+        }
+    }
+    return records;
 }
 
 TemporaryDirectory::TemporaryDirectory() {
