@@ -38,7 +38,11 @@ const ExceptionCase kExceptions[] = {
     {"RuntimeError", [] { throw std::runtime_error("x"); }, "std::runtime_error", "x"},
     {"DerivedByReference", [] { throw DerivedError(); },
      "tarnwell::crash::(anonymous namespace)::DerivedError", "derived 'quoted' reason"},
-    {"ByPointer", [] { throw static_cast<const std::exception *>(new std::out_of_range("p")); },
+    {"ByPointer",
+     [] {
+         static const std::out_of_range error("p");
+         throw static_cast<const std::exception *>(&error);
+     },
      "std::out_of_range", "p"},
     {"BadAlloc", [] { throw std::bad_alloc(); }, "std::bad_alloc", "std::bad_alloc"},
     {"Integer", [] { throw 42; }, "int", ""},
