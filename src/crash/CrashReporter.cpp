@@ -1,6 +1,5 @@
 #include "crash/CrashReporter.h"
 
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -20,6 +19,7 @@
 #include "crash/ReportStore.h"
 #include "crash/SafeFormat.h"
 #include "crash/SignalCapture.h"
+#include "crash/ThreadSignalStack.h"
 
 namespace tarnwell::crash {
 
@@ -39,6 +39,7 @@ class ImageWatcher {
 public:
     void start() {
         thread_ = std::jthread([](std::stop_token stop) {
+            const ThreadSignalStack signalStack;
             std::mutex lock;
             std::condition_variable_any wake;
             std::unique_lock<std::mutex> guard(lock);
@@ -87,19 +88,6 @@ bool copyPath(char (&out)[PATH_MAX], const fs::path &path) {
     return true;
 }
 
-// A guard page below the stack turns an overflow of the handler into a clean fault
-// instead of silently overwriting whatever was mapped there.
-void *mapAlternateStack() {
-    const size_t page = size_t(sysconf(_SC_PAGESIZE));
-    void *mapping = mmap(nullptr, kAlternateStackSize + page, PROT_READ | PROT_WRITE,
-                         MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (mapping == MAP_FAILED) {
-        return nullptr;
-    }
-    mprotect(mapping, page, PROT_NONE);
-    return static_cast<char *>(mapping) + page;
-}
-
 }  // namespace
 
 bool startCrashReporting(const CrashReportingOptions &options) {
@@ -117,7 +105,7 @@ bool startCrashReporting(const CrashReportingOptions &options) {
         return false;
     }
     context.foreignHandlerCheckDisabled = !options.checkForeignHandlers;
-    context.alternateStack = mapAlternateStack();
+    context.alternateStack = ThreadSignalStack::mapGuarded(kAlternateStackSize);
 
     imageLog = std::make_unique<BinaryImageLog>(context.images, context.binaryImagesPath);
     imageLog->start();
