@@ -1,11 +1,15 @@
+#include <unistd.h>
+
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 
 #include "BuildInfo.h"
 #include "cli/CommandLine.h"
 #include "cli/CrashReportsCommand.h"
+#include "crash/CrashLog.h"
 #include "crash/CrashReporter.h"
 #include "crash/DeliberateCrash.h"
 #include "crash/ReportStore.h"
@@ -25,6 +29,10 @@ void installCrashReporting() {
     const std::string telemetry = crash::telemetryDirectory(kBundleIdentifier);
     if (telemetry.empty()) {
         return;
+    }
+    // The kit's own warnings, for support; quiet otherwise.
+    if (std::getenv("TARNWELL_CRASH_LOG") != nullptr) {
+        crash::setCrashLogDescriptor(STDERR_FILENO);
     }
     crash::CrashReportingOptions options;
     options.reportsDirectory = crash::ReportStore::folderIn(telemetry).string();
