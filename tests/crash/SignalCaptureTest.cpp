@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <barrier>
 #include <climits>
 #include <cstdlib>
 #include <filesystem>
@@ -224,6 +225,33 @@ TEST(SignalCaptureTest, StackOverflowOnStartedThreadIsRecorded) {
     const auto records = parsedRecords(onlyActiveDirectory(reports.path()) + "/signal.crsrecord");
     ASSERT_EQ(records.size(), 2u);
     EXPECT_EQ(records[0].find("signal")->stringAt("name"), "SIGSEGV");
+}
+
+// Two threads faulting together must neither hang nor both write a report: whichever
+// comes second meets the default action or the crash-occurred flag.
+TEST(SignalCaptureTest, TwoThreadsCrashingAtOnceEndWithOneRecord) {
+    TemporaryDirectory reports;
+    const ChildEnd end = runInChild([&] {
+        startCapture(reports.path());
+        std::barrier start(2);
+        auto crasher = [&start] {
+            start.arrive_and_wait();
+            nullStore();
+        };
+        std::thread first(crasher);
+        std::thread second(crasher);
+        first.join();
+        second.join();
+    });
+    ASSERT_TRUE(end.finished) << "hung";
+    EXPECT_TRUE(end.signal == SIGSEGV || end.exitStatus == 1)
+        << "signal " << end.signal << ", exit status " << end.exitStatus;
+    int signalRecords = 0;
+    for (const std::string &line :
+         readLines(onlyActiveDirectory(reports.path()) + "/signal.crsrecord")) {
+        signalRecords += line.starts_with("{\"signal\":") ? 1 : 0;
+    }
+    EXPECT_LE(signalRecords, 1);
 }
 
 void namedForeignHandler(int) {}
