@@ -11,6 +11,8 @@ packages=(
     libgl-dev libegl-dev zlib1g-dev libxcb1-dev libxcb-ewmh-dev
     # tests and benchmarks
     libgtest-dev libgmock-dev googletest libbenchmark-dev hyperfine
+    # readelf, the independent check of build-ids in the crash tests
+    binutils
     # a desktop for the tests: display, window manager, session bus, notifications
     xvfb xauth x11-utils openbox dbus dbus-x11 dunst xdotool
     # real panels for scripts/smoke-status-item.sh

@@ -1,5 +1,8 @@
+#include <unistd.h>
+
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -11,8 +14,14 @@
 #include "app/ConsoleViews.h"
 #include "app/UsageEvents.h"
 #include "cli/CommandLine.h"
+#include "cli/CrashReportsCommand.h"
 #include "cli/MemoryCommands.h"
 #include "cli/SettingsCommand.h"
+#include "crash/CrashLog.h"
+#include "crash/CrashReporter.h"
+#include "crash/DeliberateCrash.h"
+#include "crash/ReportStore.h"
+#include "crash/TelemetryDirectory.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
 #include "ui/StatusItemViewFactory.h"
 
@@ -26,7 +35,40 @@ constexpr std::array kSubcommands{
     cli::Subcommand{"clean", "[--json]  free memory now and print how much was freed",
                     cli::runClean},
     cli::Subcommand{"settings", "list, show, change or reset the settings", cli::runSettings},
+    cli::Subcommand{"crash-reports", "list the reports of earlier crashes (--json for JSON)",
+                    cli::runCrashReports},
 };
+
+// First thing in main: a crash anywhere later, start-up included, leaves a report.
+void installCrashReporting() {
+    const std::string telemetry = crash::telemetryDirectory(kBundleIdentifier);
+    if (telemetry.empty()) {
+        return;
+    }
+    // The kit's own warnings, for support; quiet otherwise.
+    if (std::getenv("TARNWELL_CRASH_LOG") != nullptr) {
+        crash::setCrashLogDescriptor(STDERR_FILENO);
+    }
+    crash::CrashReportingOptions options;
+    options.reportsDirectory = crash::ReportStore::folderIn(telemetry).string();
+    options.metadata.bundleIdentifier = kBundleIdentifier;
+    options.metadata.buildVersion = kBuildNumber;
+    options.metadata.displayVersion = kMarketingVersion;
+    crash::startCrashReporting(options);
+}
+
+// Hidden from --help: support asks a user to run it to check that reports work.
+constexpr std::string_view kDebugCrashOption = "--debug-crash=";
+
+int crashOnPurpose(std::string_view option) {
+    const std::string_view way = option.substr(kDebugCrashOption.size());
+    const auto how = crash::parseDeliberateCrash(way);
+    if (!how) {
+        return cli::usageError("unknown crash '" + std::string(way) +
+                               "' (segv, abort, fpe, ill, bus, throw, throw-int)");
+    }
+    crash::crashDeliberately(*how);
+}
 
 // The controller's usage events, reported through the analytics facade for
 // as long as the application runs.
@@ -94,5 +136,9 @@ int runApplication(int argc, char **argv) {
 }  // namespace
 
 int main(int argc, char **argv) {
+    installCrashReporting();
+    if (argc >= 2 && std::string_view(argv[1]).starts_with(kDebugCrashOption)) {
+        return crashOnPurpose(argv[1]);
+    }
     return cli::dispatch(argc, argv, kSubcommands, runApplication);
 }

@@ -6,7 +6,7 @@
 namespace tarnwell::crash {
 
 static std::string userDataFolder() {
-    // The base directory specification says a relative XDG_DATA_HOME is invalid
+    // Under the XDG base directory rules a relative XDG_DATA_HOME is invalid
     // and must be ignored, not resolved against the working directory.
     const char *dataHome = std::getenv("XDG_DATA_HOME");
     if (dataHome != nullptr && dataHome[0] == '/') {

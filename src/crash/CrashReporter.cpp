@@ -1,0 +1,149 @@
+#include "crash/CrashReporter.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <mutex>
+#include <stop_token>
+#include <thread>
+
+#include "crash/BinaryImageLog.h"
+#include "crash/CrashContext.h"
+#include "crash/CrashLog.h"
+#include "crash/ExceptionCapture.h"
+#include "crash/ReportStore.h"
+#include "crash/SafeFormat.h"
+#include "crash/SignalCapture.h"
+#include "crash/ThreadSignalStack.h"
+
+namespace tarnwell::crash {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Loaded images rarely change after start (plugins, an input method); a slow poll keeps
+// the cost unmeasurable while a library loaded for more than this long is still in the
+// table when it crashes.
+constexpr auto kImagePollInterval = std::chrono::seconds(1);
+
+std::unique_ptr<ReportStore> reportStore;
+std::unique_ptr<BinaryImageLog> imageLog;
+
+class ImageWatcher {
+public:
+    void start() {
+        thread_ = std::jthread([](std::stop_token stop) {
+            const ThreadSignalStack signalStack;
+            std::mutex lock;
+            std::condition_variable_any wake;
+            std::unique_lock<std::mutex> guard(lock);
+            while (!wake.wait_for(guard, stop, kImagePollInterval, [] { return false; })) {
+                if (stop.stop_requested()) {
+                    return;
+                }
+                imageLog->refresh();
+            }
+        });
+    }
+
+private:
+    std::jthread thread_;
+};
+
+ImageWatcher imageWatcher;
+
+std::string newIdentifier() {
+    std::ifstream source("/proc/sys/kernel/random/uuid");
+    std::string identifier;
+    std::getline(source, identifier);
+    return identifier;
+}
+
+// The install identifier lives beside the reports and outlives every run.
+std::string installIdentifier(const fs::path &reportsDirectory) {
+    const fs::path path = reportsDirectory / "install_id";
+    std::string identifier;
+    if (std::ifstream stored(path);
+        stored && std::getline(stored, identifier) && !identifier.empty()) {
+        return identifier;
+    }
+    identifier = newIdentifier();
+    std::ofstream(path) << identifier << '\n';
+    return identifier;
+}
+
+bool copyPath(char (&out)[PATH_MAX], const fs::path &path) {
+    const std::string text = path.string();
+    if (text.size() >= sizeof out) {
+        return false;
+    }
+    text.copy(out, text.size());
+    out[text.size()] = '\0';
+    return true;
+}
+
+}  // namespace
+
+bool startCrashReporting(const CrashReportingOptions &options) {
+    reportStore = std::make_unique<ReportStore>(options.reportsDirectory);
+    if (!reportStore->prepare()) {
+        return false;
+    }
+    const fs::path active = reportStore->activeDirectory();
+    CrashContext &context = resetCrashContext();
+    if (!copyPath(context.reportDirectory, active) ||
+        !copyPath(context.signalRecordPath, active / "signal.crsrecord") ||
+        !copyPath(context.exceptionRecordPath, active / "exception.crsrecord") ||
+        !copyPath(context.binaryImagesPath, active / "binary_images.crsrecord")) {
+        CRS_WARN("Report directory path too long\n");
+        return false;
+    }
+    context.foreignHandlerCheckDisabled = !options.checkForeignHandlers;
+    context.alternateStack = ThreadSignalStack::mapGuarded(kAlternateStackSize);
+
+    imageLog = std::make_unique<BinaryImageLog>(context.images, context.binaryImagesPath);
+    imageLog->start();
+
+    MetadataValues metadata = options.metadata;
+    if (metadata.sessionId.empty()) {
+        metadata.sessionId = newIdentifier();
+    }
+    if (metadata.installId.empty()) {
+        metadata.installId = installIdentifier(options.reportsDirectory);
+    }
+    if (metadata.startedAt == 0) {
+        metadata.startedAt = uint64_t(std::time(nullptr));
+    }
+    recordMetadata(active.string(), metadata, readHostValues(),
+                   BinaryImageLog::mainExecutableDetails());
+
+    installSignalCapture(context);
+    installExceptionCapture(context);
+    context.enabled = true;
+    if (!context.foreignHandlerCheckDisabled) {
+        checkForeignSignalHandlers(STDERR_FILENO);
+    }
+    if (options.watchImages) {
+        imageWatcher.start();
+    }
+    return true;
+}
+
+void refreshBinaryImages() {
+    if (imageLog) {
+        imageLog->refresh();
+    }
+}
+
+std::string activeReportDirectory() {
+    const CrashContext *context = crashContext();
+    return context != nullptr ? context->reportDirectory : std::string();
+}
+
+}  // namespace tarnwell::crash

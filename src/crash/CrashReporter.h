@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+
+#include "crash/ReportMetadata.h"
+
+namespace tarnwell::crash {
+
+struct CrashReportingOptions {
+    // The reports folder (see ReportStore).
+    std::string reportsDirectory;
+    // Identity values for the metadata record; session and install identifiers are
+    // filled in by the reporter when empty.
+    MetadataValues metadata;
+    // Off for processes that are known to chain other handlers on purpose.
+    bool checkForeignHandlers = true;
+    // Polls the loader for images loaded or unloaded later (dlopen, dlclose).
+    bool watchImages = true;
+};
+
+// Starts crash capture for the whole process: keeps the previous run's crash report,
+// prepares a fresh active report, fills the image table and log, writes the metadata,
+// then installs the alternate stack, the signal handlers and the terminate handler.
+// Once per process, from the main thread before other threads start; normal context.
+// False when no report directory could be prepared (capture is then off).
+bool startCrashReporting(const CrashReportingOptions &options);
+
+// Brings the image table and log up to date now (normally the watcher does it).
+void refreshBinaryImages();
+
+// The active report directory, or empty before crash reporting started.
+std::string activeReportDirectory();
+
+}  // namespace tarnwell::crash

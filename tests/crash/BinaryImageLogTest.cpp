@@ -1,0 +1,221 @@
+#include "crash/BinaryImageLog.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "CrashTestSupport.h"
+#include "crash/CrashLog.h"
+#include "crash/ImageTable.h"
+#include "crash/RecordWriter.h"
+
+namespace tarnwell::crash {
+namespace {
+
+using testing::parsedRecords;
+using testing::TemporaryDirectory;
+
+ImageNode node(uint64_t base, uint64_t size) {
+    return ImageNode{base, size, 0, 0, 0};
+}
+
+class ImageTableTest : public ::testing::Test {
+protected:
+    void SetUp() override { table_ = std::make_unique<ImageTable>(); }
+    std::unique_ptr<ImageTable> table_;
+};
+
+TEST_F(ImageTableTest, UnloadKeepsSlotWithSizeZeroAndReloadTakesNewSlot) {
+    ASSERT_TRUE(storeImageNode(*table_, node(0x1000, 0x100), true));
+    ASSERT_TRUE(storeImageNode(*table_, node(0x1000, 0x100), false));
+    EXPECT_EQ(table_->nodes[0].base, 0x1000u);
+    EXPECT_EQ(table_->nodes[0].size, 0u);
+    ImageNode found;
+    EXPECT_FALSE(findImageForAddress(*table_, 0x1010, &found));
+
+    ASSERT_TRUE(storeImageNode(*table_, node(0x1000, 0x100), true));
+    EXPECT_EQ(table_->nodes[1].base, 0x1000u);
+    EXPECT_TRUE(findImageForAddress(*table_, 0x1010, &found));
+    EXPECT_EQ(found.size, 0x100u);
+}
+
+TEST_F(ImageTableTest, UnloadOfUnknownImageIsRefused) {
+    EXPECT_FALSE(storeImageNode(*table_, node(0x5000, 0x10), false));
+}
+
+TEST_F(ImageTableTest, Load513IsNotTrackedEvenAfterUnloads) {
+    for (uint64_t i = 0; i < kImageTableSize; ++i) {
+        ASSERT_TRUE(storeImageNode(*table_, node(0x10000 * (i + 1), 0x100), true));
+        if (i % 2 == 0) {
+            ASSERT_TRUE(storeImageNode(*table_, node(0x10000 * (i + 1), 0x100), false));
+        }
+    }
+    int fds[2];
+    ASSERT_EQ(pipe(fds), 0);
+    setCrashLogDescriptor(fds[1]);
+    EXPECT_FALSE(storeImageNode(*table_, node(0xdead0000, 0x100), true));
+    setCrashLogDescriptor(-1);
+    close(fds[1]);
+    char logged[256] = {};
+    ASSERT_GT(read(fds[0], logged, sizeof logged - 1), 0);
+    close(fds[0]);
+    EXPECT_NE(strstr(logged, "Unable to track a loaded node 0xdead0000"), nullptr) << logged;
+    ImageNode found;
+    EXPECT_FALSE(findImageForAddress(*table_, 0xdead0010, &found));
+}
+
+struct AddressCase {
+    const char *name;
+    uint64_t address;
+    bool found;
+};
+
+class AddressFinderTest : public ::testing::TestWithParam<AddressCase> {};
+
+TEST_P(AddressFinderTest, FindsOnlyInsideRange) {
+    auto table = std::make_unique<ImageTable>();
+    storeImageNode(*table, node(0x4000, 0x1000), true);
+    storeImageNode(*table, node(0x9000, 0x10), true);
+    ImageNode found;
+    EXPECT_EQ(findImageForAddress(*table, GetParam().address, &found), GetParam().found);
+}
+
+INSTANTIATE_TEST_SUITE_P(Edges, AddressFinderTest,
+                         ::testing::Values(AddressCase{"Zero", 0, false},
+                                           AddressCase{"BelowBase", 0x3fff, false},
+                                           AddressCase{"Base", 0x4000, true},
+                                           AddressCase{"LastByte", 0x4fff, true},
+                                           AddressCase{"JustPastEnd", 0x5000, false},
+                                           AddressCase{"SecondImage", 0x900f, true},
+                                           AddressCase{"Maximum", UINT64_MAX, false}),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+TEST(AddressFinderTest, NullOutputIsRefused) {
+    auto table = std::make_unique<ImageTable>();
+    storeImageNode(*table, node(0x4000, 0x1000), true);
+    EXPECT_FALSE(findImageForAddress(*table, 0x4000, nullptr));
+}
+
+// The first build-id that `readelf -n` prints for a file, as lowercase hex.
+std::string readelfBuildId(const std::string &path) {
+    const std::string command = "readelf -n '" + path + "' 2>/dev/null";
+    FILE *pipe = popen(command.c_str(), "r");
+    if (pipe == nullptr) {
+        return {};
+    }
+    char line[512];
+    std::string id;
+    while (fgets(line, sizeof line, pipe) != nullptr) {
+        const char *label = strstr(line, "Build ID: ");
+        if (label != nullptr && id.empty()) {
+            id = label + strlen("Build ID: ");
+            id.erase(id.find_last_not_of(" \n") + 1);
+        }
+    }
+    pclose(pipe);
+    return id;
+}
+
+class BinaryImageLogTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        table_ = std::make_unique<ImageTable>();
+        logPath_ = directory_.path() + "/binary_images.crsrecord";
+        log_ = std::make_unique<BinaryImageLog>(*table_, logPath_);
+        log_->start();
+    }
+
+    std::vector<RecordValue> linesFor(const char *kind) {
+        std::vector<RecordValue> lines;
+        for (RecordValue &record : parsedRecords(logPath_)) {
+            if (const RecordValue *value = record.find(kind);
+                value != nullptr && value->stringAt("path") == TARNWELL_TEST_LIBRARY) {
+                lines.push_back(*value);
+            }
+        }
+        return lines;
+    }
+
+    TemporaryDirectory directory_;
+    std::string logPath_;
+    std::unique_ptr<ImageTable> table_;
+    std::unique_ptr<BinaryImageLog> log_;
+};
+
+TEST_F(BinaryImageLogTest, StartLogsExecutableThenEveryImage) {
+    const auto records = parsedRecords(logPath_);
+    ASSERT_GE(records.size(), 3u);
+    const RecordValue *executable = records[0].find("executable");
+    ASSERT_NE(executable, nullptr);
+    EXPECT_EQ(executable->stringAt("architecture"), "x86_64");
+    EXPECT_EQ(executable->stringAt("built_sdk_version"),
+              std::to_string(__GLIBC__) + "." + std::to_string(__GLIBC_MINOR__));
+    ASSERT_NE(records[1].find("load"), nullptr);
+    // The loader lists the main executable first; its node holds this test's code.
+    ImageNode found;
+    ASSERT_TRUE(findImageForAddress(*table_, uint64_t(uintptr_t(&readelfBuildId)), &found));
+    EXPECT_EQ(found.base, records[1].find("load")->unsignedAt("base"));
+    EXPECT_EQ(records[1].find("load")->stringAt("uuid"),
+              readelfBuildId(std::filesystem::read_symlink("/proc/self/exe")).substr(0, 32));
+}
+
+TEST_F(BinaryImageLogTest, DlopenAndDlcloseAreNoticed) {
+    void *library = dlopen(TARNWELL_TEST_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library, nullptr) << dlerror();
+    const auto function = uint64_t(uintptr_t(dlsym(library, "tarnwellTestLibraryAnswer")));
+    log_->refresh();
+
+    const auto loads = linesFor("load");
+    ASSERT_EQ(loads.size(), 1u);
+    EXPECT_EQ(loads[0].stringAt("uuid"), readelfBuildId(TARNWELL_TEST_LIBRARY).substr(0, 32));
+    ImageNode found;
+    ASSERT_TRUE(findImageForAddress(*table_, function, &found));
+    EXPECT_EQ(found.base, loads[0].unsignedAt("base"));
+    EXPECT_GT(found.ehFrame, found.base);
+
+    ImageDetails byUuid;
+    ASSERT_TRUE(BinaryImageLog::findImageForUUID(loads[0].stringAt("uuid").c_str(), &byUuid));
+    EXPECT_EQ(byUuid.node.base, found.base);
+
+    ASSERT_EQ(dlclose(library), 0);
+    log_->refresh();
+    const auto unloads = linesFor("unload");
+    ASSERT_EQ(unloads.size(), 1u);
+    EXPECT_EQ(unloads[0].unsignedAt("base"), found.base);
+    EXPECT_FALSE(findImageForAddress(*table_, function, &found));
+    EXPECT_FALSE(BinaryImageLog::findImageForUUID(loads[0].stringAt("uuid").c_str(), &byUuid));
+
+    // Loading it again claims a fresh slot and logs a second load.
+    library = dlopen(TARNWELL_TEST_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library, nullptr);
+    log_->refresh();
+    EXPECT_EQ(linesFor("load").size(), 2u);
+    dlclose(library);
+}
+
+TEST_F(BinaryImageLogTest, RefreshWithoutChangesWritesNothing) {
+    const auto before = parsedRecords(logPath_).size();
+    log_->refresh();
+    EXPECT_EQ(parsedRecords(logPath_).size(), before);
+}
+
+TEST(ExecutableDetailsTest, NoFileWritesNothing) {
+    EXPECT_FALSE(recordExecutableDetails(nullptr, BinaryImageLog::mainExecutableDetails()));
+    RecordWriter closed;
+    EXPECT_FALSE(recordExecutableDetails(&closed, BinaryImageLog::mainExecutableDetails()));
+}
+
+TEST(ExecutableDetailsTest, UuidOfUnknownImageIsNotFound) {
+    ImageDetails details;
+    EXPECT_FALSE(BinaryImageLog::findImageForUUID("00000000000000000000000000000000", &details));
+    EXPECT_FALSE(BinaryImageLog::findImageForUUID(nullptr, &details));
+}
+
+}  // namespace
+}  // namespace tarnwell::crash

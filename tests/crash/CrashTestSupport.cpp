@@ -1,0 +1,110 @@
+#include "CrashTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <poll.h>
+#include <signal.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "crash/CrashContext.h"
+#include "crash/CrashReporter.h"
+
+namespace tarnwell::crash::testing {
+
+ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+        for (int number : kCapturedSignals) {
+            signal(number, SIG_DFL);
+        }
+        // Not a try block of the test framework's: an exception leaving the body must
+        // reach the terminate handler as it would in the application.
+        [&body]() noexcept { body(); }();
+        _exit(0);
+    }
+    ChildEnd end;
+    if (pid < 0) {
+        return end;
+    }
+    // A pidfd becomes readable when the child ends, so the deadline is one poll.
+    const int pidfd = int(syscall(SYS_pidfd_open, pid, 0));
+    pollfd watch{pidfd, POLLIN, 0};
+    if (pidfd < 0 || poll(&watch, 1, deadlineSeconds * 1000) != 1) {
+        kill(pid, SIGKILL);
+    } else {
+        end.finished = true;
+    }
+    if (pidfd >= 0) {
+        close(pidfd);
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    end.signaled = WIFSIGNALED(status);
+    end.signal = end.signaled ? WTERMSIG(status) : 0;
+    end.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return end;
+}
+
+std::vector<std::string> readLines(const std::string &path) {
+    std::vector<std::string> lines;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+void startCapture(const std::string &reports) {
+    CrashReportingOptions options;
+    options.reportsDirectory = reports;
+    options.metadata.bundleIdentifier = "app.tarnwell.Tests";
+    options.checkForeignHandlers = false;
+    options.watchImages = false;
+    if (!startCrashReporting(options)) {
+        _exit(99);
+    }
+}
+
+std::string onlyActiveDirectory(const std::string &reports) {
+    std::string found;
+    std::error_code error;
+    for (const auto &entry : std::filesystem::directory_iterator(reports, error)) {
+        if (entry.path().filename().string().starts_with("active-")) {
+            found = entry.path().string();
+        }
+    }
+    return found;
+}
+
+std::vector<RecordValue> parsedRecords(const std::string &path) {
+    std::vector<RecordValue> records;
+    for (const std::string &line : readLines(path)) {
+        auto record = parseRecordLine(line);
+        EXPECT_TRUE(record.has_value()) << "unparsable record: " << line;
+        if (record) {
+            records.push_back(std::move(*record));
+        }
+    }
+    return records;
+}
+
+TemporaryDirectory::TemporaryDirectory() {
+    std::string pattern =
+        (std::filesystem::temp_directory_path() / "tarnwell-crash-XXXXXX").string();
+    if (mkdtemp(pattern.data()) != nullptr) {
+        path_ = pattern;
+    }
+}
+
+TemporaryDirectory::~TemporaryDirectory() {
+    std::error_code error;
+    std::filesystem::remove_all(path_, error);
+}
+
+}  // namespace tarnwell::crash::testing

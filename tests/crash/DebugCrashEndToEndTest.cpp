@@ -1,0 +1,136 @@
+// Runs the real executable: crashes it on purpose, then reads the report back through
+// `tarnwell crash-reports`, as support would on a user's machine.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "CrashTestSupport.h"
+#include "crash/RecordParser.h"
+
+namespace tarnwell::crash {
+namespace {
+
+using testing::ChildEnd;
+using testing::runInChild;
+using testing::TemporaryDirectory;
+
+class DebugCrashTest : public ::testing::Test {
+protected:
+    ChildEnd runTarnwell(std::vector<std::string> arguments, const std::string &output = {}) {
+        return runInChild([&] {
+            setenv("XDG_DATA_HOME", data_.path().c_str(), 1);
+            if (!output.empty()) {
+                freopen(output.c_str(), "w", stdout);
+            }
+            freopen("/dev/null", "w", stderr);
+            std::vector<char *> argv{const_cast<char *>(TARNWELL_EXECUTABLE)};
+            for (std::string &argument : arguments) {
+                argv.push_back(argument.data());
+            }
+            argv.push_back(nullptr);
+            execv(TARNWELL_EXECUTABLE, argv.data());
+            _exit(127);
+        });
+    }
+
+    std::string crashReports(const std::vector<std::string> &arguments) {
+        const std::string output = data_.path() + "/output";
+        const ChildEnd end = runTarnwell(arguments, output);
+        EXPECT_EQ(end.exitStatus, 0);
+        std::ifstream file(output);
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    }
+
+    std::filesystem::path pendingDirectory() const {
+        return std::filesystem::path(data_.path()) / "telemetry.data" / "app.tarnwell.Tarnwell" /
+               "reports" / "pending";
+    }
+
+    TemporaryDirectory data_;
+};
+
+struct DebugCrashCase {
+    const char *option;
+    int signal;
+    const char *title;
+    const char *reason;
+};
+
+class DebugCrashOptionTest : public DebugCrashTest,
+                             public ::testing::WithParamInterface<DebugCrashCase> {};
+
+TEST_P(DebugCrashOptionTest, CrashIsReportedAtNextStart) {
+    const DebugCrashCase &c = GetParam();
+    const ChildEnd end = runTarnwell({std::string("--debug-crash=") + c.option});
+    ASSERT_TRUE(end.finished);
+    ASSERT_TRUE(end.signaled) << "exit status " << end.exitStatus;
+    EXPECT_EQ(end.signal, c.signal);
+
+    std::string json = crashReports({"crash-reports", "--json"});
+    while (!json.empty() && json.back() == '\n') {
+        json.pop_back();
+    }
+    const auto parsed = parseRecordLine(json);
+    ASSERT_TRUE(parsed.has_value()) << json;
+    ASSERT_EQ(parsed->items.size(), 1u) << json;
+    const RecordValue &report = parsed->items[0];
+    EXPECT_EQ(report.stringAt("title"), c.title);
+    EXPECT_EQ(report.stringAt("reason"), c.reason);
+    const RecordValue *frames = report.find("frames");
+    ASSERT_NE(frames, nullptr);
+    bool inExecutable = false;
+    for (const RecordValue &frame : frames->items) {
+        inExecutable = inExecutable || frame.stringAt("image") == TARNWELL_EXECUTABLE;
+    }
+    EXPECT_TRUE(inExecutable) << "no frame tied to the executable: " << json;
+    EXPECT_TRUE(report.find("damaged")->items.empty());
+    EXPECT_EQ(report.find("metadata")->find("application")->stringAt("bundle_id"),
+              "app.tarnwell.Tarnwell");
+}
+
+INSTANTIATE_TEST_SUITE_P(Ways, DebugCrashOptionTest,
+                         ::testing::Values(DebugCrashCase{"segv", SIGSEGV, "SIGSEGV", ""},
+                                           DebugCrashCase{"abort", SIGABRT, "SIGABRT", "ABORT"},
+                                           DebugCrashCase{"fpe", SIGFPE, "SIGFPE", ""},
+                                           DebugCrashCase{"ill", SIGILL, "SIGILL", ""},
+                                           DebugCrashCase{"bus", SIGBUS, "SIGBUS", ""},
+                                           DebugCrashCase{"throw", SIGABRT, "std::runtime_error",
+                                                          "deliberate crash"},
+                                           DebugCrashCase{"throw-int", SIGABRT, "int", ""}),
+                         [](const auto &info) {
+                             std::string name = info.param.option;
+                             std::erase(name, '-');
+                             return name;
+                         });
+
+TEST_F(DebugCrashTest, DamagedRecordIsShownNotSkipped) {
+    runTarnwell({"--debug-crash=segv"});
+    crashReports({"crash-reports"});  // the crash becomes pending
+    ASSERT_TRUE(std::filesystem::exists(pendingDirectory()));
+    for (const auto &report : std::filesystem::directory_iterator(pendingDirectory())) {
+        std::ofstream(report.path() / "signal.crsrecord", std::ios::app) << "{\"thread\":{\"ti";
+    }
+    const std::string text = crashReports({"crash-reports"});
+    EXPECT_NE(text.find("SIGSEGV"), std::string::npos) << text;
+    EXPECT_NE(text.find("damaged record: signal.crsrecord line 3"), std::string::npos) << text;
+}
+
+TEST_F(DebugCrashTest, NoReportsSaysSo) {
+    EXPECT_EQ(crashReports({"crash-reports"}), "No crash reports.\n");
+    EXPECT_EQ(crashReports({"crash-reports", "--json"}), "[]\n");
+}
+
+TEST_F(DebugCrashTest, UnknownWayIsUsageError) {
+    EXPECT_EQ(runTarnwell({"--debug-crash=gently"}).exitStatus, 2);
+    EXPECT_EQ(runTarnwell({"crash-reports", "--xml"}).exitStatus, 2);
+}
+
+}  // namespace
+}  // namespace tarnwell::crash

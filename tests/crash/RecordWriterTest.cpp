@@ -1,0 +1,236 @@
+#include "crash/RecordWriter.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "CrashTestSupport.h"
+#include "crash/CrashLog.h"
+#include "crash/SafeFormat.h"
+
+namespace tarnwell::crash {
+namespace {
+
+using testing::TemporaryDirectory;
+
+struct NumberCase {
+    uint64_t value;
+    unsigned base;
+    const char *expected;
+};
+
+class FormatUnsignedTest : public ::testing::TestWithParam<NumberCase> {};
+
+TEST_P(FormatUnsignedTest, MostSignificantDigitFirst) {
+    char digits[kNumberBufferSize];
+    const size_t length = formatUnsigned(GetParam().value, GetParam().base, digits);
+    EXPECT_STREQ(digits, GetParam().expected);
+    EXPECT_EQ(length, strlen(GetParam().expected));
+}
+
+INSTANTIATE_TEST_SUITE_P(Boundaries, FormatUnsignedTest,
+                         ::testing::Values(NumberCase{0, 10, "0"}, NumberCase{9, 10, "9"},
+                                           NumberCase{10, 10, "10"}, NumberCase{99, 10, "99"},
+                                           NumberCase{100, 10, "100"},
+                                           NumberCase{UINT64_MAX, 10, "18446744073709551615"},
+                                           NumberCase{0, 16, "0"}, NumberCase{0xf, 16, "f"},
+                                           NumberCase{0x10, 16, "10"},
+                                           NumberCase{UINT64_MAX, 16, "ffffffffffffffff"}));
+
+TEST(SafeFormatTest, DirectivesAndTruncation) {
+    char out[128];
+    safeFormat(out, sizeof out, "WARN  [%s:%d] Signal: %d %u %x %p %lld %zu %c%%", "f", 12, -7, 3u,
+               255u, reinterpret_cast<void *>(0x10), LLONG_MIN, size_t(5), 'z');
+    EXPECT_STREQ(out, "WARN  [f:12] Signal: -7 3 ff 0x10 -9223372036854775808 5 z%");
+    const char *volatile absent = nullptr;
+    safeFormat(out, sizeof out, "%s", absent);
+    EXPECT_STREQ(out, "(null)");
+    char small[6];
+    EXPECT_EQ(safeFormat(small, sizeof small, "%s", "truncated"), 5u);
+    EXPECT_STREQ(small, "trunc");
+}
+
+TEST(CrashLogTest, LineCarriesLevelFunctionAndLine) {
+    int fds[2];
+    ASSERT_EQ(pipe(fds), 0);
+    setCrashLogDescriptor(fds[1]);
+    const int line = __LINE__ + 1;
+    CRS_WARN("Signal: %d\n", 11);
+    CRS_ERROR("done\n");
+    setCrashLogDescriptor(-1);
+    close(fds[1]);
+    char text[256] = {};
+    ASSERT_GT(read(fds[0], text, sizeof text - 1), 0);
+    close(fds[0]);
+    const std::string expected = "WARN  [TestBody:" + std::to_string(line) +
+                                 "] Signal: 11\nERROR [TestBody:" + std::to_string(line + 1) +
+                                 "] done\n";
+    EXPECT_EQ(text, expected);
+}
+
+// A write(2) stand-in that passes at most `chunk` bytes a call and can misbehave.
+struct FakeWrite {
+    static inline size_t chunk = 1;
+    static inline ssize_t override = 0;  // non-zero: the value every call returns
+    static inline int calls = 0;
+    static ssize_t write(int fd, const void *data, size_t length) {
+        ++calls;
+        if (override != 0) {
+            return override;
+        }
+        return ::write(fd, data, length < chunk ? length : chunk);
+    }
+};
+
+class WriteLoopTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        FakeWrite::chunk = 1;
+        FakeWrite::override = 0;
+        FakeWrite::calls = 0;
+        fd_ = open((directory_.path() + "/out").c_str(), O_WRONLY | O_CREAT, 0644);
+    }
+    void TearDown() override { close(fd_); }
+    TemporaryDirectory directory_;
+    int fd_ = -1;
+};
+
+TEST_F(WriteLoopTest, PartialWritesContinueUpToFiftyCalls) {
+    const std::string fifty(50, 'x');
+    EXPECT_TRUE(writeFully(fd_, fifty.data(), fifty.size(), FakeWrite::write));
+    EXPECT_EQ(FakeWrite::calls, 50);
+    FakeWrite::calls = 0;
+    const std::string fiftyOne(51, 'x');
+    EXPECT_FALSE(writeFully(fd_, fiftyOne.data(), fiftyOne.size(), FakeWrite::write));
+    EXPECT_EQ(FakeWrite::calls, 50);
+}
+
+TEST_F(WriteLoopTest, NothingWrittenOrTooMuchClaimedFails) {
+    FakeWrite::override = -1;
+    EXPECT_FALSE(writeFully(fd_, "abc", 3, FakeWrite::write));
+    FakeWrite::override = 4;
+    EXPECT_FALSE(writeFully(fd_, "abc", 3, FakeWrite::write));
+    EXPECT_TRUE(writeFully(fd_, "", 0, FakeWrite::write));
+}
+
+class RecordWriterTest : public ::testing::Test {
+protected:
+    std::string path() const { return directory_.path() + "/record.crsrecord"; }
+    std::string contents() const {
+        std::ifstream file(path());
+        std::stringstream text;
+        text << file.rdbuf();
+        return text.str();
+    }
+    TemporaryDirectory directory_;
+};
+
+TEST_F(RecordWriterTest, WritesRecordForms) {
+    for (const bool buffered : {false, true}) {
+        RecordWriter writer;
+        ASSERT_TRUE(writer.open(path().c_str(), false, buffered));
+        writer.beginKeyedObject("signal");
+        writer.beginObject();
+        writer.writeUnsigned("number", 11);
+        writer.writeSigned("code", -6);
+        writer.writeSigned("min", INT64_MIN);
+        writer.writeString("name", "SIG\"SEGV");
+        writer.writeString("code_name", nullptr);
+        writer.writeBool("flag", false);
+        writer.writeKey("codes");
+        writer.beginArray();
+        writer.writeUnsigned(1);
+        writer.writeUnsigned(2);
+        writer.beginObject();
+        writer.endObject();
+        writer.endArray();
+        writer.writeKey("hex");
+        writer.writeHexString("\x01\xab", 2);
+        writer.writeKey("none");
+        writer.writeHexString(nullptr, 4);
+        writer.endObject();
+        writer.endRecord();
+        uint64_t offset = 0;
+        ASSERT_TRUE(writer.close(&offset));
+        const std::string expected =
+            "{\"signal\":{\"number\":11,\"code\":-6,\"min\":-9223372036854775808,"
+            "\"name\":\"SIG\"SEGV\",\"code_name\":null,\"flag\":false,\"codes\":[1,2,{}],"
+            "\"hex\":\"01ab\",\"none\":null}}\n";
+        EXPECT_EQ(contents(), expected) << (buffered ? "buffered" : "unbuffered");
+        EXPECT_EQ(offset, expected.size());
+    }
+}
+
+TEST_F(RecordWriterTest, LongHexStringCrossesChunks) {
+    unsigned char bytes[40];
+    std::string expected = "\"";
+    for (size_t i = 0; i < sizeof bytes; ++i) {
+        bytes[i] = static_cast<unsigned char>(i * 7);
+        char pair[3];
+        snprintf(pair, sizeof pair, "%02x", bytes[i]);
+        expected += pair;
+    }
+    RecordWriter writer;
+    ASSERT_TRUE(writer.open(path().c_str(), false, false));
+    writer.writeHexString(bytes, sizeof bytes);
+    writer.close();
+    EXPECT_EQ(contents(), expected + "\"");
+}
+
+TEST_F(RecordWriterTest, AppendStartsCountAtFileSizeAndTruncateReplaces) {
+    std::ofstream(path()) << "0123456789";
+    RecordWriter writer;
+    ASSERT_TRUE(writer.open(path().c_str(), true, false));
+    EXPECT_EQ(writer.bytesWritten(), 10u);
+    writer.writeString("ab");
+    uint64_t offset = 0;
+    writer.close(&offset);
+    EXPECT_EQ(offset, 14u);
+    EXPECT_EQ(contents(), "0123456789\"ab\"");
+
+    ASSERT_TRUE(writer.open(path().c_str(), false, false));
+    EXPECT_EQ(writer.bytesWritten(), 0u);
+    writer.writeNull();
+    writer.close();
+    EXPECT_EQ(contents(), "null");
+    struct stat status;
+    ASSERT_EQ(stat(path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0644u);
+}
+
+TEST_F(RecordWriterTest, BufferedWriterHoldsTextUntilFullOrClosed) {
+    RecordWriter writer;
+    ASSERT_TRUE(writer.open(path().c_str(), false, true));
+    const std::string piece(300, 'a');
+    for (int i = 0; i < 3; ++i) {
+        writer.writeString(piece.c_str());
+    }
+    EXPECT_EQ(contents(), "");
+    writer.writeString(piece.c_str());  // passes 1000 bytes
+    EXPECT_GE(contents().size(), 3 * 302 + 2u);
+    EXPECT_LT(contents().size(), 4 * 302 + 3u);
+    writer.close();
+    EXPECT_EQ(contents().size(), 4 * 302 + 3u);
+}
+
+TEST_F(RecordWriterTest, FailuresAreReportedNotHidden) {
+    RecordWriter writer;
+    EXPECT_FALSE(writer.open(nullptr, false, false));
+    EXPECT_FALSE(writer.open((directory_.path() + "/missing/x").c_str(), false, false));
+    EXPECT_FALSE(writer.writeString("x"));
+    EXPECT_FALSE(writer.close());
+    ASSERT_TRUE(writer.open(path().c_str(), false, false));
+    writer.setWriteCall([](int, const void *, size_t) -> ssize_t { return 0; });
+    EXPECT_FALSE(writer.writeUnsigned(1));
+    EXPECT_EQ(writer.bytesWritten(), 0u);
+}
+
+}  // namespace
+}  // namespace tarnwell::crash
