@@ -2,6 +2,7 @@
 #include <string>
 
 #include "cli/CommandLine.h"
+#include "cli/MemoryCommands.h"
 #include "cli/SettingsCommand.h"
 
 using namespace tarnwell;
@@ -9,6 +10,10 @@ using namespace tarnwell;
 namespace {
 
 constexpr std::array kSubcommands{
+    cli::Subcommand{"stats", "[--json] [--watch [SECONDS]]  print the memory statistics",
+                    cli::runStats},
+    cli::Subcommand{"clean", "[--json]  free memory now and print how much was freed",
+                    cli::runClean},
     cli::Subcommand{"settings", "list, show, change or reset the settings", cli::runSettings},
 };
 

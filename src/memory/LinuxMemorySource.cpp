@@ -1,10 +1,10 @@
 #include "LinuxMemorySource.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <charconv>
-#include <fstream>
-#include <sstream>
 
 namespace tarnwell {
 
@@ -13,18 +13,35 @@ namespace fs = std::filesystem;
 namespace {
 
 std::optional<std::string> readFile(const fs::path &path) {
-    // /proc files report a size of 0, so read until the end instead of
-    // trusting the file size.
-    std::ifstream stream(path, std::ios::binary);
-    if (!stream) {
+    // Plain read(2) into one buffer: /proc files report a size of 0, so read
+    // until the end, and iostreams cost more than the kernel takes to
+    // produce the text.
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
         return std::nullopt;
     }
-    std::ostringstream contents;
-    contents << stream.rdbuf();
-    if (stream.bad()) {
-        return std::nullopt;
+    std::string contents(8192, '\0');
+    size_t used = 0;
+    while (true) {
+        if (used == contents.size()) {
+            contents.resize(contents.size() * 2);
+        }
+        const ssize_t n = read(fd, contents.data() + used, contents.size() - used);
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n < 0) {
+            close(fd);
+            return std::nullopt;
+        }
+        if (n == 0) {
+            break;
+        }
+        used += static_cast<size_t>(n);
     }
-    return std::move(contents).str();
+    close(fd);
+    contents.resize(used);
+    return contents;
 }
 
 std::string firstLine(const std::string &text) {
@@ -127,19 +144,20 @@ std::optional<uint64_t> LinuxMemorySource::hardwarePhysicalMemory() {
     return meminfo->memTotalBytes;
 }
 
-std::optional<uint64_t> LinuxMemorySource::userMemory() {
+MemorySample LinuxMemorySource::sample() {
     const auto meminfo = readMeminfo();
     if (!meminfo) {
-        return std::nullopt;
+        return {};
     }
     const uint64_t wired = wiredBytes(*meminfo);
-    return meminfo->memTotalBytes > wired ? meminfo->memTotalBytes - wired : 0;
+    return {meminfo->memTotalBytes > wired ? meminfo->memTotalBytes - wired : 0,
+            vmStatistics(*meminfo), swapUsage(*meminfo)};
 }
 
-std::optional<VmStatistics> LinuxMemorySource::sampleVmStatistics() {
-    const auto meminfo = readMeminfo();
+std::optional<VmStatistics> LinuxMemorySource::vmStatistics(
+    const proc::MeminfoFields &meminfo) const {
     const auto vmstatText = readFile(procRoot_ / "vmstat");
-    if (!meminfo || !vmstatText) {
+    if (!vmstatText) {
         return std::nullopt;
     }
     const auto vmstatResult = proc::parseVmstat(*vmstatText);
@@ -156,10 +174,10 @@ std::optional<VmStatistics> LinuxMemorySource::sampleVmStatistics() {
 
     VmStatistics statistics;
     statistics.pageSize = system_.pageSize;
-    statistics.freeCount = pages(meminfo->memFreeBytes);
-    statistics.activeCount = pages(meminfo->activeBytes);
-    statistics.inactiveCount = pages(meminfo->inactiveBytes);
-    statistics.wireCount = pages(wiredBytes(*meminfo));
+    statistics.freeCount = pages(meminfo.memFreeBytes);
+    statistics.activeCount = pages(meminfo.activeBytes);
+    statistics.inactiveCount = pages(meminfo.inactiveBytes);
+    statistics.wireCount = pages(wiredBytes(meminfo));
     statistics.faults = vmstat->pgfault;
     statistics.reactivations = vmstat->pgactivate;
     statistics.pageins = vmstat->pgmajfault;
@@ -169,12 +187,12 @@ std::optional<VmStatistics> LinuxMemorySource::sampleVmStatistics() {
     statistics.swapouts = vmstat->pswpout;
     statistics.decompressions = vmstat->zswpin;
     statistics.compressions = vmstat->zswpout;
-    statistics.externalPageCount = pages(meminfo->activeFileBytes + meminfo->inactiveFileBytes);
-    statistics.internalPageCount = pages(meminfo->activeAnonBytes + meminfo->inactiveAnonBytes);
-    statistics.compressorPageCount = pages(meminfo->zswapBytes);
-    statistics.totalUncompressedPagesInCompressor = meminfo->zswappedBytes / pageSize;
-    statistics.availableBytes = meminfo->memAvailableBytes ? *meminfo->memAvailableBytes
-                                                           : estimatedAvailableBytes(*meminfo);
+    statistics.externalPageCount = pages(meminfo.activeFileBytes + meminfo.inactiveFileBytes);
+    statistics.internalPageCount = pages(meminfo.activeAnonBytes + meminfo.inactiveAnonBytes);
+    statistics.compressorPageCount = pages(meminfo.zswapBytes);
+    statistics.totalUncompressedPagesInCompressor = meminfo.zswappedBytes / pageSize;
+    statistics.availableBytes =
+        meminfo.memAvailableBytes ? *meminfo.memAvailableBytes : estimatedAvailableBytes(meminfo);
     return statistics;
 }
 
@@ -201,10 +219,9 @@ bool LinuxMemorySource::isDmCryptDevice(const std::string &devicePath) const {
     return false;
 }
 
-std::optional<SwapUsage> LinuxMemorySource::sampleSwapUsage() {
-    const auto meminfo = readMeminfo();
+std::optional<SwapUsage> LinuxMemorySource::swapUsage(const proc::MeminfoFields &meminfo) const {
     const auto swapsText = readFile(procRoot_ / "swaps");
-    if (!meminfo || !swapsText) {
+    if (!swapsText) {
         return std::nullopt;
     }
     const auto swapsResult = proc::parseSwaps(*swapsText);
@@ -213,10 +230,10 @@ std::optional<SwapUsage> LinuxMemorySource::sampleSwapUsage() {
         return std::nullopt;
     }
     SwapUsage usage;
-    usage.totalBytes = meminfo->swapTotalBytes;
-    usage.availableBytes = meminfo->swapFreeBytes;
-    usage.usedBytes = meminfo->swapTotalBytes > meminfo->swapFreeBytes
-                          ? meminfo->swapTotalBytes - meminfo->swapFreeBytes
+    usage.totalBytes = meminfo.swapTotalBytes;
+    usage.availableBytes = meminfo.swapFreeBytes;
+    usage.usedBytes = meminfo.swapTotalBytes > meminfo.swapFreeBytes
+                          ? meminfo.swapTotalBytes - meminfo.swapFreeBytes
                           : 0;
     usage.pageSize = static_cast<uint32_t>(system_.pageSize);
     // Swap files are not inspected: only a swap area on a dm-crypt device

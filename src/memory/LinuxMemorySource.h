@@ -25,12 +25,12 @@ public:
     uint64_t physicalMemory() override;
     std::optional<uint64_t> hardwareMemorySize() override;
     std::optional<uint64_t> hardwarePhysicalMemory() override;
-    std::optional<uint64_t> userMemory() override;
-    std::optional<VmStatistics> sampleVmStatistics() override;
-    std::optional<SwapUsage> sampleSwapUsage() override;
+    MemorySample sample() override;
 
 private:
     std::optional<proc::MeminfoFields> readMeminfo() const;
+    std::optional<VmStatistics> vmStatistics(const proc::MeminfoFields &meminfo) const;
+    std::optional<SwapUsage> swapUsage(const proc::MeminfoFields &meminfo) const;
     std::optional<uint64_t> onlineMemoryBlockBytes() const;
     bool isDmCryptDevice(const std::string &devicePath) const;
 

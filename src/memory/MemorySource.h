@@ -46,9 +46,15 @@ struct SwapUsage {
     bool encrypted = false;
 };
 
-// Where the statistics record's figures come from. Each sample either
-// succeeds as a whole or is empty, so a failure never mixes fresh and stale
-// figures of one group.
+// One reading of the kernel's figures. Each group either succeeds as a whole
+// or is empty, so a failure never mixes fresh and stale figures of one group.
+struct MemorySample {
+    std::optional<uint64_t> userMemory;
+    std::optional<VmStatistics> vmStatistics;
+    std::optional<SwapUsage> swapUsage;
+};
+
+// Where the statistics record's figures come from.
 class MemorySource {
 public:
     virtual ~MemorySource() = default;
@@ -57,10 +63,10 @@ public:
     // Empty when the platform cannot tell; the record then holds 0.
     virtual std::optional<uint64_t> hardwareMemorySize() = 0;
     virtual std::optional<uint64_t> hardwarePhysicalMemory() = 0;
-    virtual std::optional<uint64_t> userMemory() = 0;
 
-    virtual std::optional<VmStatistics> sampleVmStatistics() = 0;
-    virtual std::optional<SwapUsage> sampleSwapUsage() = 0;
+    // Everything a refresh needs in one go: the groups share files (on Linux
+    // /proc/meminfo feeds all three), which are then read once.
+    virtual MemorySample sample() = 0;
 };
 
 }  // namespace tarnwell

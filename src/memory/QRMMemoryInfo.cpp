@@ -19,14 +19,101 @@ QRMNumber hardwareFigure(std::optional<uint64_t> bytes) {
     return bytes ? QRMNumber::fromUInt64(*bytes) : QRMNumber::fromInt32(0);
 }
 
-void put(QRMStatisticsRecord &record, std::string_view key, QRMNumber value) {
-    record.insert_or_assign(std::string(key), value);
+// Replaces a figure in place: after the first refresh every key exists, and
+// a refresh then allocates nothing.
+void assign(QRMStatisticsRecord &record, std::string_view key, QRMNumber value) {
+    if (const auto found = record.find(key); found != record.end()) {
+        found->second = value;
+    } else {
+        record.emplace(key, value);
+    }
 }
 
-void merge(QRMStatisticsRecord &into, const QRMStatisticsRecord &from) {
-    for (const auto &[key, value] : from) {
-        into.insert_or_assign(key, value);
-    }
+// Writes the memory figures through put(key, number), in the order the record
+// lists them.
+template <class Put>
+void putMemoryFigures(const VmStatistics &s, Put put) {
+    // Byte values of the 32-bit page classes are 32-bit products and wrap at
+    // 4 GiB; readers (the cleaning engine first) depend on that. The 64-bit
+    // ones use the page size sign-extended.
+    const uint32_t pageSize32 = static_cast<uint32_t>(s.pageSize);
+    const uint64_t pageSize64 = static_cast<uint64_t>(static_cast<int64_t>(s.pageSize));
+    const auto bytes32 = [&](uint32_t pages) { return QRMNumber::fromUInt32(pageSize32 * pages); };
+    const auto bytes64 = [&](uint64_t pages) { return QRMNumber::fromUInt64(pageSize64 * pages); };
+    const auto u32 = QRMNumber::fromUInt32;
+    const auto u64 = QRMNumber::fromUInt64;
+
+    put(keys::pageSize, QRMNumber::fromInt32(s.pageSize));
+    put(keys::freeCount, u32(s.freeCount));
+    put(keys::freeBytes, bytes32(s.freeCount));
+    put(keys::activeCount, u32(s.activeCount));
+    put(keys::activeBytes, bytes32(s.activeCount));
+    put(keys::inactiveCount, u32(s.inactiveCount));
+    put(keys::inactiveBytes, bytes32(s.inactiveCount));
+    put(keys::wireCount, u32(s.wireCount));
+    put(keys::wireBytes, bytes32(s.wireCount));
+    put(keys::zerroFillCount, u64(s.zeroFillCount));
+    put(keys::zerroFillBytes, bytes64(s.zeroFillCount));
+    put(keys::reactivations, u64(s.reactivations));
+    put(keys::pageins, u64(s.pageins));
+    put(keys::pageouts, u64(s.pageouts));
+    put(keys::faults, u64(s.faults));
+    put(keys::COWFaults, u64(s.cowFaults));
+    put(keys::lookups, u64(s.lookups));
+    put(keys::hits, u64(s.hits));
+    put(keys::purges, u64(s.purges));
+    put(keys::purgableCount, u32(s.purgeableCount));
+    put(keys::purgeableBytes, bytes32(s.purgeableCount));
+    put(keys::speculativeCount, u32(s.speculativeCount));
+    put(keys::speculativeBytes, bytes32(s.speculativeCount));
+    put(keys::swapins, u64(s.swapins));
+    put(keys::swapouts, u64(s.swapouts));
+    put(keys::throttledCount, u32(s.throttledCount));
+    put(keys::throttledBytes, bytes32(s.throttledCount));
+    put(keys::externalPageCount, u32(s.externalPageCount));
+    put(keys::externalPageBytes, bytes32(s.externalPageCount));
+    put(keys::internalPageCount, u32(s.internalPageCount));
+    put(keys::internalPageBytes, bytes32(s.internalPageCount));
+    put(keys::decompressions, u64(s.decompressions));
+    put(keys::compressions, u64(s.compressions));
+    put(keys::compressorPageCount, u32(s.compressorPageCount));
+    put(keys::compressorPageBytes, bytes32(s.compressorPageCount));
+    put(keys::totalUncompressedPagesInCompressor, u64(s.totalUncompressedPagesInCompressor));
+    put(keys::totalUncompressedPagesInCompressorBytes,
+        bytes64(s.totalUncompressedPagesInCompressor));
+
+    const uint32_t usedCount =
+        s.activeCount + s.inactiveCount + s.wireCount + s.compressorPageCount;
+    const uint32_t totalCount = usedCount + s.freeCount;
+    put(keys::usedCount, u32(usedCount));
+    put(keys::totalCount, u32(totalCount));
+
+    // Single-precision percentages with no guard: a zero total gives an
+    // infinite or not-a-number figure, which readers already cope with.
+    const float total = static_cast<float>(uint64_t{totalCount});
+    const auto percents = [total](uint32_t pages) {
+        return QRMNumber::fromFloat(
+            static_cast<float>(static_cast<float>(pages) * 100.0 / static_cast<double>(total)));
+    };
+    put(keys::freePercents, percents(s.freeCount));
+    put(keys::inactivePercents, percents(s.inactiveCount));
+    put(keys::activePercents, percents(s.activeCount));
+    put(keys::wirePercents, percents(s.wireCount));
+    put(keys::usedBytes, bytes64(usedCount));
+    put(keys::usedPercents, percents(usedCount));
+    put(keys::totalBytes, bytes64(totalCount));
+    put(keys::totalPercents, percents(totalCount));
+    put(keys::compressorPagePercents, percents(s.compressorPageCount));
+    put(keys::availableBytes, u64(s.availableBytes));
+}
+
+template <class Put>
+void putSwapFigures(const SwapUsage &usage, Put put) {
+    put(keys::xsuTotal, QRMNumber::fromUInt64(usage.totalBytes));
+    put(keys::xsuAvail, QRMNumber::fromUInt64(usage.availableBytes));
+    put(keys::xsuUsed, QRMNumber::fromUInt64(usage.usedBytes));
+    put(keys::xsuPageSize, QRMNumber::fromUInt32(usage.pageSize));
+    put(keys::xsuEncripted, QRMNumber::fromUInt32(usage.encrypted ? 1 : 0));
 }
 
 }  // namespace
@@ -42,9 +129,9 @@ QRMMemoryInfo::QRMMemoryInfo(std::unique_ptr<MemorySource> source)
 QRMMemoryInfo::QRMMemoryInfo(std::unique_ptr<MemorySource> source,
                              std::unique_ptr<MemoryBlockAllocator> allocator)
     : source_(std::move(source)), allocator_(std::move(allocator)) {
-    put(record_, keys::physicalMemory, physicalMemory());
-    put(record_, keys::hardwareMemorySize, hardwareMemorySize());
-    put(record_, keys::hardwarePhysicalMemory, hardwarePhysicalMemory());
+    assign(record_, keys::physicalMemory, physicalMemory());
+    assign(record_, keys::hardwareMemorySize, hardwareMemorySize());
+    assign(record_, keys::hardwarePhysicalMemory, hardwarePhysicalMemory());
     refresh();
 }
 
@@ -61,13 +148,18 @@ QRMStatisticsRecord QRMMemoryInfo::info() const {
 void QRMMemoryInfo::refresh() {
     // Sample outside the lock: reading /proc takes far longer than the merge,
     // and readers of info() should not wait for it.
-    const QRMNumber user = userMemory();
-    const QRMStatisticsRecord memory = gatheredMemoryInfo();
-    const QRMStatisticsRecord swap = gatheredSwapInfo();
+    const MemorySample sample = source_->sample();
     std::lock_guard lock(recordMutex_);
-    put(record_, keys::userMemory, user);
-    merge(record_, memory);
-    merge(record_, swap);
+    const auto intoRecord = [this](std::string_view key, QRMNumber value) {
+        assign(record_, key, value);
+    };
+    intoRecord(keys::userMemory, hardwareFigure(sample.userMemory));
+    if (sample.vmStatistics) {
+        putMemoryFigures(*sample.vmStatistics, intoRecord);
+    }
+    if (sample.swapUsage) {
+        putSwapFigures(*sample.swapUsage, intoRecord);
+    }
 }
 
 QRMNumber QRMMemoryInfo::physicalMemory() {
@@ -83,103 +175,24 @@ QRMNumber QRMMemoryInfo::hardwarePhysicalMemory() {
 }
 
 QRMNumber QRMMemoryInfo::userMemory() {
-    return hardwareFigure(source_->userMemory());
+    return hardwareFigure(source_->sample().userMemory);
 }
 
 QRMStatisticsRecord QRMMemoryInfo::gatheredMemoryInfo() {
-    const auto sample = source_->sampleVmStatistics();
-    if (!sample) {
-        return {};
-    }
-    const VmStatistics &s = *sample;
-    // Byte values of the 32-bit page classes are 32-bit products and wrap at
-    // 4 GiB; readers (the cleaning engine first) depend on that. The 64-bit
-    // ones use the page size sign-extended.
-    const uint32_t pageSize32 = static_cast<uint32_t>(s.pageSize);
-    const uint64_t pageSize64 = static_cast<uint64_t>(static_cast<int64_t>(s.pageSize));
-    const auto bytes32 = [&](uint32_t pages) { return QRMNumber::fromUInt32(pageSize32 * pages); };
-    const auto bytes64 = [&](uint64_t pages) { return QRMNumber::fromUInt64(pageSize64 * pages); };
-    const auto u32 = QRMNumber::fromUInt32;
-    const auto u64 = QRMNumber::fromUInt64;
-
     QRMStatisticsRecord record;
-    put(record, keys::pageSize, QRMNumber::fromInt32(s.pageSize));
-    put(record, keys::freeCount, u32(s.freeCount));
-    put(record, keys::freeBytes, bytes32(s.freeCount));
-    put(record, keys::activeCount, u32(s.activeCount));
-    put(record, keys::activeBytes, bytes32(s.activeCount));
-    put(record, keys::inactiveCount, u32(s.inactiveCount));
-    put(record, keys::inactiveBytes, bytes32(s.inactiveCount));
-    put(record, keys::wireCount, u32(s.wireCount));
-    put(record, keys::wireBytes, bytes32(s.wireCount));
-    put(record, keys::zerroFillCount, u64(s.zeroFillCount));
-    put(record, keys::zerroFillBytes, bytes64(s.zeroFillCount));
-    put(record, keys::reactivations, u64(s.reactivations));
-    put(record, keys::pageins, u64(s.pageins));
-    put(record, keys::pageouts, u64(s.pageouts));
-    put(record, keys::faults, u64(s.faults));
-    put(record, keys::COWFaults, u64(s.cowFaults));
-    put(record, keys::lookups, u64(s.lookups));
-    put(record, keys::hits, u64(s.hits));
-    put(record, keys::purges, u64(s.purges));
-    put(record, keys::purgableCount, u32(s.purgeableCount));
-    put(record, keys::purgeableBytes, bytes32(s.purgeableCount));
-    put(record, keys::speculativeCount, u32(s.speculativeCount));
-    put(record, keys::speculativeBytes, bytes32(s.speculativeCount));
-    put(record, keys::swapins, u64(s.swapins));
-    put(record, keys::swapouts, u64(s.swapouts));
-    put(record, keys::throttledCount, u32(s.throttledCount));
-    put(record, keys::throttledBytes, bytes32(s.throttledCount));
-    put(record, keys::externalPageCount, u32(s.externalPageCount));
-    put(record, keys::externalPageBytes, bytes32(s.externalPageCount));
-    put(record, keys::internalPageCount, u32(s.internalPageCount));
-    put(record, keys::internalPageBytes, bytes32(s.internalPageCount));
-    put(record, keys::decompressions, u64(s.decompressions));
-    put(record, keys::compressions, u64(s.compressions));
-    put(record, keys::compressorPageCount, u32(s.compressorPageCount));
-    put(record, keys::compressorPageBytes, bytes32(s.compressorPageCount));
-    put(record, keys::totalUncompressedPagesInCompressor,
-        u64(s.totalUncompressedPagesInCompressor));
-    put(record, keys::totalUncompressedPagesInCompressorBytes,
-        bytes64(s.totalUncompressedPagesInCompressor));
-
-    const uint32_t usedCount =
-        s.activeCount + s.inactiveCount + s.wireCount + s.compressorPageCount;
-    const uint32_t totalCount = usedCount + s.freeCount;
-    put(record, keys::usedCount, u32(usedCount));
-    put(record, keys::totalCount, u32(totalCount));
-
-    // Single-precision percentages with no guard: a zero total gives an
-    // infinite or not-a-number figure, which readers already cope with.
-    const float total = static_cast<float>(record.find(keys::totalCount)->second.toUInt64());
-    const auto percents = [total](uint32_t pages) {
-        return QRMNumber::fromFloat(
-            static_cast<float>(static_cast<float>(pages) * 100.0 / static_cast<double>(total)));
-    };
-    put(record, keys::freePercents, percents(s.freeCount));
-    put(record, keys::inactivePercents, percents(s.inactiveCount));
-    put(record, keys::activePercents, percents(s.activeCount));
-    put(record, keys::wirePercents, percents(s.wireCount));
-    put(record, keys::usedBytes, bytes64(usedCount));
-    put(record, keys::usedPercents, percents(usedCount));
-    put(record, keys::totalBytes, bytes64(totalCount));
-    put(record, keys::totalPercents, percents(totalCount));
-    put(record, keys::compressorPagePercents, percents(s.compressorPageCount));
-    put(record, keys::availableBytes, u64(s.availableBytes));
+    if (const auto sample = source_->sample().vmStatistics) {
+        putMemoryFigures(
+            *sample, [&](std::string_view key, QRMNumber value) { record.emplace(key, value); });
+    }
     return record;
 }
 
 QRMStatisticsRecord QRMMemoryInfo::gatheredSwapInfo() {
-    const auto usage = source_->sampleSwapUsage();
-    if (!usage) {
-        return {};
-    }
     QRMStatisticsRecord record;
-    put(record, keys::xsuTotal, QRMNumber::fromUInt64(usage->totalBytes));
-    put(record, keys::xsuAvail, QRMNumber::fromUInt64(usage->availableBytes));
-    put(record, keys::xsuUsed, QRMNumber::fromUInt64(usage->usedBytes));
-    put(record, keys::xsuPageSize, QRMNumber::fromUInt32(usage->pageSize));
-    put(record, keys::xsuEncripted, QRMNumber::fromUInt32(usage->encrypted ? 1 : 0));
+    if (const auto usage = source_->sample().swapUsage) {
+        putSwapFigures(*usage,
+                       [&](std::string_view key, QRMNumber value) { record.emplace(key, value); });
+    }
     return record;
 }
 

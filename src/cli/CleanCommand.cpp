@@ -1,0 +1,132 @@
+#include <algorithm>
+#include <future>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "cli/MemoryCommands.h"
+#include "memory/QRMMemoryInfo.h"
+#include "memory/QRMRecordKeys.h"
+
+namespace tarnwell::cli {
+
+namespace {
+
+// User-visible texts of this command, kept together for translation.
+namespace text {
+constexpr std::string_view kFreeBefore = "Free memory before:";
+constexpr std::string_view kFreeAfter = "Free memory after:";
+constexpr std::string_view kFreed = "Freed:";
+constexpr const char *kNothingFreed = "Nothing to clean: free memory did not grow.";
+constexpr const char *kDeclined = "Memory was not cleaned: ";
+const char *refusalReason(CleaningRefusal refusal) {
+    switch (refusal) {
+        case CleaningRefusal::AlreadyCleaning:
+            return "a cleaning is already running.";
+        case CleaningRefusal::NoUsableStatistics:
+            return "no usable memory statistics (free or inactive memory unknown).";
+        case CleaningRefusal::NoRoomAboveReserve:
+            return "available memory is already within the reserve kept for the system.";
+        case CleaningRefusal::CouldNotStart:
+            return "the cleaning block or its thread could not be set up.";
+    }
+    return "";
+}
+std::string unknownOption(std::string_view option) {
+    return "unknown option '" + std::string(option) + "' for 'clean'";
+}
+}  // namespace text
+
+// Stable identifiers of the refusals for --json.
+const char *refusalKey(CleaningRefusal refusal) {
+    switch (refusal) {
+        case CleaningRefusal::AlreadyCleaning:
+            return "already-cleaning";
+        case CleaningRefusal::NoUsableStatistics:
+            return "no-usable-statistics";
+        case CleaningRefusal::NoRoomAboveReserve:
+            return "no-room-above-reserve";
+        case CleaningRefusal::CouldNotStart:
+            return "could-not-start";
+    }
+    return "";
+}
+
+// Free memory as the exact 64-bit product of page count and page size:
+// "freeBytes" is a 32-bit figure that wraps at 4 GiB, which would make the
+// before and after figures meaningless on most machines.
+uint64_t freeMemory(const QRMStatisticsRecord &record) {
+    const auto count = record.find(keys::freeCount);
+    const auto pageSize = record.find(keys::pageSize);
+    if (count == record.end() || pageSize == record.end()) {
+        return 0;
+    }
+    return count->second.toUInt64() * pageSize->second.toUInt64();
+}
+
+std::string size(uint64_t bytes) {
+    return QRMMemoryInfo::adaptiveMemorySize(bytes, true, false, false);
+}
+
+}  // namespace
+
+int clean(QRMMemoryInfo &memory, Arguments args, std::ostream &out) {
+    bool json = false;
+    for (const std::string_view arg : args) {
+        if (arg != "--json") {
+            return usageError(text::unknownOption(arg));
+        }
+        json = true;
+    }
+
+    memory.refresh();
+    const uint64_t before = freeMemory(memory.info());
+
+    // Shared with the observer: the cleaning thread may still be leaving
+    // set_value when the wait below returns.
+    const auto cleaned = std::make_shared<std::promise<void>>();
+    const int observer = memory.addMemoryCleanedObserver([cleaned] { cleaned->set_value(); });
+    const CleaningDecision decision = memory.cleanMemoryNow();
+    if (decision.started()) {
+        cleaned->get_future().wait();
+    }
+    memory.removeMemoryCleanedObserver(observer);
+
+    if (!decision.started()) {
+        if (json) {
+            out << R"({"cleaned":false,"reason":")" << refusalKey(*decision.refusal) << "\"}\n";
+        } else {
+            out << text::kDeclined << text::refusalReason(*decision.refusal) << '\n';
+        }
+        return kExitFailure;
+    }
+
+    memory.refresh();
+    const uint64_t after = freeMemory(memory.info());
+    const uint64_t freed = after > before ? after - before : 0;
+    if (json) {
+        out << R"({"cleaned":true,"blockBytes":)" << decision.blockBytes << R"(,"freeBytesBefore":)"
+            << before << R"(,"freeBytesAfter":)" << after << R"(,"freedBytes":)" << freed << "}\n";
+        return kExitOk;
+    }
+    // Labels padded to the longest so the sizes line up in any language.
+    const size_t width = std::max(
+        {text::kFreeBefore.size(), text::kFreeAfter.size(), freed == 0 ? 0 : text::kFreed.size()});
+    const auto line = [&](std::string_view label, uint64_t bytes) {
+        out << label << std::string(width - label.size() + 1, ' ') << size(bytes) << '\n';
+    };
+    line(text::kFreeBefore, before);
+    line(text::kFreeAfter, after);
+    if (freed == 0) {
+        out << text::kNothingFreed << '\n';
+    } else {
+        line(text::kFreed, freed);
+    }
+    return kExitOk;
+}
+
+int runClean(Arguments args) {
+    return clean(QRMMemoryInfo::sharedMemoryInfo(), args, std::cout);
+}
+
+}  // namespace tarnwell::cli

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <iosfwd>
+
+#include "cli/CommandLine.h"
+
+namespace tarnwell {
+class QRMMemoryInfo;
+}
+
+namespace tarnwell::cli {
+
+// `tarnwell stats [--json] [--watch [SECONDS]]` and `tarnwell clean [--json]`
+// over the machine's memory.
+int runStats(Arguments args);
+int runClean(Arguments args);
+
+// Waits for the next refresh of `stats --watch`; false ends the watch.
+using WaitForNextRefresh = std::function<bool(std::chrono::seconds interval)>;
+
+// The commands over any engine and output stream, so tests give them a small
+// made-up machine.
+int stats(QRMMemoryInfo &memory, Arguments args, std::ostream &out,
+          const WaitForNextRefresh &waitForNextRefresh);
+int clean(QRMMemoryInfo &memory, Arguments args, std::ostream &out);
+
+}  // namespace tarnwell::cli

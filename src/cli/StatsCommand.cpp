@@ -1,0 +1,167 @@
+#include <charconv>
+#include <cmath>
+#include <iomanip>
+#include <iostream>
+#include <string>
+#include <thread>
+
+#include "cli/MemoryCommands.h"
+#include "memory/DecimalText.h"
+#include "memory/QRMMemoryInfo.h"
+#include "memory/QRMRecordKeys.h"
+
+namespace tarnwell::cli {
+
+namespace {
+
+// User-visible texts of this command, kept together for translation.
+namespace text {
+constexpr const char *kKeyHeading = "KEY";
+constexpr const char *kValueHeading = "VALUE";
+constexpr const char *kSizeHeading = "SIZE";
+std::string unknownOption(std::string_view option) {
+    return "unknown option '" + std::string(option) + "' for 'stats'";
+}
+std::string invalidInterval(std::string_view interval) {
+    return "invalid interval '" + std::string(interval) + "': give whole seconds, at least 1";
+}
+}  // namespace text
+
+constexpr std::chrono::seconds kDefaultInterval{5};
+
+struct StatsOptions {
+    bool json = false;
+    bool watch = false;
+    std::chrono::seconds interval = kDefaultInterval;
+};
+
+std::optional<std::chrono::seconds> parseInterval(std::string_view text) {
+    unsigned seconds = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    if (error != std::errc() || end != text.data() + text.size() || seconds == 0) {
+        return std::nullopt;
+    }
+    return std::chrono::seconds(seconds);
+}
+
+// Empty after a usage error has been reported.
+std::optional<StatsOptions> parseOptions(Arguments args) {
+    StatsOptions options;
+    for (size_t i = 0; i < args.size(); ++i) {
+        const std::string_view arg = args[i];
+        if (arg == "--json") {
+            options.json = true;
+        } else if (arg == "--watch") {
+            options.watch = true;
+            if (i + 1 < args.size() && !std::string_view(args[i + 1]).starts_with("--")) {
+                const auto interval = parseInterval(args[++i]);
+                if (!interval) {
+                    usageError(text::invalidInterval(args[i]));
+                    return std::nullopt;
+                }
+                options.interval = *interval;
+            }
+        } else {
+            usageError(text::unknownOption(arg));
+            return std::nullopt;
+        }
+    }
+    return options;
+}
+
+// Integers as integers; percentages with two decimals (they are floats, and
+// more digits would only show float noise).
+std::string valueText(const QRMNumber &value) {
+    switch (value.type()) {
+        case QRMNumber::Type::UInt32:
+        case QRMNumber::Type::UInt64:
+            return std::to_string(value.toUInt64());
+        case QRMNumber::Type::Int32:
+            return std::to_string(value.toInt64());
+        case QRMNumber::Type::Float:
+            return twoDecimals(value.toDouble());
+    }
+    return {};
+}
+
+// JSON has no infinity or not-a-number: a percentage of a zero total is null.
+std::string jsonValue(const QRMNumber &value) {
+    if (value.type() != QRMNumber::Type::Float) {
+        return valueText(value);
+    }
+    const float number = static_cast<float>(value.toDouble());
+    if (!std::isfinite(number)) {
+        return "null";
+    }
+    char buffer[32];
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, number);
+    return std::string(buffer, result.ptr);
+}
+
+void printJson(const QRMStatisticsRecord &record, std::ostream &out) {
+    out << '{';
+    bool first = true;
+    for (const auto &key : keys::kRecordKeys) {
+        const auto found = record.find(key.name);
+        if (found == record.end()) {
+            continue;
+        }
+        out << (first ? "" : ",") << '"' << key.name << "\":" << jsonValue(found->second);
+        first = false;
+    }
+    out << "}\n";
+}
+
+void printTable(const QRMStatisticsRecord &record, std::ostream &out) {
+    constexpr int kKeyWidth = 40;
+    constexpr int kValueWidth = 16;
+    out << std::left << std::setw(kKeyWidth) << text::kKeyHeading << std::right
+        << std::setw(kValueWidth) << text::kValueHeading << "  " << text::kSizeHeading << '\n';
+    for (const auto &key : keys::kRecordKeys) {
+        const auto found = record.find(key.name);
+        if (found == record.end()) {
+            continue;
+        }
+        out << std::left << std::setw(kKeyWidth) << key.name << std::right << std::setw(kValueWidth)
+            << valueText(found->second);
+        if (key.isByteSize) {
+            out << "  "
+                << QRMMemoryInfo::adaptiveMemorySize(found->second.toUInt64(), true, false, false);
+        }
+        out << '\n';
+    }
+}
+
+}  // namespace
+
+int stats(QRMMemoryInfo &memory, Arguments args, std::ostream &out,
+          const WaitForNextRefresh &waitForNextRefresh) {
+    const auto options = parseOptions(args);
+    if (!options) {
+        return kExitUsage;
+    }
+    for (bool first = true;; first = false) {
+        memory.refresh();
+        const QRMStatisticsRecord record = memory.info();
+        if (options->json) {
+            printJson(record, out);
+        } else {
+            out << (first ? "" : "\n");
+            printTable(record, out);
+        }
+        out.flush();
+        if (!options->watch || !waitForNextRefresh(options->interval)) {
+            return kExitOk;
+        }
+    }
+}
+
+int runStats(Arguments args) {
+    return stats(QRMMemoryInfo::sharedMemoryInfo(), args, std::cout,
+                 [](std::chrono::seconds interval) {
+                     std::this_thread::sleep_for(interval);
+                     return true;
+                 });
+}
+
+}  // namespace tarnwell::cli

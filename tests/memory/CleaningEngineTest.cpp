@@ -1,0 +1,280 @@
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <future>
+#include <limits>
+#include <thread>
+
+#include "FakeMemorySource.h"
+#include "memory/CleaningPlan.h"
+#include "memory/QRMMemoryInfo.h"
+#include "memory/QRMRecordKeys.h"
+
+namespace tarnwell {
+namespace {
+
+constexpr uint64_t MiB = 1 << 20;
+constexpr uint64_t GiB = 1 << 30;
+
+// ---- The decision -------------------------------------------------------
+
+struct PlanCase {
+    const char *name;
+    QRMStatisticsRecord record;
+    std::optional<CleaningRefusal> refusal;
+    std::optional<uint64_t> operationalBytes;
+    uint64_t blockBytes;
+};
+
+QRMStatisticsRecord record(std::optional<uint32_t> freeBytes, std::optional<uint32_t> inactiveBytes,
+                           std::optional<uint64_t> availableBytes = std::nullopt,
+                           uint64_t memTotal = 16 * GiB) {
+    QRMStatisticsRecord r;
+    if (freeBytes) {
+        r[std::string(keys::freeBytes)] = QRMNumber::fromUInt32(*freeBytes);
+    }
+    if (inactiveBytes) {
+        r[std::string(keys::inactiveBytes)] = QRMNumber::fromUInt32(*inactiveBytes);
+    }
+    if (availableBytes) {
+        r[std::string(keys::availableBytes)] = QRMNumber::fromUInt64(*availableBytes);
+    }
+    r[std::string(keys::hardwarePhysicalMemory)] = QRMNumber::fromUInt64(memTotal);
+    return r;
+}
+
+QRMStatisticsRecord wideRecord(uint64_t freeBytes, uint64_t inactiveBytes) {
+    return {{std::string(keys::freeBytes), QRMNumber::fromUInt64(freeBytes)},
+            {std::string(keys::inactiveBytes), QRMNumber::fromUInt64(inactiveBytes)}};
+}
+
+constexpr auto kNoStatistics = CleaningRefusal::NoUsableStatistics;
+constexpr uint64_t kAllOnes = std::numeric_limits<uint64_t>::max();
+
+class CleaningDecisionTable : public testing::TestWithParam<PlanCase> {};
+
+TEST_P(CleaningDecisionTable, Decides) {
+    const PlanCase &c = GetParam();
+    const CleaningDecision decision = planCleaning(c.record);
+    EXPECT_EQ(decision.refusal, c.refusal);
+    EXPECT_EQ(decision.operationalBytes, c.operationalBytes);
+    EXPECT_EQ(decision.blockBytes, c.blockBytes);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Records, CleaningDecisionTable,
+    testing::Values(
+        PlanCase{"EmptyRecord", {}, kNoStatistics, std::nullopt, 0},
+        PlanCase{"FreeMissing", record(std::nullopt, 8 * MiB), kNoStatistics, std::nullopt, 0},
+        PlanCase{"FreeZero", record(0, 8 * MiB), kNoStatistics, std::nullopt, 0},
+        PlanCase{"FreeAllOnes", wideRecord(kAllOnes, 8 * MiB), kNoStatistics, std::nullopt, 0},
+        PlanCase{"InactiveMissingLeavesOperationalBytes", record(16 * MiB, std::nullopt),
+                 kNoStatistics, std::nullopt, 0},
+        PlanCase{"InactiveZero", record(16 * MiB, 0), kNoStatistics, std::nullopt, 0},
+        PlanCase{"SumAllOnesIsStoredButRefused", wideRecord(kAllOnes - 1, 1), kNoStatistics,
+                 kAllOnes, 0},
+        PlanCase{"NoAvailableFigureNoCap", record(16 * MiB, 8 * MiB), std::nullopt, 24 * MiB,
+                 24 * MiB},
+        PlanCase{"BelowTheCap", record(16 * MiB, 8 * MiB, 8 * GiB), std::nullopt, 24 * MiB,
+                 24 * MiB},
+        // 16 GiB installed: the reserve is 5 % of it, 858993459 bytes.
+        PlanCase{"CappedByFivePercentReserve", record(3 * GiB, 2 * GiB, 4 * GiB), std::nullopt,
+                 4 * GiB - 858993459, 4 * GiB - 858993459},
+        // 2 GiB installed: 5 % is below the 256 MiB floor.
+        PlanCase{"CappedBy256MiBFloor", record(1 * GiB, 512 * MiB, 1 * GiB, 2 * GiB), std::nullopt,
+                 768 * MiB, 768 * MiB},
+        PlanCase{"AvailableWithinReserve", record(1 * GiB, 512 * MiB, 200 * MiB, 2 * GiB),
+                 CleaningRefusal::NoRoomAboveReserve, 1536 * MiB, 0},
+        PlanCase{"AvailableEqualToReserve", record(1 * GiB, 512 * MiB, 256 * MiB, 2 * GiB),
+                 CleaningRefusal::NoRoomAboveReserve, 1536 * MiB, 0},
+        // Free memory past 4 GiB arrives wrapped: 5 GiB reads as 1 GiB.
+        PlanCase{"WrappedFreeBytesAsStored", record(uint32_t(5 * GiB), 1 * GiB, 20 * GiB),
+                 std::nullopt, 2 * GiB, 2 * GiB}),
+    [](const auto &info) { return std::string(info.param.name); });
+
+// ---- The act -------------------------------------------------------------
+
+// Holds a cleaning inside makeResident until the test opens the gate, and
+// records what the engine asked for.
+class GatedAllocator : public MemoryBlockAllocator {
+public:
+    void *allocate(size_t bytes) override {
+        allocatedBytes.push_back(bytes);
+        return real.allocate(bytes);
+    }
+    void makeResident(void *block, size_t bytes) override {
+        if (++makeResidentCalls == 1) {
+            entered.set_value();
+        }
+        gate.wait();
+        real.makeResident(block, bytes);
+    }
+    void release(void *block, size_t bytes) override {
+        ++releaseCalls;
+        real.release(block, bytes);
+    }
+
+    ResidentBlockAllocator real;
+    std::vector<size_t> allocatedBytes;
+    std::atomic<int> makeResidentCalls = 0;
+    std::atomic<int> releaseCalls = 0;
+    std::promise<void> entered;
+    std::shared_future<void> gate;
+};
+
+class CleaningEngine : public testing::Test {
+protected:
+    CleaningEngine() {
+        state->vmStatistics = test::smallMachine();
+        state->hardwarePhysicalMemory = 16 * GiB;
+        auto gated = std::make_unique<GatedAllocator>();
+        allocator = gated.get();
+        allocator->gate = openGate.get_future().share();
+        engine = std::make_unique<QRMMemoryInfo>(std::make_unique<test::FakeMemorySource>(state),
+                                                 std::move(gated));
+    }
+
+    std::shared_ptr<test::FakeMemorySource::State> state =
+        std::make_shared<test::FakeMemorySource::State>();
+    std::promise<void> openGate;
+    GatedAllocator *allocator;
+    // Tests end with engine.reset(): it waits for the cleaning thread, which
+    // may still be inside an observer's set_value on the test's promises.
+    std::unique_ptr<QRMMemoryInfo> engine;
+};
+
+TEST_F(CleaningEngine, ReturnsAtOnceAndDropsASecondRequest) {
+    std::promise<void> cleaned;
+    engine->addMemoryCleanedObserver([&] { cleaned.set_value(); });
+
+    const CleaningDecision first = engine->cleanMemoryNow();
+    ASSERT_TRUE(first.started());
+    EXPECT_TRUE(engine->memoryCleaningThreadSemaphore());
+    EXPECT_EQ(engine->operationalBytes(), 24 * MiB);
+
+    allocator->entered.get_future().wait();
+    EXPECT_EQ(engine->cleanMemoryNow().refusal, CleaningRefusal::AlreadyCleaning);
+    // Neither an outside release nor a second pass may take the block from
+    // the thread that is still touching it.
+    engine->freeAllocatedMemoryIfPossible();
+    engine->cleanMemoryBlock();
+    EXPECT_EQ(allocator->releaseCalls, 0);
+    EXPECT_EQ(allocator->makeResidentCalls, 1);
+
+    openGate.set_value();
+    cleaned.get_future().wait();
+    EXPECT_EQ(allocator->allocatedBytes, std::vector<size_t>{24 * MiB});
+    EXPECT_EQ(allocator->releaseCalls, 1);
+    engine.reset();
+}
+
+TEST_F(CleaningEngine, AnnouncesOnTheCleaningThreadOnceIdleAndReleased) {
+    struct Seen {
+        bool busy;
+        uint64_t operationalBytes;
+        int releases;
+        std::thread::id thread;
+    };
+    std::promise<Seen> seen;
+    engine->addMemoryCleanedObserver([&] {
+        seen.set_value({engine->memoryCleaningThreadSemaphore(), engine->operationalBytes(),
+                        allocator->releaseCalls.load(), std::this_thread::get_id()});
+    });
+    openGate.set_value();
+    ASSERT_TRUE(engine->cleanMemoryNow().started());
+    const Seen observed = seen.get_future().get();
+    EXPECT_FALSE(observed.busy);
+    EXPECT_EQ(observed.operationalBytes, 0u);
+    EXPECT_EQ(observed.releases, 1);
+    EXPECT_NE(observed.thread, std::this_thread::get_id());
+    engine.reset();
+}
+
+TEST_F(CleaningEngine, AnObserverMayStartTheNextCleaning) {
+    openGate.set_value();
+    std::promise<CleaningDecision> second;
+    std::promise<void> secondDone;
+    int calls = 0;
+    engine->addMemoryCleanedObserver([&] {
+        if (++calls == 1) {
+            second.set_value(engine->cleanMemoryNow());
+        } else {
+            secondDone.set_value();
+        }
+    });
+    ASSERT_TRUE(engine->cleanMemoryNow().started());
+    EXPECT_TRUE(second.get_future().get().started());
+    secondDone.get_future().wait();
+    EXPECT_EQ(allocator->releaseCalls, 2);
+    engine.reset();
+}
+
+TEST_F(CleaningEngine, RefusedRequestAllocatesNothing) {
+    state->vmStatistics->freeCount = 0;
+    engine->refresh();
+    int notified = 0;
+    engine->addMemoryCleanedObserver([&] { ++notified; });
+    EXPECT_EQ(engine->cleanMemoryNow().refusal, CleaningRefusal::NoUsableStatistics);
+    EXPECT_FALSE(engine->memoryCleaningThreadSemaphore());
+    EXPECT_TRUE(allocator->allocatedBytes.empty());
+    engine.reset();  // waits for any cleaning thread; there must be none to announce
+    EXPECT_EQ(notified, 0);
+}
+
+TEST(CappedCleaningEngine, AllocatesTheBlockCappedBelowAvailableMemory) {
+    // 4 GiB installed keeps a 256 MiB reserve; with 300 MiB available only
+    // 44 MiB of the 64 MiB free + 8 MiB inactive may be taken.
+    auto state = std::make_shared<test::FakeMemorySource::State>();
+    state->hardwarePhysicalMemory = 4 * GiB;
+    state->vmStatistics = test::smallMachine();
+    state->vmStatistics->freeCount = 16384;
+    state->vmStatistics->availableBytes = 300 * MiB;
+    auto gated = std::make_unique<GatedAllocator>();
+    GatedAllocator &allocator = *gated;
+    std::promise<void> openGate;
+    allocator.gate = openGate.get_future().share();
+    openGate.set_value();
+    std::promise<void> cleaned;  // outlives the engine, which waits for its thread
+    QRMMemoryInfo engine(std::make_unique<test::FakeMemorySource>(state), std::move(gated));
+    engine.addMemoryCleanedObserver([&] { cleaned.set_value(); });
+
+    ASSERT_TRUE(engine.cleanMemoryNow().started());
+    cleaned.get_future().wait();
+    EXPECT_EQ(allocator.allocatedBytes, std::vector<size_t>{44 * MiB});
+}
+
+TEST_F(CleaningEngine, RemovedObserverIsNotCalled) {
+    openGate.set_value();
+    int removedCalls = 0;
+    std::promise<void> cleaned;
+    engine->removeMemoryCleanedObserver(engine->addMemoryCleanedObserver([&] { ++removedCalls; }));
+    engine->addMemoryCleanedObserver([&] { cleaned.set_value(); });
+    ASSERT_TRUE(engine->cleanMemoryNow().started());
+    cleaned.get_future().wait();
+    EXPECT_EQ(removedCalls, 0);
+    engine.reset();
+}
+
+TEST(ResidentBlockAllocator, MakesEveryPageResidentAndZero) {
+    const size_t pageSize = size_t(sysconf(_SC_PAGESIZE));
+    const size_t bytes = 256 * pageSize;
+    ResidentBlockAllocator allocator;
+    void *block = allocator.allocate(bytes);
+    ASSERT_NE(block, nullptr);
+    std::vector<unsigned char> residency(bytes / pageSize);
+    ASSERT_EQ(mincore(block, bytes, residency.data()), 0);
+    EXPECT_EQ(std::count_if(residency.begin(), residency.end(), [](auto r) { return r & 1; }), 0);
+
+    allocator.makeResident(block, bytes);
+    ASSERT_EQ(mincore(block, bytes, residency.data()), 0);
+    EXPECT_EQ(std::count_if(residency.begin(), residency.end(), [](auto r) { return r & 1; }),
+              ptrdiff_t(residency.size()));
+    const auto *bytesOfBlock = static_cast<const unsigned char *>(block);
+    EXPECT_TRUE(std::all_of(bytesOfBlock, bytesOfBlock + bytes, [](auto b) { return b == 0; }));
+    allocator.release(block, bytes);
+}
+
+}  // namespace
+}  // namespace tarnwell

@@ -1,0 +1,160 @@
+#include "memory/QRMMemoryInfo.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "FakeMemorySource.h"
+#include "memory/QRMRecordKeys.h"
+
+namespace tarnwell {
+namespace {
+
+using test::FakeMemorySource;
+using Type = QRMNumber::Type;
+
+class StatisticsRecord : public testing::Test {
+protected:
+    StatisticsRecord() {
+        state->physicalMemory = 8ull << 30;
+        state->hardwareMemorySize = 8ull << 30;
+        state->hardwarePhysicalMemory = (8ull << 30) - (64 << 20);
+        state->userMemory = 7ull << 30;
+        state->vmStatistics = test::smallMachine();
+        state->swapUsage = SwapUsage{1 << 30, 3 << 28, 1 << 28, 4096, true};
+    }
+
+    std::unique_ptr<QRMMemoryInfo> makeInfo() {
+        return std::make_unique<QRMMemoryInfo>(std::make_unique<FakeMemorySource>(state));
+    }
+
+    std::shared_ptr<FakeMemorySource::State> state = std::make_shared<FakeMemorySource::State>();
+};
+
+TEST_F(StatisticsRecord, HoldsEveryKeyInItsType) {
+    const auto record = makeInfo()->info();
+    for (const auto &key : keys::kRecordKeys) {
+        EXPECT_TRUE(record.contains(key.name)) << key.name;
+    }
+    EXPECT_EQ(record.size(), keys::kRecordKeys.size());
+
+    const auto typeOf = [&](std::string_view key) { return record.find(key)->second.type(); };
+    EXPECT_EQ(typeOf(keys::pageSize), Type::Int32);
+    for (auto key : {keys::freeCount, keys::freeBytes, keys::activeBytes, keys::inactiveBytes,
+                     keys::wireBytes, keys::purgeableBytes, keys::speculativeBytes,
+                     keys::throttledBytes, keys::externalPageBytes, keys::internalPageBytes,
+                     keys::compressorPageBytes, keys::usedCount, keys::totalCount,
+                     keys::purgableCount, keys::xsuPageSize, keys::xsuEncripted}) {
+        EXPECT_EQ(typeOf(key), Type::UInt32) << key;
+    }
+    for (auto key : {keys::physicalMemory, keys::userMemory, keys::zerroFillBytes, keys::usedBytes,
+                     keys::totalBytes, keys::faults, keys::availableBytes,
+                     keys::totalUncompressedPagesInCompressorBytes, keys::xsuTotal}) {
+        EXPECT_EQ(typeOf(key), Type::UInt64) << key;
+    }
+    for (auto key : {keys::freePercents, keys::usedPercents, keys::totalPercents,
+                     keys::compressorPagePercents}) {
+        EXPECT_EQ(typeOf(key), Type::Float) << key;
+    }
+}
+
+TEST_F(StatisticsRecord, FiguresOfASmallMachine) {
+    state->vmStatistics->compressorPageCount = 256;
+    const auto record = makeInfo()->info();
+    const auto at = [&](std::string_view key) { return record.find(key)->second; };
+    EXPECT_EQ(at(keys::freeBytes), QRMNumber::fromUInt32(16 << 20));
+    EXPECT_EQ(at(keys::inactiveBytes), QRMNumber::fromUInt32(8 << 20));
+    // used = active + inactive + wired + compressor = 1024 + 2048 + 512 + 256
+    EXPECT_EQ(at(keys::usedCount), QRMNumber::fromUInt32(3840));
+    EXPECT_EQ(at(keys::totalCount), QRMNumber::fromUInt32(3840 + 4096));
+    EXPECT_EQ(at(keys::usedBytes), QRMNumber::fromUInt64(3840ull * 4096));
+    EXPECT_EQ(at(keys::freePercents), QRMNumber::fromFloat(4096 * 100.0 / 7936));
+    EXPECT_EQ(at(keys::totalPercents), QRMNumber::fromFloat(100.0f));
+    EXPECT_EQ(at(keys::xsuUsed), QRMNumber::fromUInt64(1 << 28));
+    EXPECT_EQ(at(keys::xsuEncripted), QRMNumber::fromUInt32(1));
+    EXPECT_EQ(at(keys::hardwarePhysicalMemory), QRMNumber::fromUInt64((8ull << 30) - (64 << 20)));
+}
+
+TEST_F(StatisticsRecord, ByteValuesOfPageClassesWrapAt4GiBWhileTotalsStayExact) {
+    // 5 GiB free and 6 GiB inactive in 4 KiB pages.
+    state->vmStatistics->freeCount = 1310720;
+    state->vmStatistics->inactiveCount = 1572864;
+    const auto record = makeInfo()->info();
+    const auto at = [&](std::string_view key) { return record.find(key)->second.toUInt64(); };
+    EXPECT_EQ(at(keys::freeBytes), 1ull << 30);
+    EXPECT_EQ(at(keys::inactiveBytes), 2ull << 30);
+    EXPECT_EQ(at(keys::usedBytes), (1572864ull + 1024 + 512) * 4096);
+    EXPECT_EQ(at(keys::totalBytes), (1310720ull + 1572864 + 1024 + 512) * 4096);
+}
+
+TEST_F(StatisticsRecord, ZeroTotalGivesNotANumberPercentages) {
+    state->vmStatistics = VmStatistics{};
+    state->vmStatistics->pageSize = 4096;
+    const auto record = makeInfo()->info();
+    EXPECT_TRUE(std::isnan(record.find(keys::usedPercents)->second.toDouble()));
+    EXPECT_TRUE(std::isnan(record.find(keys::totalPercents)->second.toDouble()));
+}
+
+TEST_F(StatisticsRecord, FailedMemorySampleKeepsThePreviousFigures) {
+    auto info = makeInfo();
+    const auto before = info->info();
+    state->vmStatistics.reset();
+    state->userMemory = 5ull << 30;
+    state->swapUsage->usedBytes = 1 << 29;
+    info->refresh();
+    const auto after = info->info();
+    EXPECT_EQ(after.find(keys::freeBytes)->second, before.find(keys::freeBytes)->second);
+    EXPECT_EQ(after.find(keys::usedPercents)->second, before.find(keys::usedPercents)->second);
+    EXPECT_EQ(after.find(keys::userMemory)->second, QRMNumber::fromUInt64(5ull << 30));
+    EXPECT_EQ(after.find(keys::xsuUsed)->second, QRMNumber::fromUInt64(1 << 29));
+}
+
+TEST_F(StatisticsRecord, FailedSwapSampleKeepsThePreviousSwapFigures) {
+    auto info = makeInfo();
+    state->swapUsage.reset();
+    state->vmStatistics->freeCount = 1;
+    info->refresh();
+    const auto record = info->info();
+    EXPECT_EQ(record.find(keys::xsuTotal)->second, QRMNumber::fromUInt64(1 << 30));
+    EXPECT_EQ(record.find(keys::freeCount)->second, QRMNumber::fromUInt32(1));
+}
+
+TEST_F(StatisticsRecord, NothingButHardwareZerosWhenNoSampleEverSucceeded) {
+    state->hardwareMemorySize.reset();
+    state->userMemory.reset();
+    state->vmStatistics.reset();
+    state->swapUsage.reset();
+    const auto record = makeInfo()->info();
+    EXPECT_EQ(record.find(keys::hardwareMemorySize)->second, QRMNumber::fromInt32(0));
+    EXPECT_EQ(record.find(keys::userMemory)->second, QRMNumber::fromInt32(0));
+    EXPECT_FALSE(record.contains(keys::freeBytes));
+    EXPECT_FALSE(record.contains(keys::xsuTotal));
+}
+
+TEST_F(StatisticsRecord, FixedKeysAreNeverSampledAgain) {
+    auto info = makeInfo();
+    state->hardwarePhysicalMemory = 1;
+    info->refresh();
+    EXPECT_EQ(info->info().find(keys::hardwarePhysicalMemory)->second,
+              QRMNumber::fromUInt64((8ull << 30) - (64 << 20)));
+}
+
+TEST_F(StatisticsRecord, SnapshotDoesNotChangeOnRefresh) {
+    auto info = makeInfo();
+    const auto snapshot = info->info();
+    state->vmStatistics->freeCount = 7;
+    info->refresh();
+    EXPECT_EQ(snapshot.find(keys::freeCount)->second, QRMNumber::fromUInt32(4096));
+    EXPECT_EQ(info->info().find(keys::freeCount)->second, QRMNumber::fromUInt32(7));
+}
+
+TEST(QRMNumberConversion, FollowsTheStoredType) {
+    EXPECT_EQ(QRMNumber::fromInt32(-1).toUInt64(), UINT64_MAX);
+    EXPECT_EQ(QRMNumber::fromUInt32(UINT32_MAX).toInt64(), int64_t{UINT32_MAX});
+    EXPECT_EQ(QRMNumber::fromFloat(99.9f).toUInt64(), 99u);
+    EXPECT_EQ(QRMNumber::fromFloat(NAN).toUInt64(), 0u);
+    EXPECT_NE(QRMNumber::fromUInt32(5), QRMNumber::fromUInt64(5));
+}
+
+}  // namespace
+}  // namespace tarnwell
