@@ -21,7 +21,7 @@ void ResidentBlockAllocator::makeResident(void *block, size_t bytes) {
     // (Linux 5.14) does exactly that inside the kernel, one call for the
     // whole block, without a page-fault exception per page: measured beside
     // mmap(MAP_POPULATE) it runs at the same speed, where a memset of the
-    // block, or one store per page, took about 15 times as long on a virtual
+    // block, or one store per page, took 15 to 20 times as long on a virtual
     // machine whose page faults are expensive. (A heap block zero-filled
     // with memset is worse still in another way: GCC fuses malloc and memset
     // into calloc, which touches nothing at all.)
