@@ -395,5 +395,53 @@
         <source>language</source>
         <translation>en</translation>
     </message>
+    <message>
+        <source>StatsKeyHeading</source>
+        <translation>KEY</translation>
+    </message>
+    <message>
+        <source>StatsValueHeading</source>
+        <translation>VALUE</translation>
+    </message>
+    <message>
+        <source>StatsSizeHeading</source>
+        <translation>SIZE</translation>
+    </message>
+    <message>
+        <source>CleanFreeBefore</source>
+        <translation>Free memory before:</translation>
+    </message>
+    <message>
+        <source>CleanFreeAfter</source>
+        <translation>Free memory after:</translation>
+    </message>
+    <message>
+        <source>CleanFreed</source>
+        <translation>Freed:</translation>
+    </message>
+    <message>
+        <source>CleanNothingFreed</source>
+        <translation>Nothing to clean: free memory did not grow.</translation>
+    </message>
+    <message>
+        <source>CleanDeclined</source>
+        <translation>Memory was not cleaned:</translation>
+    </message>
+    <message>
+        <source>CleanRefusedAlreadyCleaning</source>
+        <translation>a cleaning is already running.</translation>
+    </message>
+    <message>
+        <source>CleanRefusedNoUsableStatistics</source>
+        <translation>no usable memory statistics (free or inactive memory unknown).</translation>
+    </message>
+    <message>
+        <source>CleanRefusedNoRoomAboveReserve</source>
+        <translation>available memory is already within the reserve kept for the system.</translation>
+    </message>
+    <message>
+        <source>CleanRefusedCouldNotStart</source>
+        <translation>the cleaning block or its thread could not be set up.</translation>
+    </message>
 </context>
 </TS>

@@ -395,5 +395,53 @@
         <source>language</source>
         <translation>ru</translation>
     </message>
+    <message>
+        <source>StatsKeyHeading</source>
+        <translation>КЛЮЧ</translation>
+    </message>
+    <message>
+        <source>StatsValueHeading</source>
+        <translation>ЗНАЧЕНИЕ</translation>
+    </message>
+    <message>
+        <source>StatsSizeHeading</source>
+        <translation>РАЗМЕР</translation>
+    </message>
+    <message>
+        <source>CleanFreeBefore</source>
+        <translation>Свободно до очистки:</translation>
+    </message>
+    <message>
+        <source>CleanFreeAfter</source>
+        <translation>Свободно после очистки:</translation>
+    </message>
+    <message>
+        <source>CleanFreed</source>
+        <translation>Освобождено:</translation>
+    </message>
+    <message>
+        <source>CleanNothingFreed</source>
+        <translation>Нечего очищать: свободной памяти не прибавилось.</translation>
+    </message>
+    <message>
+        <source>CleanDeclined</source>
+        <translation>Память не очищена:</translation>
+    </message>
+    <message>
+        <source>CleanRefusedAlreadyCleaning</source>
+        <translation>очистка уже идёт.</translation>
+    </message>
+    <message>
+        <source>CleanRefusedNoUsableStatistics</source>
+        <translation>нет пригодной статистики памяти (объём свободной или неактивной памяти неизвестен).</translation>
+    </message>
+    <message>
+        <source>CleanRefusedNoRoomAboveReserve</source>
+        <translation>доступная память уже не превышает резерв, оставляемый системе.</translation>
+    </message>
+    <message>
+        <source>CleanRefusedCouldNotStart</source>
+        <translation>не удалось подготовить блок очистки или его поток.</translation>
+    </message>
 </context>
 </TS>

@@ -395,5 +395,53 @@
         <source>language</source>
         <translation>uk</translation>
     </message>
+    <message>
+        <source>StatsKeyHeading</source>
+        <translation>КЛЮЧ</translation>
+    </message>
+    <message>
+        <source>StatsValueHeading</source>
+        <translation>ЗНАЧЕННЯ</translation>
+    </message>
+    <message>
+        <source>StatsSizeHeading</source>
+        <translation>РОЗМІР</translation>
+    </message>
+    <message>
+        <source>CleanFreeBefore</source>
+        <translation>Вільно до очищення:</translation>
+    </message>
+    <message>
+        <source>CleanFreeAfter</source>
+        <translation>Вільно після очищення:</translation>
+    </message>
+    <message>
+        <source>CleanFreed</source>
+        <translation>Звільнено:</translation>
+    </message>
+    <message>
+        <source>CleanNothingFreed</source>
+        <translation>Нічого очищати: вільної пам’яті не побільшало.</translation>
+    </message>
+    <message>
+        <source>CleanDeclined</source>
+        <translation>Пам’ять не очищено:</translation>
+    </message>
+    <message>
+        <source>CleanRefusedAlreadyCleaning</source>
+        <translation>очищення вже триває.</translation>
+    </message>
+    <message>
+        <source>CleanRefusedNoUsableStatistics</source>
+        <translation>немає придатної статистики пам’яті (обсяг вільної чи неактивної пам’яті невідомий).</translation>
+    </message>
+    <message>
+        <source>CleanRefusedNoRoomAboveReserve</source>
+        <translation>доступна пам’ять уже не перевищує резерв, що залишається системі.</translation>
+    </message>
+    <message>
+        <source>CleanRefusedCouldNotStart</source>
+        <translation>не вдалося підготувати блок очищення або його потік.</translation>
+    </message>
 </context>
 </TS>

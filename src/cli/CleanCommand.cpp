@@ -1,9 +1,11 @@
+#include <QString>
 #include <algorithm>
 #include <future>
 #include <iostream>
 #include <memory>
 #include <string>
 
+#include "cli/ConsoleText.h"
 #include "cli/MemoryCommands.h"
 #include "memory/QRMMemoryInfo.h"
 #include "memory/QRMRecordKeys.h"
@@ -14,23 +16,35 @@ namespace {
 
 // User-visible texts of this command, kept together for translation.
 namespace text {
-constexpr std::string_view kFreeBefore = "Free memory before:";
-constexpr std::string_view kFreeAfter = "Free memory after:";
-constexpr std::string_view kFreed = "Freed:";
-constexpr const char *kNothingFreed = "Nothing to clean: free memory did not grow.";
-constexpr const char *kDeclined = "Memory was not cleaned: ";
-const char *refusalReason(CleaningRefusal refusal) {
+std::string freeBefore() {
+    return consoleText("CleanFreeBefore");
+}
+std::string freeAfter() {
+    return consoleText("CleanFreeAfter");
+}
+std::string freed() {
+    return consoleText("CleanFreed");
+}
+std::string nothingFreed() {
+    return consoleText("CleanNothingFreed");
+}
+std::string declined(CleaningRefusal refusal) {
+    const char *reason = "";
     switch (refusal) {
         case CleaningRefusal::AlreadyCleaning:
-            return "a cleaning is already running.";
+            reason = "CleanRefusedAlreadyCleaning";
+            break;
         case CleaningRefusal::NoUsableStatistics:
-            return "no usable memory statistics (free or inactive memory unknown).";
+            reason = "CleanRefusedNoUsableStatistics";
+            break;
         case CleaningRefusal::NoRoomAboveReserve:
-            return "available memory is already within the reserve kept for the system.";
+            reason = "CleanRefusedNoRoomAboveReserve";
+            break;
         case CleaningRefusal::CouldNotStart:
-            return "the cleaning block or its thread could not be set up.";
+            reason = "CleanRefusedCouldNotStart";
+            break;
     }
-    return "";
+    return consoleText("CleanDeclined") + ' ' + consoleText(reason);
 }
 std::string unknownOption(std::string_view option) {
     return "unknown option '" + std::string(option) + "' for 'clean'";
@@ -96,7 +110,7 @@ int clean(QRMMemoryInfo &memory, Arguments args, std::ostream &out) {
         if (json) {
             out << R"({"cleaned":false,"reason":")" << refusalKey(*decision.refusal) << "\"}\n";
         } else {
-            out << text::kDeclined << text::refusalReason(*decision.refusal) << '\n';
+            out << text::declined(*decision.refusal) << '\n';
         }
         return kExitFailure;
     }
@@ -110,17 +124,21 @@ int clean(QRMMemoryInfo &memory, Arguments args, std::ostream &out) {
         return kExitOk;
     }
     // Labels padded to the longest so the sizes line up in any language.
-    const size_t width = std::max(
-        {text::kFreeBefore.size(), text::kFreeAfter.size(), freed == 0 ? 0 : text::kFreed.size()});
-    const auto line = [&](std::string_view label, uint64_t bytes) {
-        out << label << std::string(width - label.size() + 1, ' ') << size(bytes) << '\n';
+    const std::string freeBeforeLabel = text::freeBefore();
+    const std::string freeAfterLabel = text::freeAfter();
+    const std::string freedLabel = freed == 0 ? std::string() : text::freed();
+    const int width = int(std::max({QString::fromStdString(freeBeforeLabel).size(),
+                                    QString::fromStdString(freeAfterLabel).size(),
+                                    QString::fromStdString(freedLabel).size()}));
+    const auto line = [&](const std::string &label, uint64_t bytes) {
+        out << leftJustified(label, width + 1) << size(bytes) << '\n';
     };
-    line(text::kFreeBefore, before);
-    line(text::kFreeAfter, after);
+    line(freeBeforeLabel, before);
+    line(freeAfterLabel, after);
     if (freed == 0) {
-        out << text::kNothingFreed << '\n';
+        out << text::nothingFreed() << '\n';
     } else {
-        line(text::kFreed, freed);
+        line(freedLabel, freed);
     }
     return kExitOk;
 }

@@ -5,6 +5,7 @@
 #include <string>
 #include <thread>
 
+#include "cli/ConsoleText.h"
 #include "cli/MemoryCommands.h"
 #include "memory/DecimalText.h"
 #include "memory/QRMMemoryInfo.h"
@@ -16,9 +17,15 @@ namespace {
 
 // User-visible texts of this command, kept together for translation.
 namespace text {
-constexpr const char *kKeyHeading = "KEY";
-constexpr const char *kValueHeading = "VALUE";
-constexpr const char *kSizeHeading = "SIZE";
+std::string keyHeading() {
+    return consoleText("StatsKeyHeading");
+}
+std::string valueHeading() {
+    return consoleText("StatsValueHeading");
+}
+std::string sizeHeading() {
+    return consoleText("StatsSizeHeading");
+}
 std::string unknownOption(std::string_view option) {
     return "unknown option '" + std::string(option) + "' for 'stats'";
 }
@@ -115,8 +122,8 @@ void printJson(const QRMStatisticsRecord &record, std::ostream &out) {
 void printTable(const QRMStatisticsRecord &record, std::ostream &out) {
     constexpr int kKeyWidth = 40;
     constexpr int kValueWidth = 16;
-    out << std::left << std::setw(kKeyWidth) << text::kKeyHeading << std::right
-        << std::setw(kValueWidth) << text::kValueHeading << "  " << text::kSizeHeading << '\n';
+    out << leftJustified(text::keyHeading(), kKeyWidth)
+        << rightJustified(text::valueHeading(), kValueWidth) << "  " << text::sizeHeading() << '\n';
     for (const auto &key : keys::kRecordKeys) {
         const auto found = record.find(key.name);
         if (found == record.end()) {

@@ -37,9 +37,9 @@ enum class Setting {
     CollectUsageEvents,
 };
 
-// How a value is kept. The settings file is text, so the distinction the
-// original store made between number objects and plain integers collapses into
-// Integer; what matters is that every reader parses with the same type.
+// How a value is kept. The settings file is text, so "refreshRate" (a number
+// object elsewhere) and the plain integers are all Integer here; what matters
+// is that every reader parses a key with the same type.
 enum class SettingType {
     Boolean,
     Integer,          // signed 64-bit

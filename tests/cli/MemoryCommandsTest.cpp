@@ -4,14 +4,33 @@
 #include <string>
 #include <vector>
 
+#include <QStringList>
+#include <QTemporaryDir>
+
 #include "cli/MemoryCommands.h"
 #include "memory/FakeMemorySource.h"
 #include "memory/QRMMemoryInfo.h"
+#include "preferences/QRMPreferencesManager.h"
 
 namespace tarnwell::cli {
 namespace {
 
 constexpr uint64_t MiB = 1 << 20;
+
+// The commands speak the language chosen in the settings: give them a settings
+// file of their own, in English unless a test says otherwise.
+class EnglishSettings : public testing::Environment {
+public:
+    void SetUp() override {
+        qputenv("XDG_CONFIG_HOME", config_.path().toUtf8());
+        QRMPreferencesManager::sharedPreferencesManager().setAppleLanguages(QStringList{"en"});
+    }
+
+private:
+    QTemporaryDir config_;
+};
+const testing::Environment *const kEnglishSettings =
+    testing::AddGlobalTestEnvironment(new EnglishSettings);
 
 // Arguments as the dispatcher hands them over: argv without the program and
 // the subcommand.
@@ -163,6 +182,18 @@ TEST_F(MemoryCommands, CleanReportsBeforeAfterAndFreed) {
               "Free memory before: 16.00 MB\n"
               "Free memory after:  28.00 MB\n"
               "Freed:              12.00 MB\n");
+}
+
+TEST_F(MemoryCommands, CleanSpeaksTheChosenLanguageAndStillLinesUp) {
+    memory->addMemoryCleanedObserver([this] { state->vmStatistics->freeCount += 3072; });
+    QRMPreferencesManager::sharedPreferencesManager().setAppleLanguages(QStringList{"ukr"});
+    const int status = runClean({});
+    QRMPreferencesManager::sharedPreferencesManager().setAppleLanguages(QStringList{"en"});
+    ASSERT_EQ(status, kExitOk);
+    EXPECT_EQ(out.str(),
+              "Вільно до очищення:    16.00 MB\n"
+              "Вільно після очищення: 28.00 MB\n"
+              "Звільнено:             12.00 MB\n");
 }
 
 TEST_F(MemoryCommands, CleanJsonGivesTheFiguresInBytes) {

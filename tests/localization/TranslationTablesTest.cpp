@@ -118,6 +118,19 @@ const char *const kKeys[] = {
     "startDiscoverThePreferences",
     // the web site's path segment
     "language",
+    // console output of tarnwell stats and tarnwell clean
+    "StatsKeyHeading",
+    "StatsValueHeading",
+    "StatsSizeHeading",
+    "CleanFreeBefore",
+    "CleanFreeAfter",
+    "CleanFreed",
+    "CleanNothingFreed",
+    "CleanDeclined",
+    "CleanRefusedAlreadyCleaning",
+    "CleanRefusedNoUsableStatistics",
+    "CleanRefusedNoRoomAboveReserve",
+    "CleanRefusedCouldNotStart",
 };
 
 const char *const kLanguages[] = {"en", "ru", "uk"};

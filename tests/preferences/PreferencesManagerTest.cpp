@@ -29,7 +29,7 @@ void PrintTo(const FreshDefault &row, std::ostream *os) {
 class FreshStoreTest : public PreferencesTest,
                        public ::testing::WithParamInterface<FreshDefault> {};
 
-TEST_P(FreshStoreTest, ReturnsTheDefaultAndWritesBackOnlyWhereDesigned) {
+TEST_P(FreshStoreTest, ReturnsTheDefaultAndStoresItOnlyForWriteBackRows) {
     const FreshDefault &row = GetParam();
     EXPECT_EQ(row.read(store()), row.expected);
     const auto file = reread();
