@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages Tarnwell needs to build, run and test.
-# Does nothing when they are all present already.
+# Does nothing when they are all present already. With --panels, also the real
+# panels that scripts/smoke-status-item.sh shows the status item in.
 set -euo pipefail
 
 packages=(
@@ -15,9 +16,11 @@ packages=(
     binutils
     # a desktop for the tests: display, window manager, session bus, notifications
     xvfb xauth x11-utils openbox dbus dbus-x11 dunst xdotool
-    # real panels for scripts/smoke-status-item.sh
-    xfce4-panel xfce4-indicator-plugin ayatana-indicator-application libglib2.0-bin imagemagick
 )
+if [ "${1:-}" = "--panels" ]; then
+    packages+=(xfce4-panel xfce4-indicator-plugin ayatana-indicator-application libglib2.0-bin
+        imagemagick)
+fi
 
 missing=()
 for package in "${packages[@]}"; do

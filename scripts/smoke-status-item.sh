@@ -18,6 +18,7 @@ panel_config="$PWD/tests/data/panels/$host"
 [ -d "$panel_config" ] || { echo "unknown host '$host'" >&2; exit 2; }
 [ -x "$tarnwell" ] || { echo "no executable at $tarnwell (build first)" >&2; exit 2; }
 mkdir -p "$output"
+scripts/install-deps.sh --panels
 
 # A throw-away home, so nothing reaches the user's own settings or session.
 home=$(mktemp -d)
