@@ -22,27 +22,28 @@ void printLine(const QString &text) {
     std::fputc('\n', stdout);
 }
 
-QString keyOf(const SettingSpec &spec) {
-    return QString::fromLatin1(spec.key.data(), qsizetype(spec.key.size()));
+QString keyOf(const SettingDefinition &definition) {
+    return QString::fromLatin1(definition.key.data(), qsizetype(definition.key.size()));
 }
 
-QString valueText(QRMPreferencesManager &preferences, const SettingSpec &spec) {
-    const QVariant value = preferences.value(spec.id);
+QString valueText(QRMPreferencesManager &preferences, const SettingDefinition &definition) {
+    const QVariant value = preferences.value(definition.id);
     if (!value.isValid()) {
         return QStringLiteral("(none)");
     }
-    return settingValueToText(spec.type, value);
+    return settingValueToText(definition.type, value);
 }
 
 int listSettings(QRMPreferencesManager &preferences) {
-    for (const SettingSpec &spec : kSettingsTable) {
+    for (const SettingDefinition &definition : kSettingsTable) {
         // Reading applies the default rule, so the listing leaves the file as
         // the program itself would after reading every setting.
-        QString text = valueText(preferences, spec);
-        if (!preferences.hasStoredValue(spec.id) && preferences.value(spec.id).isValid()) {
+        QString text = valueText(preferences, definition);
+        if (!preferences.hasStoredValue(definition.id) &&
+            preferences.value(definition.id).isValid()) {
             text += QStringLiteral(" (default, not stored)");
         }
-        printLine(QStringLiteral("%1 %2").arg(keyOf(spec), -38).arg(text));
+        printLine(QStringLiteral("%1 %2").arg(keyOf(definition), -38).arg(text));
     }
     return kExitOk;
 }
@@ -63,18 +64,19 @@ int resetSettings(QRMPreferencesManager &preferences) {
     return preferences.writeFailed() ? kExitFailure : kExitOk;
 }
 
-int setSetting(QRMPreferencesManager &preferences, const SettingSpec &spec, const QString &text) {
-    const std::optional<QVariant> value = settingValueFromText(spec.type, text);
+int setSetting(QRMPreferencesManager &preferences, const SettingDefinition &definition,
+               const QString &text) {
+    const std::optional<QVariant> value = settingValueFromText(definition.type, text);
     if (!value) {
         return usageError(QStringLiteral("'%1' is not a valid value for %2: expected %3")
-                              .arg(text, keyOf(spec), describeSettingType(spec.type))
+                              .arg(text, keyOf(definition), describeSettingType(definition.type))
                               .toStdString());
     }
-    preferences.setValue(spec.id, *value);
+    preferences.setValue(definition.id, *value);
     if (preferences.writeFailed()) {
         return kExitFailure;
     }
-    printLine(QStringLiteral("%1 = %2").arg(keyOf(spec), valueText(preferences, spec)));
+    printLine(QStringLiteral("%1 = %2").arg(keyOf(definition), valueText(preferences, definition)));
     return kExitOk;
 }
 
@@ -97,15 +99,15 @@ int runSettings(Arguments args, QRMPreferencesManager &preferences) {
     if (args.size() > 2) {
         return usageError("settings: too many arguments; give a key and at most one value");
     }
-    const SettingSpec *spec = findSetting(args[0]);
-    if (!spec) {
+    const SettingDefinition *definition = findSetting(args[0]);
+    if (!definition) {
         return usageError("settings: no setting is called '" + std::string(args[0]) +
                           "'; 'tarnwell settings' lists them");
     }
     if (args.size() == 2) {
-        return setSetting(preferences, *spec, QString::fromLocal8Bit(args[1]));
+        return setSetting(preferences, *definition, QString::fromLocal8Bit(args[1]));
     }
-    printLine(valueText(preferences, *spec));
+    printLine(valueText(preferences, *definition));
     return kExitOk;
 }
 

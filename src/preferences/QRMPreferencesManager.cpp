@@ -17,8 +17,8 @@ namespace {
 // 1 % of the installed memory in MB: bytes / (100 × 2^20), rounded down.
 constexpr uint64_t kBytesPerFreeThresholdMB = 104'857'600;
 
-QString keyOf(const SettingSpec &spec) {
-    return QString::fromLatin1(spec.key.data(), qsizetype(spec.key.size()));
+QString keyOf(const SettingDefinition &definition) {
+    return QString::fromLatin1(definition.key.data(), qsizetype(definition.key.size()));
 }
 
 std::optional<uint64_t> physicalMemoryFromStatistics() {
@@ -54,16 +54,16 @@ void QRMPreferencesManager::setUpdater(Updater *updater) {
 }
 
 QVariant QRMPreferencesManager::defaultValue(Setting setting) const {
-    const SettingSpec &spec = settingSpec(setting);
-    switch (spec.defaultValue) {
+    const SettingDefinition &definition = settingDefinition(setting);
+    switch (definition.defaultValue) {
         case DefaultValue::Fixed:
-            if (spec.type == SettingType::Boolean) {
-                return spec.fixedDefault != 0;
+            if (definition.type == SettingType::Boolean) {
+                return definition.fixedDefault != 0;
             }
-            if (spec.type == SettingType::UnsignedInteger) {
-                return quint64(spec.fixedDefault);
+            if (definition.type == SettingType::UnsignedInteger) {
+                return quint64(definition.fixedDefault);
             }
-            return qint64(spec.fixedDefault);
+            return qint64(definition.fixedDefault);
         case DefaultValue::Nothing:
             return {};
         case DefaultValue::FreeThreshold:
@@ -73,7 +73,7 @@ QVariant QRMPreferencesManager::defaultValue(Setting setting) const {
             // Five times the rounded-down free threshold, not 5 % rounded down:
             // 8 GiB gives 405, not 409, and stored thresholds depend on it.
             const uint64_t mb =
-                spec.defaultValue == DefaultValue::FreeThreshold ? freeMB : freeMB * 5;
+                definition.defaultValue == DefaultValue::FreeThreshold ? freeMB : freeMB * 5;
             return qint64(mb);
         }
         case DefaultValue::StableFeed:
@@ -82,45 +82,46 @@ QVariant QRMPreferencesManager::defaultValue(Setting setting) const {
     return {};
 }
 
-std::optional<QVariant> QRMPreferencesManager::storedValueLocked(const SettingSpec &spec) {
-    const QString key = keyOf(spec);
+std::optional<QVariant> QRMPreferencesManager::storedValueLocked(
+    const SettingDefinition &definition) {
+    const QString key = keyOf(definition);
     // Picks up what another process (tarnwell settings, an editor) wrote since;
     // costs one stat() when the file is unchanged.
     settings_->sync();
     if (!settings_->contains(key)) {
         return std::nullopt;
     }
-    return typedSettingValue(spec.type, settings_->value(key));
+    return typedSettingValue(definition.type, settings_->value(key));
 }
 
 QVariant QRMPreferencesManager::value(Setting setting) {
-    const SettingSpec &spec = settingSpec(setting);
+    const SettingDefinition &definition = settingDefinition(setting);
     std::lock_guard lock(mutex_);
-    if (std::optional<QVariant> stored = storedValueLocked(spec)) {
+    if (std::optional<QVariant> stored = storedValueLocked(definition)) {
         return *stored;
     }
     QVariant fallback = defaultValue(setting);
-    if (spec.rule == DefaultRule::WriteBack) {
-        writeLocked(keyOf(spec), storableSettingValue(spec.type, fallback));
+    if (definition.rule == DefaultRule::WriteBack) {
+        writeLocked(keyOf(definition), storableSettingValue(definition.type, fallback));
     }
     return fallback;
 }
 
 bool QRMPreferencesManager::hasStoredValue(Setting setting) {
     std::lock_guard lock(mutex_);
-    return storedValueLocked(settingSpec(setting)).has_value();
+    return storedValueLocked(settingDefinition(setting)).has_value();
 }
 
 bool QRMPreferencesManager::setValue(Setting setting, const QVariant &value) {
-    const SettingSpec &spec = settingSpec(setting);
-    const std::optional<QVariant> typed = typedSettingValue(spec.type, value);
+    const SettingDefinition &definition = settingDefinition(setting);
+    const std::optional<QVariant> typed = typedSettingValue(definition.type, value);
     if (!typed) {
         return false;
     }
     Updater *updater = nullptr;
     {
         std::lock_guard lock(mutex_);
-        writeLocked(keyOf(spec), storableSettingValue(spec.type, *typed));
+        writeLocked(keyOf(definition), storableSettingValue(definition.type, *typed));
         updater = updater_;
     }
     if (setting == Setting::FeedURL && updater) {
@@ -163,7 +164,7 @@ void QRMPreferencesManager::setAppleLanguages(const std::optional<QStringList> &
     if (languages) {
         setValue(Setting::AppleLanguages, *languages);
     } else {
-        removeObjectForKey(keyOf(settingSpec(Setting::AppleLanguages)));
+        removeObjectForKey(keyOf(settingDefinition(Setting::AppleLanguages)));
     }
 }
 

@@ -161,7 +161,7 @@ public:
     bool writeFailed();
 
 private:
-    std::optional<QVariant> storedValueLocked(const SettingSpec &spec);
+    std::optional<QVariant> storedValueLocked(const SettingDefinition &definition);
     void writeLocked(const QString &key, const QVariant &value);
     void removeLocked(const QString &key);
     void syncLocked();

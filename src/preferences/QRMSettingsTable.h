@@ -56,14 +56,14 @@ enum class DefaultRule {
 };
 
 enum class DefaultValue {
-    Fixed,              // SettingSpec::fixedDefault (0/1 for booleans)
+    Fixed,              // SettingDefinition::fixedDefault (0/1 for booleans)
     Nothing,            // no value: an empty string, URL or list
     FreeThreshold,      // 1 % of the installed memory, in MB
     InactiveThreshold,  // 5 times the free threshold
     StableFeed,         // the stable update feed of QRMConstants
 };
 
-struct SettingSpec {
+struct SettingDefinition {
     Setting id;
     std::string_view key;  // exactly as stored
     SettingType type;
@@ -74,32 +74,32 @@ struct SettingSpec {
 
 // clang-format off
 inline constexpr std::array kSettingsTable{
-    SettingSpec{Setting::FeedURL, "FeedURL", SettingType::URL, DefaultRule::WriteBack, DefaultValue::StableFeed, 0},
-    SettingSpec{Setting::BundleBuild, "bundleBuild", SettingType::String, DefaultRule::NotWritten, DefaultValue::Nothing, 0},
-    SettingSpec{Setting::IsWelcomeShown, "isWelcomeShown", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
-    SettingSpec{Setting::ShowDockIcon, "showDockIcon", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
-    SettingSpec{Setting::RefreshRate, "refreshRate", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::Fixed, 5},
-    SettingSpec{Setting::ShowNotificationsAfterCleaning, "udShowNotificationsAfterCleaning", SettingType::Boolean, DefaultRule::WriteBack, DefaultValue::Fixed, 1},
-    SettingSpec{Setting::AutoCleanEveryTime, "autoCleanEveryTime", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::Fixed, 10},
-    SettingSpec{Setting::AutoCleanByFreeSize, "autoCleanByFreeSize", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::FreeThreshold, 0},
-    SettingSpec{Setting::AutoCleanByInactiveSize, "autoCleanByInactiveSize", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::InactiveThreshold, 0},
-    SettingSpec{Setting::AutoCleanEveryTimeChecked, "autoCleanEveryTimeChecked", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
-    SettingSpec{Setting::AutoCleanByFreeSizeChecked, "autoCleanByFreeSizeChecked", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
-    SettingSpec{Setting::AutoCleanByInactiveSizeChecked, "autoCleanByInactiveSizeChecked", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
-    SettingSpec{Setting::ShowRunningApplicationsAndUtilities, "showRunningApplicationsAndUtilities", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
-    SettingSpec{Setting::ShowApplicationsFromApplicationsFolder, "showApplicationsFromApplicationsFolder", SettingType::Boolean, DefaultRule::WriteBack, DefaultValue::Fixed, 1},
-    SettingSpec{Setting::ShowUtilitiesFromApplicationsFolder, "showUtilitiesFromApplicationsFolder", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
-    SettingSpec{Setting::StatusBarIconType, "statusBarIcon", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::Fixed, 3},
-    SettingSpec{Setting::StatusBarTextType, "statusBarText", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::Fixed, 2},
-    SettingSpec{Setting::StatusBarTextWithInfo, "statusBarTextWithInfo", SettingType::Boolean, DefaultRule::WriteBack, DefaultValue::Fixed, 0},
-    SettingSpec{Setting::LastTimeCleaned, "lastTimeCleaned", SettingType::UnsignedInteger, DefaultRule::WriteBack, DefaultValue::Fixed, 0},
-    SettingSpec{Setting::MaxCleaned, "maxCleaned", SettingType::UnsignedInteger, DefaultRule::WriteBack, DefaultValue::Fixed, 0},
-    SettingSpec{Setting::TotallyCleaned, "totallyCleaned", SettingType::UnsignedInteger, DefaultRule::WriteBack, DefaultValue::Fixed, 0},
-    SettingSpec{Setting::TotallyCleanedDigit, "totallyCleanedDigit", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::Fixed, 0},
-    SettingSpec{Setting::ApplicationsAndUtilitiesToMonitoring, "applicationsAndUtilitiesToMonitoring", SettingType::RecordList, DefaultRule::NotWritten, DefaultValue::Nothing, 0},
-    SettingSpec{Setting::SelectedLanguage, "selectedLanguage", SettingType::Integer, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
-    SettingSpec{Setting::AppleLanguages, "AppleLanguages", SettingType::StringList, DefaultRule::NotWritten, DefaultValue::Nothing, 0},
-    SettingSpec{Setting::CollectUsageEvents, "collectUsageEvents", SettingType::Boolean, DefaultRule::WriteBack, DefaultValue::Fixed, 1},
+    SettingDefinition{Setting::FeedURL, "FeedURL", SettingType::URL, DefaultRule::WriteBack, DefaultValue::StableFeed, 0},
+    SettingDefinition{Setting::BundleBuild, "bundleBuild", SettingType::String, DefaultRule::NotWritten, DefaultValue::Nothing, 0},
+    SettingDefinition{Setting::IsWelcomeShown, "isWelcomeShown", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::ShowDockIcon, "showDockIcon", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::RefreshRate, "refreshRate", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::Fixed, 5},
+    SettingDefinition{Setting::ShowNotificationsAfterCleaning, "udShowNotificationsAfterCleaning", SettingType::Boolean, DefaultRule::WriteBack, DefaultValue::Fixed, 1},
+    SettingDefinition{Setting::AutoCleanEveryTime, "autoCleanEveryTime", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::Fixed, 10},
+    SettingDefinition{Setting::AutoCleanByFreeSize, "autoCleanByFreeSize", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::FreeThreshold, 0},
+    SettingDefinition{Setting::AutoCleanByInactiveSize, "autoCleanByInactiveSize", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::InactiveThreshold, 0},
+    SettingDefinition{Setting::AutoCleanEveryTimeChecked, "autoCleanEveryTimeChecked", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::AutoCleanByFreeSizeChecked, "autoCleanByFreeSizeChecked", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::AutoCleanByInactiveSizeChecked, "autoCleanByInactiveSizeChecked", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::ShowRunningApplicationsAndUtilities, "showRunningApplicationsAndUtilities", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::ShowApplicationsFromApplicationsFolder, "showApplicationsFromApplicationsFolder", SettingType::Boolean, DefaultRule::WriteBack, DefaultValue::Fixed, 1},
+    SettingDefinition{Setting::ShowUtilitiesFromApplicationsFolder, "showUtilitiesFromApplicationsFolder", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::StatusBarIconType, "statusBarIcon", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::Fixed, 3},
+    SettingDefinition{Setting::StatusBarTextType, "statusBarText", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::Fixed, 2},
+    SettingDefinition{Setting::StatusBarTextWithInfo, "statusBarTextWithInfo", SettingType::Boolean, DefaultRule::WriteBack, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::LastTimeCleaned, "lastTimeCleaned", SettingType::UnsignedInteger, DefaultRule::WriteBack, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::MaxCleaned, "maxCleaned", SettingType::UnsignedInteger, DefaultRule::WriteBack, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::TotallyCleaned, "totallyCleaned", SettingType::UnsignedInteger, DefaultRule::WriteBack, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::TotallyCleanedDigit, "totallyCleanedDigit", SettingType::Integer, DefaultRule::WriteBack, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::ApplicationsAndUtilitiesToMonitoring, "applicationsAndUtilitiesToMonitoring", SettingType::RecordList, DefaultRule::NotWritten, DefaultValue::Nothing, 0},
+    SettingDefinition{Setting::SelectedLanguage, "selectedLanguage", SettingType::Integer, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::AppleLanguages, "AppleLanguages", SettingType::StringList, DefaultRule::NotWritten, DefaultValue::Nothing, 0},
+    SettingDefinition{Setting::CollectUsageEvents, "collectUsageEvents", SettingType::Boolean, DefaultRule::WriteBack, DefaultValue::Fixed, 1},
 };
 // clang-format on
 
@@ -113,15 +113,15 @@ consteval bool tableFollowsEnumOrder() {
 }
 static_assert(tableFollowsEnumOrder(), "kSettingsTable rows must follow the order of Setting");
 
-constexpr const SettingSpec &settingSpec(Setting setting) {
+constexpr const SettingDefinition &settingDefinition(Setting setting) {
     return kSettingsTable[size_t(setting)];
 }
 
 // The row stored under key, or nullptr.
-constexpr const SettingSpec *findSetting(std::string_view key) {
-    for (const SettingSpec &spec : kSettingsTable) {
-        if (spec.key == key) {
-            return &spec;
+constexpr const SettingDefinition *findSetting(std::string_view key) {
+    for (const SettingDefinition &definition : kSettingsTable) {
+        if (definition.key == key) {
+            return &definition;
         }
     }
     return nullptr;

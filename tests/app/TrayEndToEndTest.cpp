@@ -68,10 +68,10 @@ public slots:
         return 1;
     }
     QStringList GetCapabilities() { return {"body", "sound"}; }
-    QString GetServerInformation(QString &vendor, QString &version, QString &spec) {
+    QString GetServerInformation(QString &vendor, QString &version, QString &protocolVersion) {
         vendor = "test";
         version = "1";
-        spec = "1.2";
+        protocolVersion = "1.2";
         return "tarnwell-test";
     }
 
