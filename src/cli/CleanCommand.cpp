@@ -14,21 +14,8 @@ namespace tarnwell::cli {
 
 namespace {
 
-// User-visible texts of this command, kept together for translation.
-namespace text {
-std::string freeBefore() {
-    return consoleText("CleanFreeBefore");
-}
-std::string freeAfter() {
-    return consoleText("CleanFreeAfter");
-}
-std::string freed() {
-    return consoleText("CleanFreed");
-}
-std::string nothingFreed() {
-    return consoleText("CleanNothingFreed");
-}
-std::string declined(CleaningRefusal refusal) {
+// Why the engine declined, in the interface language.
+std::string declinedText(CleaningRefusal refusal) {
     const char *reason = "";
     switch (refusal) {
         case CleaningRefusal::AlreadyCleaning:
@@ -46,10 +33,6 @@ std::string declined(CleaningRefusal refusal) {
     }
     return consoleText("CleanDeclined") + ' ' + consoleText(reason);
 }
-std::string unknownOption(std::string_view option) {
-    return "unknown option '" + std::string(option) + "' for 'clean'";
-}
-}  // namespace text
 
 // Stable identifiers of the refusals for --json.
 const char *refusalKey(CleaningRefusal refusal) {
@@ -88,7 +71,7 @@ int clean(QRMMemoryInfo &memory, Arguments args, std::ostream &out) {
     bool json = false;
     for (const std::string_view arg : args) {
         if (arg != "--json") {
-            return usageError(text::unknownOption(arg));
+            return unknownOptionError("clean", arg);
         }
         json = true;
     }
@@ -110,7 +93,7 @@ int clean(QRMMemoryInfo &memory, Arguments args, std::ostream &out) {
         if (json) {
             out << R"({"cleaned":false,"reason":")" << refusalKey(*decision.refusal) << "\"}\n";
         } else {
-            out << text::declined(*decision.refusal) << '\n';
+            out << declinedText(*decision.refusal) << '\n';
         }
         return kExitFailure;
     }
@@ -124,9 +107,9 @@ int clean(QRMMemoryInfo &memory, Arguments args, std::ostream &out) {
         return kExitOk;
     }
     // Labels padded to the longest so the sizes line up in any language.
-    const std::string freeBeforeLabel = text::freeBefore();
-    const std::string freeAfterLabel = text::freeAfter();
-    const std::string freedLabel = freed == 0 ? std::string() : text::freed();
+    const std::string freeBeforeLabel = consoleText("CleanFreeBefore");
+    const std::string freeAfterLabel = consoleText("CleanFreeAfter");
+    const std::string freedLabel = freed == 0 ? std::string() : consoleText("CleanFreed");
     const int width = int(std::max({QString::fromStdString(freeBeforeLabel).size(),
                                     QString::fromStdString(freeAfterLabel).size(),
                                     QString::fromStdString(freedLabel).size()}));
@@ -136,7 +119,7 @@ int clean(QRMMemoryInfo &memory, Arguments args, std::ostream &out) {
     line(freeBeforeLabel, before);
     line(freeAfterLabel, after);
     if (freed == 0) {
-        out << text::nothingFreed() << '\n';
+        out << consoleText("CleanNothingFreed") << '\n';
     } else {
         line(freedLabel, freed);
     }

@@ -13,6 +13,11 @@ int usageError(std::string_view message) {
     return kExitUsage;
 }
 
+int unknownOptionError(std::string_view subcommand, std::string_view option) {
+    return usageError("unknown option '" + std::string(option) + "' for '" +
+                      std::string(subcommand) + "'");
+}
+
 static void printHelp(std::span<const Subcommand> subcommands) {
     std::printf("Usage: tarnwell [--console] [COMMAND [OPTIONS]]\n\n");
     std::printf("%s watches the machine's memory and frees it on demand or automatically.\n",

@@ -21,6 +21,8 @@ struct Subcommand {
 
 // Prints "tarnwell: <message>" and a hint to stderr; returns kExitUsage.
 int usageError(std::string_view message);
+// The usage error of an option the subcommand does not know.
+int unknownOptionError(std::string_view subcommand, std::string_view option);
 
 // Looks up and runs argv[1] among the subcommands; handles --help and --version.
 int dispatch(int argc, char **argv, std::span<const Subcommand> subcommands,

@@ -15,24 +15,9 @@ namespace tarnwell::cli {
 
 namespace {
 
-// User-visible texts of this command, kept together for translation.
-namespace text {
-std::string keyHeading() {
-    return consoleText("StatsKeyHeading");
-}
-std::string valueHeading() {
-    return consoleText("StatsValueHeading");
-}
-std::string sizeHeading() {
-    return consoleText("StatsSizeHeading");
-}
-std::string unknownOption(std::string_view option) {
-    return "unknown option '" + std::string(option) + "' for 'stats'";
-}
 std::string invalidInterval(std::string_view interval) {
     return "invalid interval '" + std::string(interval) + "': give whole seconds, at least 1";
 }
-}  // namespace text
 
 constexpr std::chrono::seconds kDefaultInterval{5};
 
@@ -63,13 +48,13 @@ std::optional<StatsOptions> parseOptions(Arguments args) {
             if (i + 1 < args.size() && !std::string_view(args[i + 1]).starts_with("--")) {
                 const auto interval = parseInterval(args[++i]);
                 if (!interval) {
-                    usageError(text::invalidInterval(args[i]));
+                    usageError(invalidInterval(args[i]));
                     return std::nullopt;
                 }
                 options.interval = *interval;
             }
         } else {
-            usageError(text::unknownOption(arg));
+            unknownOptionError("stats", arg);
             return std::nullopt;
         }
     }
@@ -122,8 +107,9 @@ void printJson(const QRMStatisticsRecord &record, std::ostream &out) {
 void printTable(const QRMStatisticsRecord &record, std::ostream &out) {
     constexpr int kKeyWidth = 40;
     constexpr int kValueWidth = 16;
-    out << leftJustified(text::keyHeading(), kKeyWidth)
-        << rightJustified(text::valueHeading(), kValueWidth) << "  " << text::sizeHeading() << '\n';
+    out << leftJustified(consoleText("StatsKeyHeading"), kKeyWidth)
+        << rightJustified(consoleText("StatsValueHeading"), kValueWidth) << "  "
+        << consoleText("StatsSizeHeading") << '\n';
     for (const auto &key : keys::kRecordKeys) {
         const auto found = record.find(key.name);
         if (found == record.end()) {

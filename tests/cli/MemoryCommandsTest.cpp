@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -14,6 +15,8 @@
 
 namespace tarnwell::cli {
 namespace {
+
+using testing::HasSubstr;
 
 constexpr uint64_t MiB = 1 << 20;
 
@@ -33,20 +36,10 @@ const testing::Environment *const kEnglishSettings =
     testing::AddGlobalTestEnvironment(new EnglishSettings);
 
 // Arguments as the dispatcher hands them over: argv without the program and
-// the subcommand.
-class Argv {
-public:
-    Argv(std::initializer_list<const char *> args) : strings_(args.begin(), args.end()) {
-        for (std::string &s : strings_) {
-            pointers_.push_back(s.data());
-        }
-    }
-    Arguments args() const { return Arguments(pointers_.data(), pointers_.size()); }
-
-private:
-    std::vector<std::string> strings_;
-    std::vector<char *> pointers_;
-};
+// the subcommand. The commands never write to them.
+Arguments argumentsOf(const std::vector<const char *> &args) {
+    return Arguments(const_cast<char *const *>(args.data()), args.size());
+}
 
 class MemoryCommands : public testing::Test {
 protected:
@@ -58,26 +51,11 @@ protected:
         memory = std::make_unique<QRMMemoryInfo>(std::make_unique<test::FakeMemorySource>(state));
     }
 
-    int runStats(std::initializer_list<const char *> args, int refreshes = 1) {
-        const Argv argv(args);
-        return stats(*memory, argv.args(), out, [&](std::chrono::seconds interval) {
+    int runStats(const std::vector<const char *> &args, int refreshes = 1) {
+        return stats(*memory, argumentsOf(args), out, [&](std::chrono::seconds interval) {
             waits.push_back(interval);
             return int(waits.size()) < refreshes;
         });
-    }
-
-    int runClean(std::initializer_list<const char *> args) {
-        const Argv argv(args);
-        return clean(*memory, argv.args(), out);
-    }
-
-    std::vector<std::string> lines() const {
-        std::vector<std::string> result;
-        std::istringstream stream(out.str());
-        for (std::string line; std::getline(stream, line);) {
-            result.push_back(line);
-        }
-        return result;
     }
 
     std::shared_ptr<test::FakeMemorySource::State> state =
@@ -89,28 +67,24 @@ protected:
 
 TEST_F(MemoryCommands, StatsTableShowsSizesForByteKeysOnly) {
     ASSERT_EQ(runStats({}), kExitOk);
-    const std::string table = out.str();
-    EXPECT_NE(table.find("\nfreeBytes                                       16777216  16.00 MB\n"),
-              std::string::npos)
-        << table;
-    EXPECT_NE(table.find("\npageSize                                            4096\n"),
-              std::string::npos)
-        << table;
-    EXPECT_NE(table.find("\ntotalPercents                                     100.00\n"),
-              std::string::npos)
-        << table;
+    EXPECT_THAT(
+        out.str(),
+        HasSubstr("\nfreeBytes                                       16777216  16.00 MB\n"));
+    EXPECT_THAT(out.str(),
+                HasSubstr("\npageSize                                            4096\n"));
+    EXPECT_THAT(out.str(),
+                HasSubstr("\ntotalPercents                                     100.00\n"));
     EXPECT_TRUE(waits.empty());
 }
 
 TEST_F(MemoryCommands, StatsJsonIsOneObjectWithEveryKeyOfTheRecord) {
     ASSERT_EQ(runStats({"--json"}), kExitOk);
-    const auto output = lines();
-    ASSERT_EQ(output.size(), 1u);
-    const std::string &json = output[0];
+    const std::string json = out.str();
+    EXPECT_EQ(json.find('\n'), json.size() - 1);
     EXPECT_TRUE(json.starts_with("{\"physicalMemory\":4294967296,"));
-    EXPECT_TRUE(json.ends_with("\"xsuEncripted\":0}"));
-    EXPECT_NE(json.find("\"freeBytes\":16777216,"), std::string::npos);
-    EXPECT_NE(json.find("\"totalPercents\":100,"), std::string::npos);
+    EXPECT_TRUE(json.ends_with("\"xsuEncripted\":0}\n"));
+    EXPECT_THAT(json, HasSubstr("\"freeBytes\":16777216,"));
+    EXPECT_THAT(json, HasSubstr("\"totalPercents\":100,"));
     EXPECT_EQ(std::count(json.begin(), json.end(), ':'), std::ptrdiff_t(memory->info().size()));
 }
 
@@ -118,27 +92,27 @@ TEST_F(MemoryCommands, StatsJsonWritesNullForNotANumber) {
     state->vmStatistics = VmStatistics{};
     state->vmStatistics->pageSize = 4096;
     ASSERT_EQ(runStats({"--json"}), kExitOk);
-    EXPECT_NE(out.str().find("\"usedPercents\":null,"), std::string::npos) << out.str();
+    EXPECT_THAT(out.str(), HasSubstr("\"usedPercents\":null,"));
 }
 
 TEST_F(MemoryCommands, WatchRefreshesEveryInterval) {
     ASSERT_EQ(runStats({"--json", "--watch", "2"}, 3), kExitOk);
-    EXPECT_EQ(lines().size(), 3u);
+    const std::string json = out.str();
+    EXPECT_EQ(std::count(json.begin(), json.end(), '\n'), 3);
     EXPECT_EQ(waits, std::vector<std::chrono::seconds>(3, std::chrono::seconds(2)));
 }
 
 TEST_F(MemoryCommands, WatchShowsNewFiguresAndDefaultsToFiveSeconds) {
     int calls = 0;
-    const Argv argv({"--watch", "--json"});
-    stats(*memory, argv.args(), out, [&](std::chrono::seconds interval) {
+    stats(*memory, argumentsOf({"--watch", "--json"}), out, [&](std::chrono::seconds interval) {
         EXPECT_EQ(interval, std::chrono::seconds(5));
         state->vmStatistics->freeCount = 1;
         return ++calls < 2;
     });
-    const auto output = lines();
-    ASSERT_EQ(output.size(), 2u);
-    EXPECT_NE(output[0].find("\"freeCount\":4096,"), std::string::npos);
-    EXPECT_NE(output[1].find("\"freeCount\":1,"), std::string::npos);
+    // The first object shows the old figure, the second the new one.
+    const std::string json = out.str();
+    EXPECT_LT(json.find("\"freeCount\":4096,"), json.find('\n'));
+    EXPECT_NE(json.find("\"freeCount\":1,", json.find('\n')), std::string::npos);
 }
 
 struct BadArguments {
@@ -151,14 +125,8 @@ class MemoryCommandUsage : public MemoryCommands,
                            public testing::WithParamInterface<BadArguments> {};
 
 TEST_P(MemoryCommandUsage, IsAUsageError) {
-    std::vector<std::string> strings(GetParam().args.begin(), GetParam().args.end());
-    std::vector<char *> pointers;
-    for (auto &s : strings) {
-        pointers.push_back(s.data());
-    }
-    const Arguments args(pointers.data(), pointers.size());
-    const int status = GetParam().clean ? clean(*memory, args, out)
-                                        : stats(*memory, args, out, [](auto) { return false; });
+    const auto &args = GetParam().args;
+    const int status = GetParam().clean ? clean(*memory, argumentsOf(args), out) : runStats(args);
     EXPECT_EQ(status, kExitUsage);
     EXPECT_EQ(out.str(), "");
 }
@@ -174,59 +142,67 @@ INSTANTIATE_TEST_SUITE_P(Arguments, MemoryCommandUsage,
                                          BadArguments{"CleanStrayArgument", {"now"}, true}),
                          [](const auto &info) { return std::string(info.param.name); });
 
-TEST_F(MemoryCommands, CleanReportsBeforeAfterAndFreed) {
-    // Free memory grows by 12 MiB while the block is released.
-    memory->addMemoryCleanedObserver([this] { state->vmStatistics->freeCount += 3072; });
-    ASSERT_EQ(runClean({}), kExitOk);
-    EXPECT_EQ(out.str(),
+struct CleanCase {
+    const char *name;
+    void (*machine)(VmStatistics &);  // how the machine differs from the small one, if at all
+    int freePagesGained;              // while the block is released
+    const char *language;
+    std::vector<const char *> args;
+    int status;
+    const char *output;
+};
+
+class CleanOutput : public MemoryCommands, public testing::WithParamInterface<CleanCase> {};
+
+TEST_P(CleanOutput, ReportsTheOutcome) {
+    const CleanCase &c = GetParam();
+    if (c.machine) {
+        c.machine(*state->vmStatistics);
+    }
+    memory->addMemoryCleanedObserver(
+        [this, gained = c.freePagesGained] { state->vmStatistics->freeCount += gained; });
+    auto &preferences = QRMPreferencesManager::sharedPreferencesManager();
+    preferences.setAppleLanguages(QStringList{c.language});
+    const int status = clean(*memory, argumentsOf(c.args), out);
+    preferences.setAppleLanguages(QStringList{"en"});
+    EXPECT_EQ(status, c.status);
+    EXPECT_EQ(out.str(), c.output);
+}
+
+void noStatistics(VmStatistics &s) {
+    s.inactiveCount = 0;
+}
+void withinTheReserve(VmStatistics &s) {
+    s.availableBytes = 100 * MiB;
+}
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Outcomes, CleanOutput, testing::Values(
+    CleanCase{"BeforeAfterAndFreed", nullptr, 3072, "en", {}, kExitOk,
               "Free memory before: 16.00 MB\n"
               "Free memory after:  28.00 MB\n"
-              "Freed:              12.00 MB\n");
-}
-
-TEST_F(MemoryCommands, CleanSpeaksTheChosenLanguageAndStillLinesUp) {
-    memory->addMemoryCleanedObserver([this] { state->vmStatistics->freeCount += 3072; });
-    QRMPreferencesManager::sharedPreferencesManager().setAppleLanguages(QStringList{"ukr"});
-    const int status = runClean({});
-    QRMPreferencesManager::sharedPreferencesManager().setAppleLanguages(QStringList{"en"});
-    ASSERT_EQ(status, kExitOk);
-    EXPECT_EQ(out.str(),
+              "Freed:              12.00 MB\n"},
+    // Labels of other lengths still line up.
+    CleanCase{"InTheChosenLanguage", nullptr, 3072, "ukr", {}, kExitOk,
               "Вільно до очищення:    16.00 MB\n"
               "Вільно після очищення: 28.00 MB\n"
-              "Звільнено:             12.00 MB\n");
-}
-
-TEST_F(MemoryCommands, CleanJsonGivesTheFiguresInBytes) {
-    memory->addMemoryCleanedObserver([this] { state->vmStatistics->freeCount += 3072; });
-    ASSERT_EQ(runClean({"--json"}), kExitOk);
-    EXPECT_EQ(out.str(),
+              "Звільнено:             12.00 MB\n"},
+    CleanCase{"JsonInBytes", nullptr, 3072, "en", {"--json"}, kExitOk,
               "{\"cleaned\":true,\"blockBytes\":25165824,\"freeBytesBefore\":16777216,"
-              "\"freeBytesAfter\":29360128,\"freedBytes\":12582912}\n");
-}
-
-TEST_F(MemoryCommands, CleanThatFreesNothingSaysSo) {
-    state->vmStatistics->freeCount = 4096;
-    memory->addMemoryCleanedObserver([this] { state->vmStatistics->freeCount = 4000; });
-    ASSERT_EQ(runClean({}), kExitOk);
-    EXPECT_NE(out.str().find("Nothing to clean"), std::string::npos) << out.str();
-}
-
-TEST_F(MemoryCommands, CleanSaysWhyTheEngineDeclined) {
-    state->vmStatistics->inactiveCount = 0;
-    EXPECT_EQ(runClean({}), kExitFailure);
-    EXPECT_EQ(out.str(),
+              "\"freeBytesAfter\":29360128,\"freedBytes\":12582912}\n"},
+    CleanCase{"NothingFreed", nullptr, -1024, "en", {}, kExitOk,
+              "Free memory before: 16.00 MB\n"
+              "Free memory after:  12.00 MB\n"
+              "Nothing to clean: free memory did not grow.\n"},
+    CleanCase{"DeclinedWithoutStatistics", noStatistics, 0, "en", {}, kExitFailure,
               "Memory was not cleaned: no usable memory statistics (free or inactive memory "
-              "unknown).\n");
-    out.str("");
-    EXPECT_EQ(runClean({"--json"}), kExitFailure);
-    EXPECT_EQ(out.str(), "{\"cleaned\":false,\"reason\":\"no-usable-statistics\"}\n");
-}
-
-TEST_F(MemoryCommands, CleanDeclinedWithinTheReserve) {
-    state->vmStatistics->availableBytes = 100 * MiB;
-    ASSERT_EQ(runClean({"--json"}), kExitFailure);
-    EXPECT_EQ(out.str(), "{\"cleaned\":false,\"reason\":\"no-room-above-reserve\"}\n");
-}
+              "unknown).\n"},
+    CleanCase{"DeclinedWithoutStatisticsJson", noStatistics, 0, "en", {"--json"}, kExitFailure,
+              "{\"cleaned\":false,\"reason\":\"no-usable-statistics\"}\n"},
+    CleanCase{"DeclinedWithinTheReserve", withinTheReserve, 0, "en", {"--json"}, kExitFailure,
+              "{\"cleaned\":false,\"reason\":\"no-room-above-reserve\"}\n"}),
+    [](const auto &info) { return std::string(info.param.name); });
+// clang-format on
 
 }  // namespace
 }  // namespace tarnwell::cli

@@ -37,12 +37,10 @@ INSTANTIATE_TEST_SUITE_P(
         AdaptiveCase{"AbbreviationWins", 2ull << 30, true, true, false, "2.00 GB"},
         AdaptiveCase{"NumberAlone", 2ull << 30, false, false, false, "2.00"},
         AdaptiveCase{"PaddedTwoSpacesPerMissingDigit", 5, false, false, true, "    5.00"},
-        AdaptiveCase{"PaddedWithUnit", 5 << 20, true, false, true, "    5.00 MB"},
         AdaptiveCase{"FiveDigitsGetTwoSpaces", 52 << 20, true, false, true, "  52.00 MB"},
         AdaptiveCase{"SixDigitsNotPadded", 512 << 20, true, false, true, "512.00 MB"},
         AdaptiveCase{"ExactHalfRoundsToEven", 512128, true, false, false, "500.12 KB"},
-        AdaptiveCase{"Largest64BitSize", UINT64_MAX, true, true, true, "  16.00 EB"},
-        AdaptiveCase{"Terabytes", 3ull << 40, false, true, false, "3.00 terabyte"}),
+        AdaptiveCase{"Largest64BitSize", UINT64_MAX, true, true, true, "  16.00 EB"}),
     [](const auto &info) { return std::string(info.param.name); });
 
 struct FormatSizeCase {
@@ -60,7 +58,6 @@ TEST_P(FormatSize, Formats) {
 INSTANTIATE_TEST_SUITE_P(
     Sizes, FormatSize,
     testing::Values(FormatSizeCase{"ZeroIsNothing", 0, std::nullopt},
-                    FormatSizeCase{"OneByte", 1, "1.00 B"},
                     FormatSizeCase{"LargestInBytes", 1023, "1023.00 B"},
                     FormatSizeCase{"OneKilobyte", 1024, "1.00 KB"},
                     FormatSizeCase{"NoDecimalThreshold", 1000 << 10, "1000.00 KB"},
