@@ -19,41 +19,27 @@ constexpr const char *kArithmeticCodes[] = {
     "EXC_I386_DIV",    "EXC_I386_INTO",  "EXC_I386_NOEXT", "EXC_I386_EXTOVR",
     "EXC_I386_EXTERR", "EXC_I386_EMERR", "EXC_I386_BOUND", "EXC_I386_SSEEXTERR"};
 
-// The processor's trap numbers; the gaps are traps with no name of their own.
-constexpr const char *kTrapNames[34] = {"EXC_I386_DIVERR",
-                                        "EXC_I386_SGLSTP",
-                                        "EXC_I386_NMIFLT",
-                                        "EXC_I386_BPTFLT",
-                                        "EXC_I386_INTOFLT",
-                                        "EXC_I386_BOUNDFLT",
-                                        "EXC_I386_INVOPFLT",
-                                        "EXC_I386_NOEXTFLT",
-                                        nullptr,
-                                        "EXC_I386_EXTOVRFLT",
-                                        "EXC_I386_INVTSSFLT",
-                                        "EXC_I386_SEGNPFLT",
-                                        "EXC_I386_STKFLT",
-                                        "EXC_I386_GPFLT",
-                                        "EXC_I386_PGFLT",
-                                        nullptr,
-                                        "EXC_I386_EXTERRFLT",
-                                        "EXC_I386_ALIGNFLT",
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        "EXC_I386_ENOEXTFLT",
-                                        "EXC_I386_ENDPERR"};
+// The processor's trap numbers that have a name; the others have none of their own.
+struct TrapName {
+    int64_t number;
+    const char *name;
+};
+constexpr TrapName kTrapNames[] = {
+    {0, "EXC_I386_DIVERR"},     {1, "EXC_I386_SGLSTP"},     {2, "EXC_I386_NMIFLT"},
+    {3, "EXC_I386_BPTFLT"},     {4, "EXC_I386_INTOFLT"},    {5, "EXC_I386_BOUNDFLT"},
+    {6, "EXC_I386_INVOPFLT"},   {7, "EXC_I386_NOEXTFLT"},   {9, "EXC_I386_EXTOVRFLT"},
+    {10, "EXC_I386_INVTSSFLT"}, {11, "EXC_I386_SEGNPFLT"},  {12, "EXC_I386_STKFLT"},
+    {13, "EXC_I386_GPFLT"},     {14, "EXC_I386_PGFLT"},     {16, "EXC_I386_EXTERRFLT"},
+    {17, "EXC_I386_ALIGNFLT"},  {32, "EXC_I386_ENOEXTFLT"}, {33, "EXC_I386_ENDPERR"}};
+
+const char *trapName(int64_t number) {
+    for (const TrapName &trap : kTrapNames) {
+        if (trap.number == number) {
+            return trap.name;
+        }
+    }
+    return nullptr;
+}
 
 constexpr uint32_t kCapturedFaults =
     kMaskBadAccess | kMaskBadInstruction | kMaskArithmetic | kMaskBreakpoint;
@@ -89,7 +75,7 @@ const char *exceptionCodeName(int type, int64_t firstCode) {
         case kArithmetic:
             return firstCode >= 1 && firstCode <= 8 ? kArithmeticCodes[firstCode - 1] : nullptr;
         case kBreakpoint:
-            return firstCode >= 0 && firstCode < 34 ? kTrapNames[firstCode] : nullptr;
+            return trapName(firstCode);
         default:
             return nullptr;
     }

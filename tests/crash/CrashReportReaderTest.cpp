@@ -9,7 +9,7 @@
 namespace tarnwell::crash {
 namespace {
 
-using testing::TemporaryDirectory;
+using namespace testing;
 
 TEST(CrashReportReaderTest, TiesFramesToImagesAndListsDamagedLines) {
     TemporaryDirectory report;

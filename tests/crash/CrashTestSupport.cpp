@@ -13,6 +13,7 @@
 #include <fstream>
 
 #include "crash/CrashContext.h"
+#include "crash/CrashLog.h"
 #include "crash/CrashReporter.h"
 
 namespace tarnwell::crash::testing {
@@ -60,26 +61,33 @@ std::vector<std::string> readLines(const std::string &path) {
     return lines;
 }
 
-void startCapture(const std::string &reports) {
-    CrashReportingOptions options;
-    options.reportsDirectory = reports;
-    options.metadata.bundleIdentifier = "app.tarnwell.Tests";
-    options.checkForeignHandlers = false;
-    options.watchImages = false;
-    if (!startCrashReporting(options)) {
-        _exit(99);
-    }
+ChildEnd runCapturedInChild(const std::string &reports, const std::function<void()> &body,
+                            const std::function<void()> &beforeCapture) {
+    return runInChild([&] {
+        if (beforeCapture) {
+            beforeCapture();
+        }
+        CrashReportingOptions options;
+        options.reportsDirectory = reports;
+        options.metadata.bundleIdentifier = "app.tarnwell.Tests";
+        options.checkForeignHandlers = false;
+        options.watchImages = false;
+        if (!startCrashReporting(options)) {
+            _exit(99);
+        }
+        body();
+    });
 }
 
-std::string onlyActiveDirectory(const std::string &reports) {
-    std::string found;
+std::vector<RecordValue> activeRecords(const std::string &reports, const char *file) {
     std::error_code error;
     for (const auto &entry : std::filesystem::directory_iterator(reports, error)) {
         if (entry.path().filename().string().starts_with("active-")) {
-            found = entry.path().string();
+            return parsedRecords((entry.path() / file).string());
         }
     }
-    return found;
+    ADD_FAILURE() << "no active report under " << reports;
+    return {};
 }
 
 std::vector<RecordValue> parsedRecords(const std::string &path) {
@@ -92,6 +100,25 @@ std::vector<RecordValue> parsedRecords(const std::string &path) {
         }
     }
     return records;
+}
+
+std::string crashLogOutput(const std::function<void()> &body) {
+    int fds[2];
+    if (pipe(fds) != 0) {
+        ADD_FAILURE() << "no pipe for the crash log";
+        return {};
+    }
+    setCrashLogDescriptor(fds[1]);
+    body();
+    setCrashLogDescriptor(-1);
+    close(fds[1]);
+    std::string text;
+    char chunk[256];
+    for (ssize_t length; (length = read(fds[0], chunk, sizeof chunk)) > 0;) {
+        text.append(chunk, size_t(length));
+    }
+    close(fds[0]);
+    return text;
 }
 
 TemporaryDirectory::TemporaryDirectory() {

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <functional>
-
 #include <string>
 #include <vector>
+
 #include "crash/RecordParser.h"
 
 namespace tarnwell::crash::testing {
@@ -21,19 +21,24 @@ struct ChildEnd {
 // A body that returns exits with status 0; an exception leaving it is uncaught.
 ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds = 30);
 
-// The lines of a text file; empty when it cannot be read.
-std::vector<std::string> readLines(const std::string &path);
+// runInChild, with crash reporting started in the child before `body` and its reports under
+// `reports` (no image watcher, no foreign-handler check; exit status 99 if it cannot
+// start). `beforeCapture` installs what must already be in place when reporting starts.
+ChildEnd runCapturedInChild(const std::string &reports, const std::function<void()> &body,
+                            const std::function<void()> &beforeCapture = {});
 
-// Starts crash reporting for a child process with its reports under `reports`
-// (no image watcher, no foreign-handler check); exits with status 99 on failure.
-void startCapture(const std::string &reports);
-
-// The one active report directory under `reports` (the child's, whose pid the body of a
-// test does not know).
-std::string onlyActiveDirectory(const std::string &reports);
+// The records of `file` in the one active report under `reports`: the child's, whose pid
+// the test does not know.
+std::vector<RecordValue> activeRecords(const std::string &reports, const char *file);
 
 // Every line of a record file, parsed; a line that does not parse fails the test.
 std::vector<RecordValue> parsedRecords(const std::string &path);
+
+// The lines of a text file; empty when it cannot be read.
+std::vector<std::string> readLines(const std::string &path);
+
+// What `body` writes to the crash log.
+std::string crashLogOutput(const std::function<void()> &body);
 
 // A fresh directory under the system's temporary folder, removed on destruction.
 class TemporaryDirectory {

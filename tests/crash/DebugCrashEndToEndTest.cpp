@@ -17,9 +17,7 @@
 namespace tarnwell::crash {
 namespace {
 
-using testing::ChildEnd;
-using testing::runInChild;
-using testing::TemporaryDirectory;
+using namespace testing;
 
 class DebugCrashTest : public ::testing::Test {
 protected:

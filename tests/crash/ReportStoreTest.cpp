@@ -12,7 +12,7 @@ namespace tarnwell::crash {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::TemporaryDirectory;
+using namespace testing;
 
 class ReportStoreTest : public ::testing::Test {
 protected:

@@ -17,36 +17,29 @@ struct FolderCase {
     const char *expected;
 };
 
+void assign(const char *name, const char *value) {
+    if (value == nullptr) {
+        unsetenv(name);
+    } else {
+        setenv(name, value, 1);
+    }
+}
+
+std::optional<std::string> valueOf(const char *name) {
+    const char *value = std::getenv(name);
+    return value == nullptr ? std::nullopt : std::optional<std::string>(value);
+}
+
 class TelemetryDirectoryTest : public ::testing::TestWithParam<FolderCase> {
 protected:
-    void SetUp() override {
-        save("XDG_DATA_HOME", savedDataHome_);
-        save("HOME", savedHome_);
-    }
     void TearDown() override {
-        restore("XDG_DATA_HOME", savedDataHome_);
-        restore("HOME", savedHome_);
-    }
-
-    static void assign(const char *name, const char *value) {
-        if (value == nullptr) {
-            unsetenv(name);
-        } else {
-            setenv(name, value, 1);
-        }
+        assign("XDG_DATA_HOME", savedDataHome_ ? savedDataHome_->c_str() : nullptr);
+        assign("HOME", savedHome_ ? savedHome_->c_str() : nullptr);
     }
 
 private:
-    static void save(const char *name, std::optional<std::string> &slot) {
-        if (const char *value = std::getenv(name)) {
-            slot = value;
-        }
-    }
-    static void restore(const char *name, const std::optional<std::string> &slot) {
-        assign(name, slot ? slot->c_str() : nullptr);
-    }
-    std::optional<std::string> savedDataHome_;
-    std::optional<std::string> savedHome_;
+    const std::optional<std::string> savedDataHome_ = valueOf("XDG_DATA_HOME");
+    const std::optional<std::string> savedHome_ = valueOf("HOME");
 };
 
 TEST_P(TelemetryDirectoryTest, BuildsFolder) {
