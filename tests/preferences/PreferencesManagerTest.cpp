@@ -93,12 +93,6 @@ INSTANTIATE_TEST_SUITE_P(Machines, ThresholdDefaultTest,
                                            qint64(UINT64_MAX / 104'857'600 * 5)}),
                          [](const auto &info) { return std::string(info.param.name); });
 
-TEST_F(PreferencesTest, FirstRunLastsUntilABuildIsStored) {
-    EXPECT_TRUE(store().isFirstRun());
-    store().setBundleBuild("120");
-    EXPECT_FALSE(restartedStore()->isFirstRun());
-}
-
 // Every value type survives the trip through the file's text, including the
 // shapes QSettings writes lists in (one element alone, an empty list as a marker).
 struct RoundTrip {
@@ -202,12 +196,6 @@ TEST_F(PreferencesTest, UnwritableFileIsReportedOnceAndValuesLiveOnInMemory) {
     EXPECT_EQ(warnings, 1);
     EXPECT_EQ(store().refreshRate(), 2);
     EXPECT_TRUE(store().showDockIcon());
-}
-
-TEST_F(PreferencesTest, SettingNoLanguagesRemovesTheOverride) {
-    store().setAppleLanguages(QStringList{"ru"});
-    store().setAppleLanguages(std::nullopt);
-    EXPECT_FALSE(restartedStore()->appleLanguages().has_value());
 }
 
 TEST_F(PreferencesTest, GenericKeysHoldDataUntilRemoved) {

@@ -81,16 +81,12 @@ TEST_F(SettingsCommandTest, ValueSetIsWhatTheNextRunReads) {
     EXPECT_EQ(run({"AppleLanguages"}).out, "ukr,en\n");
 }
 
-TEST_F(SettingsCommandTest, ResetSaysWhatItRemovesThenRemovesIt) {
+TEST_F(SettingsCommandTest, ResetNamesAndRemovesWhatIsStored) {
     run({"refreshRate", "9"});
     const Outcome result = run({"--reset"});
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_TRUE(result.out.startsWith("Removing 1 stored setting(s) from "))
-        << result.out.toStdString();
-    EXPECT_TRUE(result.out.endsWith("\n  refreshRate\n"));
+    EXPECT_TRUE(result.out.endsWith(":\n  refreshRate\n")) << result.out.toStdString();
     EXPECT_EQ(run({"refreshRate"}).out, "5\n");
-    EXPECT_TRUE(run({"--reset"}).out.startsWith("Removing"))
-        << "the read above wrote the default back";
 }
 
 TEST_F(SettingsCommandTest, UnwritableFileFailsWithOneMessage) {
