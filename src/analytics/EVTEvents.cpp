@@ -1,6 +1,7 @@
 #include "EVTEvents.h"
 
 #include <atomic>
+#include <initializer_list>
 #include <memory>
 #include <mutex>
 #include <shared_mutex>
@@ -17,22 +18,37 @@ std::shared_mutex controllerMutex;
 std::unique_ptr<EVTEventsController> runningController;
 std::atomic<bool> collectionEnabled{true};
 
-void addIfPresent(EVTAttributeDictionary &attributes, const char *key, const QString &value) {
-    if (!value.isNull()) {
-        attributes.add(QLatin1String(key), value);
+// One predefined attribute as a logging call hands it over; a null text or an
+// invalid value is one the caller left out.
+struct PredefinedField {
+    PredefinedField(const char *key, const QString &text)
+        : key(key), value(text.isNull() ? QVariant() : QVariant(text)) {}
+    PredefinedField(const char *key, const QVariant &value) : key(key), value(value) {}
+    static PredefinedField price(const char *key, const QVariant &value) {
+        PredefinedField field(key, value);
+        field.isPrice = true;
+        return field;
     }
-}
 
-void addIfPresent(EVTAttributeDictionary &attributes, const char *key, const QVariant &value) {
-    if (value.isValid()) {
-        attributes.add(QLatin1String(key), value);
-    }
-}
+    const char *key;
+    QVariant value;
+    bool isPrice = false;
+};
 
-void addPriceIfPresent(EVTAttributeDictionary &attributes, const char *key, const QVariant &price) {
-    if (price.isValid()) {
-        attributes.addPrice(QLatin1String(key), price.toDouble());
+EVTEvent predefined(const char *predefinedType, std::initializer_list<PredefinedField> fields,
+                    const EVTAttributes &customAttributes) {
+    EVTAttributeDictionary attributes;
+    for (const PredefinedField &field : fields) {
+        if (!field.value.isValid()) {
+            continue;
+        }
+        if (field.isPrice) {
+            attributes.addPrice(QLatin1String(field.key), field.value.toDouble());
+        } else {
+            attributes.add(QLatin1String(field.key), field.value);
+        }
     }
+    return EVTEvent::predefined(QLatin1String(predefinedType), attributes, customAttributes);
 }
 
 }  // namespace
@@ -92,123 +108,101 @@ void EVTEvents::logCustomEventWithName(const QString &eventName,
     enqueue(EVTEvent::custom(eventName, customAttributes));
 }
 
-void EVTEvents::enqueuePredefined(const char *predefinedType,
-                                  const EVTAttributeDictionary &predefinedAttributes,
-                                  const EVTAttributes &customAttributes) {
-    enqueue(EVTEvent::predefined(QLatin1String(predefinedType), predefinedAttributes,
-                                 customAttributes));
-}
-
 void EVTEvents::logSignUpWithMethod(const QString &method, const QVariant &success,
                                     const EVTAttributes &customAttributes) {
-    EVTAttributeDictionary a;
-    addIfPresent(a, "method", method);
-    addIfPresent(a, "success", success);
-    enqueuePredefined("sign_up", a, customAttributes);
+    enqueue(predefined("sign_up", {{"method", method}, {"success", success}}, customAttributes));
 }
 
 void EVTEvents::logLoginWithMethod(const QString &method, const QVariant &success,
                                    const EVTAttributes &customAttributes) {
-    EVTAttributeDictionary a;
-    addIfPresent(a, "method", method);
-    addIfPresent(a, "success", success);
-    enqueuePredefined("login", a, customAttributes);
+    enqueue(predefined("login", {{"method", method}, {"success", success}}, customAttributes));
 }
 
 void EVTEvents::logShareWithMethod(const QString &method, const QString &contentName,
                                    const QString &contentType, const QString &contentId,
                                    const EVTAttributes &customAttributes) {
-    EVTAttributeDictionary a;
-    addIfPresent(a, "method", method);
-    addIfPresent(a, "content_name", contentName);
-    addIfPresent(a, "content_type", contentType);
-    addIfPresent(a, "content_id", contentId);
-    enqueuePredefined("share", a, customAttributes);
+    enqueue(predefined("share",
+                       {{"method", method},
+                        {"content_name", contentName},
+                        {"content_type", contentType},
+                        {"content_id", contentId}},
+                       customAttributes));
 }
 
 void EVTEvents::logInviteWithMethod(const QString &method, const EVTAttributes &customAttributes) {
-    EVTAttributeDictionary a;
-    addIfPresent(a, "method", method);
-    enqueuePredefined("invite", a, customAttributes);
+    enqueue(predefined("invite", {{"method", method}}, customAttributes));
 }
 
 void EVTEvents::logPurchaseWithPrice(const QVariant &itemPrice, const QString &currency,
                                      const QVariant &success, const QString &itemName,
                                      const QString &itemType, const QString &itemId,
                                      const EVTAttributes &customAttributes) {
-    EVTAttributeDictionary a;
-    addPriceIfPresent(a, "item_price", itemPrice);
-    addIfPresent(a, "currency", currency);
-    addIfPresent(a, "success", success);
-    addIfPresent(a, "item_name", itemName);
-    addIfPresent(a, "item_type", itemType);
-    addIfPresent(a, "item_id", itemId);
-    enqueuePredefined("purchase", a, customAttributes);
+    enqueue(predefined("purchase",
+                       {PredefinedField::price("item_price", itemPrice),
+                        {"currency", currency},
+                        {"success", success},
+                        {"item_name", itemName},
+                        {"item_type", itemType},
+                        {"item_id", itemId}},
+                       customAttributes));
 }
 
 void EVTEvents::logLevelStart(const QString &levelName, const EVTAttributes &customAttributes) {
-    EVTAttributeDictionary a;
-    addIfPresent(a, "level_name", levelName);
-    enqueuePredefined("level_start", a, customAttributes);
+    enqueue(predefined("level_start", {{"level_name", levelName}}, customAttributes));
 }
 
 void EVTEvents::logLevelEnd(const QString &levelName, const QVariant &score,
                             const QVariant &success, const EVTAttributes &customAttributes) {
-    EVTAttributeDictionary a;
-    addIfPresent(a, "level_name", levelName);
-    addIfPresent(a, "score", score);
-    addIfPresent(a, "success", success);
-    enqueuePredefined("level_end", a, customAttributes);
+    enqueue(predefined("level_end",
+                       {{"level_name", levelName}, {"score", score}, {"success", success}},
+                       customAttributes));
 }
 
 void EVTEvents::logAddToCartWithPrice(const QVariant &itemPrice, const QString &currency,
                                       const QString &itemName, const QString &itemType,
                                       const QString &itemId,
                                       const EVTAttributes &customAttributes) {
-    EVTAttributeDictionary a;
-    addPriceIfPresent(a, "item_price", itemPrice);
-    addIfPresent(a, "currency", currency);
-    addIfPresent(a, "item_name", itemName);
-    addIfPresent(a, "item_type", itemType);
-    addIfPresent(a, "item_id", itemId);
-    enqueuePredefined("add_to_cart", a, customAttributes);
+    enqueue(predefined("add_to_cart",
+                       {PredefinedField::price("item_price", itemPrice),
+                        {"currency", currency},
+                        {"item_name", itemName},
+                        {"item_type", itemType},
+                        {"item_id", itemId}},
+                       customAttributes));
 }
 
 void EVTEvents::logStartCheckoutWithPrice(const QVariant &totalPrice, const QString &currency,
                                           const QVariant &itemCount,
                                           const EVTAttributes &customAttributes) {
-    EVTAttributeDictionary a;
-    addPriceIfPresent(a, "total_price", totalPrice);
-    addIfPresent(a, "currency", currency);
-    addIfPresent(a, "item_count", itemCount);
-    enqueuePredefined("start_checkout", a, customAttributes);
+    enqueue(predefined("start_checkout",
+                       {PredefinedField::price("total_price", totalPrice),
+                        {"currency", currency},
+                        {"item_count", itemCount}},
+                       customAttributes));
 }
 
 void EVTEvents::logRating(const QVariant &rating, const QString &contentName,
                           const QString &contentType, const QString &contentId,
                           const EVTAttributes &customAttributes) {
-    EVTAttributeDictionary a;
-    addIfPresent(a, "rating", rating);
-    addIfPresent(a, "content_name", contentName);
-    addIfPresent(a, "content_type", contentType);
-    addIfPresent(a, "content_id", contentId);
-    enqueuePredefined("rating", a, customAttributes);
+    enqueue(predefined("rating",
+                       {{"rating", rating},
+                        {"content_name", contentName},
+                        {"content_type", contentType},
+                        {"content_id", contentId}},
+                       customAttributes));
 }
 
 void EVTEvents::logContentViewWithName(const QString &contentName, const QString &contentType,
                                        const QString &contentId,
                                        const EVTAttributes &customAttributes) {
-    EVTAttributeDictionary a;
-    addIfPresent(a, "content_name", contentName);
-    addIfPresent(a, "content_type", contentType);
-    addIfPresent(a, "content_id", contentId);
-    enqueuePredefined("content_view", a, customAttributes);
+    enqueue(predefined(
+        "content_view",
+        {{"content_name", contentName}, {"content_type", contentType}, {"content_id", contentId}},
+        customAttributes));
 }
 
 void EVTEvents::logSearchWithQuery(const QString &query, const EVTAttributes &customAttributes) {
-    EVTAttributeDictionary a;
-    addIfPresent(a, "query", query);
-    enqueuePredefined("search", a, customAttributes);
+    enqueue(predefined("search", {{"query", query}}, customAttributes));
 }
 
 }  // namespace tarnwell

@@ -72,9 +72,6 @@ public:
 
 private:
     static void enqueue(EVTEvent event);
-    static void enqueuePredefined(const char *predefinedType,
-                                  const EVTAttributeDictionary &predefinedAttributes,
-                                  const EVTAttributes &customAttributes);
 };
 
 }  // namespace tarnwell

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <mutex>
 
 #include <QStringList>
@@ -10,14 +11,28 @@ namespace tarnwell::test {
 // Collects the messages logged while it exists, from any thread.
 class MessageCapture {
 public:
-    MessageCapture();
-    ~MessageCapture();
+    MessageCapture() {
+        {
+            std::lock_guard lock(mutex_);
+            messages_.clear();
+        }
+        previous_ = qInstallMessageHandler(&MessageCapture::handler);
+    }
+    ~MessageCapture() { qInstallMessageHandler(previous_); }
 
-    int count(const QString &message) const;
-    int countStartingWith(const QString &prefix) const;
+    // How many messages begin with the text.
+    int count(const QString &prefix) const {
+        std::lock_guard lock(mutex_);
+        return static_cast<int>(
+            std::count_if(messages_.begin(), messages_.end(),
+                          [&](const QString &m) { return m.startsWith(prefix); }));
+    }
 
 private:
-    static void handler(QtMsgType, const QMessageLogContext &, const QString &message);
+    static void handler(QtMsgType, const QMessageLogContext &, const QString &message) {
+        std::lock_guard lock(mutex_);
+        messages_.append(message);
+    }
 
     static inline std::mutex mutex_;
     static inline QStringList messages_;

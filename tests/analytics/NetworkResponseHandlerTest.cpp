@@ -1,7 +1,6 @@
 #include <optional>
 
 #include <gtest/gtest.h>
-#include <QCoreApplication>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QSignalSpy>
@@ -13,12 +12,24 @@ namespace tarnwell {
 namespace {
 
 using test::ScriptedReply;
-using test::TestHttpServer;
 
 struct Outcome {
     bool shouldRetry = false;
     std::optional<TLMError> error;
 };
+
+Outcome classify(const TLMHttpResponse &response, const QNetworkRequest &request = {},
+                 const std::optional<TLMError> &transportError = std::nullopt) {
+    Outcome outcome;
+    int calls = 0;
+    TLMNetworkResponseHandler::handleCompletedResponse(
+        response, request, transportError, [&](bool retry, const std::optional<TLMError> &error) {
+            ++calls;
+            outcome = {retry, error};
+        });
+    EXPECT_EQ(calls, 1);
+    return outcome;
+}
 
 // Sends one request to the loopback server and classifies what came back,
 // the way the uploader does.
@@ -40,19 +51,10 @@ public:
             transportError = TLMNetworkResponseHandler::urlErrorFromNetworkError(
                 networkReply->error(), networkReply->errorString());
         }
-        Outcome outcome;
-        int calls = 0;
-        TLMNetworkResponseHandler::handleCompletedResponse(
-            response, request, transportError,
-            [&](bool retry, const std::optional<TLMError> &error) {
-                ++calls;
-                outcome = {retry, error};
-            });
-        EXPECT_EQ(calls, 1);
-        return outcome;
+        return classify(response, request, transportError);
     }
 
-    TestHttpServer server;
+    test::TestHttpServer server;
     QNetworkAccessManager network;
     TLMHttpResponse response;
 };
@@ -61,7 +63,7 @@ struct StatusCase {
     const char *name;
     int status;
     bool shouldRetry;
-    std::optional<int> errorCode;  // absent: delivered
+    int errorCode;  // 0: delivered
     int responseType;
 };
 
@@ -69,65 +71,41 @@ class StatusClassification : public testing::TestWithParam<StatusCase> {};
 
 TEST_P(StatusClassification, DecidesDeliveryRetryOrDrop) {
     const StatusCase &c = GetParam();
-    LoopbackExchange exchange;
-    const Outcome outcome = exchange.send(ScriptedReply::respond(c.status));
+    const Outcome outcome = classify(TLMHttpResponse{c.status, {{"Server", "test"}}});
     EXPECT_EQ(outcome.shouldRetry, c.shouldRetry);
-    ASSERT_EQ(outcome.error.has_value(), c.errorCode.has_value());
-    if (c.errorCode) {
+    ASSERT_EQ(outcome.error.has_value(), c.errorCode != 0);
+    if (outcome.error) {
         EXPECT_EQ(outcome.error->domain, QStringLiteral("TLMNetworkError"));
-        EXPECT_EQ(outcome.error->code, *c.errorCode);
+        EXPECT_EQ(outcome.error->code, c.errorCode);
         EXPECT_EQ(outcome.error->userInfo.value("status_code").toInt(), c.status);
+        EXPECT_EQ(outcome.error->userInfo.value("type").toInt(), c.responseType);
     }
-    TLMNetworkResponseHandler::clientResponseType(
-        exchange.response, [&](TLMResponseType type, int status) {
-            EXPECT_EQ(static_cast<int>(type), c.responseType);
-            EXPECT_EQ(status, c.status);
-        });
 }
 
+// The first and last of each listed range, and the unlisted codes around them.
 INSTANTIATE_TEST_SUITE_P(
-    EveryListedStatus, StatusClassification,
-    testing::Values(
-        StatusCase{"ok200", 200, false, std::nullopt, 0},
-        StatusCase{"created201", 201, false, std::nullopt, 0},
-        StatusCase{"accepted202", 202, false, std::nullopt, 0},
-        StatusCase{"noContent204", 204, false, std::nullopt, 0},
-        StatusCase{"notModified304", 304, false, std::nullopt, 0},
-        // Rewritten by a proxy: neither delivered nor worth a retry.
-        StatusCase{"nonAuthoritative203", 203, false, -4, 1},
-        StatusCase{"badRequest400", 400, false, -5, 2},
-        StatusCase{"unauthorized401", 401, false, -5, 2},
-        StatusCase{"forbidden403", 403, false, -5, 2}, StatusCase{"notFound404", 404, false, -5, 2},
-        StatusCase{"notAcceptable406", 406, false, -5, 2}, StatusCase{"gone410", 410, false, -5, 2},
-        StatusCase{"lengthRequired411", 411, false, -5, 2},
-        StatusCase{"tooLarge413", 413, false, -5, 2},
-        StatusCase{"authTimeout419", 419, false, -5, 2},
-        StatusCase{"unprocessable422", 422, false, -5, 2},
-        StatusCase{"headersTooLarge431", 431, false, -5, 2},
-        StatusCase{"requestTimeout408", 408, true, -1, 3},
-        StatusCase{"enhanceYourCalm420", 420, true, -1, 4},
-        StatusCase{"tooManyRequests429", 429, true, -1, 4},
-        StatusCase{"internal500", 500, true, -1, 3}, StatusCase{"unavailable503", 503, true, -1, 3},
-        StatusCase{"last5xx599", 599, true, -1, 3}, StatusCase{"unlisted450", 450, false, -4, 1},
-        StatusCase{"unlisted499", 499, false, -4, 1},
-        StatusCase{"beyond5xx600", 600, false, -4, 1}),
+    Statuses, StatusClassification,
+    testing::Values(StatusCase{"ok200", 200, false, 0, 0},
+                    StatusCase{"notModified304", 304, false, 0, 0},
+                    // Rewritten by a proxy: neither delivered nor worth a retry.
+                    StatusCase{"nonAuthoritative203", 203, false, -4, 1},
+                    StatusCase{"badRequest400", 400, false, -5, 2},
+                    StatusCase{"headersTooLarge431", 431, false, -5, 2},
+                    StatusCase{"requestTimeout408", 408, true, -1, 3},
+                    StatusCase{"tooManyRequests429", 429, true, -1, 4},
+                    StatusCase{"last5xx599", 599, true, -1, 3},
+                    StatusCase{"unlisted450", 450, false, -4, 1},
+                    StatusCase{"beyond5xx600", 600, false, -4, 1}),
     [](const auto &info) { return std::string(info.param.name); });
 
-TEST(ResponseErrorFields, CarryTypeStatusRequestIdAndContentType) {
+TEST(ResponseErrorFields, CarryRequestIdAndContentTypeFromTheWire) {
     LoopbackExchange exchange;
     const Outcome withHeaders = exchange.send(ScriptedReply::respond(
         429, {{"X-Request-Id", "req-42"}, {"Content-Type", "text/plain"}, {"Retry-After", "60"}}));
     ASSERT_TRUE(withHeaders.error);
-    EXPECT_EQ(withHeaders.error->userInfo.value("type").toInt(), 4);
     EXPECT_EQ(withHeaders.error->userInfo.value("request_id").toString(), "req-42");
     EXPECT_EQ(withHeaders.error->userInfo.value("content_type").toString(), "text/plain");
     EXPECT_EQ(TLMNetworkResponseHandler::retryValueForResponse(exchange.response), 60.0);
-
-    const Outcome bare = exchange.send(ScriptedReply::respond(400));
-    ASSERT_TRUE(bare.error);
-    EXPECT_TRUE(bare.error->userInfo.contains("request_id"));
-    EXPECT_EQ(bare.error->userInfo.value("request_id").toString(), QString());
-    EXPECT_EQ(bare.error->userInfo.value("content_type").toString(), QString());
 }
 
 TEST(TransportFailures, DroppedStalledAndRefusedConnectionsAreRetried) {
@@ -170,19 +148,18 @@ class ContentTypeCheck : public testing::TestWithParam<ContentTypeCase> {};
 
 TEST_P(ContentTypeCheck, SuccessCountsOnlyWhenTheBodyIsWhatWasAskedFor) {
     const ContentTypeCase &c = GetParam();
-    LoopbackExchange exchange;
-    QNetworkRequest request(exchange.server.url());
+    QNetworkRequest request;
     if (c.accept) {
         request.setRawHeader("Accept", c.accept);
     }
     if (c.acceptCharset) {
         request.setRawHeader("Accept-Charset", c.acceptCharset);
     }
-    QList<QPair<QByteArray, QByteArray>> headers;
+    TLMHttpResponse response{200, {{"Server", "test"}}};
     if (c.contentType) {
-        headers.append(qMakePair(QByteArray("Content-Type"), QByteArray(c.contentType)));
+        response.headers.append(qMakePair(QByteArray("Content-Type"), QByteArray(c.contentType)));
     }
-    const Outcome outcome = exchange.send(ScriptedReply::respond(200, headers, "{}"), request);
+    const Outcome outcome = classify(response, request);
     EXPECT_FALSE(outcome.shouldRetry);
     EXPECT_EQ(!outcome.error.has_value(), c.delivered);
     if (outcome.error) {
@@ -197,8 +174,6 @@ INSTANTIATE_TEST_SUITE_P(
                         "application/json; charset=utf-8", true},
         ContentTypeCase{"charsetDiffers", "application/json", "latin1",
                         "application/json; charset=utf-8", false},
-        ContentTypeCase{"noAcceptCharset", "application/json", nullptr,
-                        "application/json; charset=utf-8", true},
         ContentTypeCase{"typeCaseIgnored", "Application/JSON", nullptr, "application/json", true},
         ContentTypeCase{"typeDiffers", "application/json", nullptr, "text/html", false},
         ContentTypeCase{"noContentType", "application/json", nullptr, nullptr, false},
@@ -206,31 +181,14 @@ INSTANTIATE_TEST_SUITE_P(
         ContentTypeCase{"nothingAsked", nullptr, nullptr, "text/html", true}),
     [](const auto &info) { return std::string(info.param.name); });
 
-struct RetryAfterCase {
-    const char *name;
-    const char *header;  // null: absent
-    double seconds;
-};
-
-class RetryAfter : public testing::TestWithParam<RetryAfterCase> {};
-
-TEST_P(RetryAfter, GivesTheBaseOfTheBackoff) {
-    TLMHttpResponse response{503, {{"Server", "test"}}};
-    if (GetParam().header) {
-        response.headers.append(
-            qMakePair(QByteArray("Retry-After"), QByteArray(GetParam().header)));
+TEST(RetryAfter, UnreadableOrNegativeFallsBackToTwoSeconds) {
+    for (const auto &[header, seconds] :
+         {std::pair{"-5", 2.0}, {"0.5", 0.5}, {"Wed, 21 Oct 2015", 2.0}}) {
+        const TLMHttpResponse response{503, {{"Retry-After", header}}};
+        EXPECT_DOUBLE_EQ(TLMNetworkResponseHandler::retryValueForResponse(response), seconds)
+            << header;
     }
-    EXPECT_DOUBLE_EQ(TLMNetworkResponseHandler::retryValueForResponse(response),
-                     GetParam().seconds);
 }
-
-INSTANTIATE_TEST_SUITE_P(Values, RetryAfter,
-                         testing::Values(RetryAfterCase{"absent", nullptr, 2.0},
-                                         RetryAfterCase{"negative", "-5", 2.0},
-                                         RetryAfterCase{"fraction", "0.5", 0.5},
-                                         RetryAfterCase{"minute", "60", 60.0},
-                                         RetryAfterCase{"httpDate", "Wed, 21 Oct 2015", 2.0}),
-                         [](const auto &info) { return std::string(info.param.name); });
 
 struct URLErrorCase {
     const char *name;
@@ -249,17 +207,9 @@ TEST_P(RetryableURLError, PermanentConditionsAreNotRetried) {
 INSTANTIATE_TEST_SUITE_P(
     Codes, RetryableURLError,
     testing::Values(URLErrorCase{"timedOut", kURLErrorDomain, -1001, true},
-                    URLErrorCase{"cancelled", kURLErrorDomain, -999, true},
-                    URLErrorCase{"backgroundContainer", kURLErrorDomain, -995, false},
                     URLErrorCase{"badURL", kURLErrorDomain, -1000, false},
-                    URLErrorCase{"unsupportedURL", kURLErrorDomain, -1002, false},
-                    URLErrorCase{"tooManyRedirects", kURLErrorDomain, -1007, false},
-                    URLErrorCase{"authRequired", kURLErrorDomain, -1013, false},
-                    URLErrorCase{"insecureConnection", kURLErrorDomain, -1022, false},
                     URLErrorCase{"fileMissing", kURLErrorDomain, -1100, false},
-                    URLErrorCase{"fileIsDirectory", kURLErrorDomain, -1101, false},
                     URLErrorCase{"noReadPermissionIsRetried", kURLErrorDomain, -1102, true},
-                    URLErrorCase{"fileTooLarge", kURLErrorDomain, -1103, false},
                     URLErrorCase{"secureFirst", kURLErrorDomain, -1200, false},
                     URLErrorCase{"secureLast", kURLErrorDomain, -1206, false},
                     URLErrorCase{"pastSecureRange", kURLErrorDomain, -1207, true},
@@ -268,16 +218,13 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(QtNetworkErrors, MapToTheCodesThatDecideRetrying) {
     using R = TLMNetworkResponseHandler;
-    EXPECT_FALSE(R::retryableURLError(
-        R::urlErrorFromNetworkError(QNetworkReply::SslHandshakeFailedError, {})));
-    EXPECT_FALSE(
-        R::retryableURLError(R::urlErrorFromNetworkError(QNetworkReply::ProtocolUnknownError, {})));
-    EXPECT_FALSE(R::retryableURLError(
-        R::urlErrorFromNetworkError(QNetworkReply::TooManyRedirectsError, {})));
-    EXPECT_TRUE(
-        R::retryableURLError(R::urlErrorFromNetworkError(QNetworkReply::HostNotFoundError, {})));
-    EXPECT_TRUE(R::retryableURLError(
-        R::urlErrorFromNetworkError(QNetworkReply::TemporaryNetworkFailureError, {})));
+    for (const auto &[error, retryable] : {std::pair{QNetworkReply::SslHandshakeFailedError, false},
+                                           {QNetworkReply::ProtocolUnknownError, false},
+                                           {QNetworkReply::TooManyRedirectsError, false},
+                                           {QNetworkReply::HostNotFoundError, true},
+                                           {QNetworkReply::TemporaryNetworkFailureError, true}}) {
+        EXPECT_EQ(R::retryableURLError(R::urlErrorFromNetworkError(error, {})), retryable) << error;
+    }
 }
 
 }  // namespace

@@ -4,19 +4,6 @@
 
 namespace tarnwell::test {
 
-ScriptedReply ScriptedReply::respond(int code, QList<QPair<QByteArray, QByteArray>> headers,
-                                     QByteArray body) {
-    return {Action::Respond, code, std::move(headers), std::move(body)};
-}
-
-ScriptedReply ScriptedReply::drop() {
-    return {Action::DropConnection, 0, {}, {}};
-}
-
-ScriptedReply ScriptedReply::stall() {
-    return {Action::Stall, 0, {}, {}};
-}
-
 TestHttpServer::TestHttpServer() {
     server_.listen(QHostAddress::LocalHost, 0);
     connect(&server_, &QTcpServer::newConnection, this, [this] {

@@ -20,9 +20,11 @@ struct ScriptedReply {
     QByteArray body;
 
     static ScriptedReply respond(int code, QList<QPair<QByteArray, QByteArray>> headers = {},
-                                 QByteArray body = {});
-    static ScriptedReply drop();
-    static ScriptedReply stall();
+                                 QByteArray body = {}) {
+        return {Action::Respond, code, std::move(headers), std::move(body)};
+    }
+    static ScriptedReply drop() { return {Action::DropConnection, 0, {}, {}}; }
+    static ScriptedReply stall() { return {Action::Stall, 0, {}, {}}; }
 };
 
 struct ReceivedRequest {

@@ -39,7 +39,7 @@ TEST_F(EventFile, OnlyANewFileStartsWithTheMetadataLine) {
                                                                QFile::ReadGroup | QFile::ReadOther);
 }
 
-TEST_F(EventFile, ADirectoryInTheWayIsAFailureNotACrash) {
+TEST_F(EventFile, AnUnwritablePathIsAFailureNotACrash) {
     ASSERT_TRUE(QDir().mkpath(path("B.log")));
     EXPECT_FALSE(EVTWriteEventOperation(path("B.log"), EVTEvent(), metadata).run());
     EXPECT_FALSE(EVTWriteEventOperation(path("missing/C.log"), EVTEvent(), metadata).run());

@@ -51,8 +51,7 @@ protected:
         // An installation seen before: only the manager's events get written.
         QDir().mkpath(configuration.rootDirectory);
         QFile installId(configuration.rootDirectory + "/install_id");
-        ASSERT_TRUE(installId.open(QIODevice::WriteOnly));
-        installId.write("INSTALL");
+        ASSERT_TRUE(installId.open(QIODevice::WriteOnly) && installId.write("INSTALL") > 0);
         installId.close();
         ASSERT_NE(EVTEvents::start(configuration), nullptr);
     }
@@ -97,11 +96,14 @@ TEST_F(EventManager, AttributesNameTheBuildAndTheFormattedInstalledMemory) {
     EXPECT_EQ(attributes[2].second.toString(), "16.00 GB");
 }
 
-TEST_F(EventManager, LaunchesAreSignUpThenLogIn) {
+TEST_F(EventManager, LaunchesCleaningsAndWindowLoadsAreOneEventEach) {
     manager->firstRun();
     manager->run();
+    manager->memoryCleaned();
+    manager->memoryCleaned();
+    manager->contentViewWithName("Preferences", "Window", "preferencesWindow");
     const QList<QJsonObject> events = recorded();
-    ASSERT_EQ(events.size(), 2);
+    ASSERT_EQ(events.size(), 5);
     EXPECT_EQ(events[0].value("predefined_type").toString(), "sign_up");
     EXPECT_EQ(events[0].value("predefined_attributes").toObject(),
               QJsonObject({{"method", "First Run"}, {"success", "true"}}));
@@ -110,17 +112,9 @@ TEST_F(EventManager, LaunchesAreSignUpThenLogIn) {
               QJsonObject({{"method", "Run"}, {"success", "true"}}));
     EXPECT_EQ(events[1].value("custom_attributes").toObject().value("Bundle Build").toString(),
               "45");
-}
-
-TEST_F(EventManager, EachCleaningAndWindowLoadIsOneEvent) {
-    manager->memoryCleaned();
-    manager->memoryCleaned();
-    manager->contentViewWithName("Preferences", "Window", "preferencesWindow");
-    const QList<QJsonObject> events = recorded();
-    ASSERT_EQ(events.size(), 3);
-    EXPECT_EQ(events[0].value("custom_type").toString(), "Memory is Cleaned");
-    EXPECT_NE(events[0].value("eventId"), events[1].value("eventId"));
-    EXPECT_EQ(events[2].value("predefined_attributes").toObject(),
+    EXPECT_EQ(events[2].value("custom_type").toString(), "Memory is Cleaned");
+    EXPECT_NE(events[2].value("eventId"), events[3].value("eventId"));
+    EXPECT_EQ(events[4].value("predefined_attributes").toObject(),
               QJsonObject({{"content_name", "Preferences"},
                            {"content_type", "Window"},
                            {"content_id", "preferencesWindow"}}));
@@ -141,12 +135,6 @@ TEST_F(EventManager, SwitchedOffRecordsNothingAndRemovesTheFiles) {
     manager->memoryCleaned();
     EXPECT_EQ(recorded().size(), 1);
 }
-
-}  // namespace
-}  // namespace tarnwell
-
-namespace tarnwell {
-namespace {
 
 TEST(EventsKitStart, WithoutADataFolderNothingIsStarted) {
     EXPECT_EQ(EVTEvents::start(EVTConfiguration{}), nullptr);
