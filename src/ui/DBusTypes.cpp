@@ -5,6 +5,27 @@
 
 namespace tarnwell {
 
+namespace {
+
+// Every plain structure on the bus is its fields in order.
+template <typename... Fields>
+QDBusArgument &writeStructure(QDBusArgument &argument, const Fields &...fields) {
+    argument.beginStructure();
+    (argument << ... << fields);
+    argument.endStructure();
+    return argument;
+}
+
+template <typename... Fields>
+const QDBusArgument &readStructure(const QDBusArgument &argument, Fields &...fields) {
+    argument.beginStructure();
+    (argument >> ... >> fields);
+    argument.endStructure();
+    return argument;
+}
+
+}  // namespace
+
 void registerDBusTypes() {
     static const bool registered = [] {
         qDBusRegisterMetaType<DBusImage>();
@@ -48,31 +69,21 @@ DBusImage toDBusImage(const QImage &image) {
 }
 
 QDBusArgument &operator<<(QDBusArgument &argument, const DBusImage &image) {
-    argument.beginStructure();
-    argument << image.width << image.height << image.pixels;
-    argument.endStructure();
-    return argument;
+    return writeStructure(argument, image.width, image.height, image.pixels);
 }
 
 const QDBusArgument &operator>>(const QDBusArgument &argument, DBusImage &image) {
-    argument.beginStructure();
-    argument >> image.width >> image.height >> image.pixels;
-    argument.endStructure();
-    return argument;
+    return readStructure(argument, image.width, image.height, image.pixels);
 }
 
 QDBusArgument &operator<<(QDBusArgument &argument, const DBusToolTip &toolTip) {
-    argument.beginStructure();
-    argument << toolTip.iconName << toolTip.images << toolTip.title << toolTip.description;
-    argument.endStructure();
-    return argument;
+    return writeStructure(argument, toolTip.iconName, toolTip.images, toolTip.title,
+                          toolTip.description);
 }
 
 const QDBusArgument &operator>>(const QDBusArgument &argument, DBusToolTip &toolTip) {
-    argument.beginStructure();
-    argument >> toolTip.iconName >> toolTip.images >> toolTip.title >> toolTip.description;
-    argument.endStructure();
-    return argument;
+    return readStructure(argument, toolTip.iconName, toolTip.images, toolTip.title,
+                         toolTip.description);
 }
 
 QDBusArgument &operator<<(QDBusArgument &argument, const DBusMenuLayoutItem &item) {
@@ -106,45 +117,27 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, DBusMenuLayoutIte
 }
 
 QDBusArgument &operator<<(QDBusArgument &argument, const DBusMenuItem &item) {
-    argument.beginStructure();
-    argument << item.id << item.properties;
-    argument.endStructure();
-    return argument;
+    return writeStructure(argument, item.id, item.properties);
 }
 
 const QDBusArgument &operator>>(const QDBusArgument &argument, DBusMenuItem &item) {
-    argument.beginStructure();
-    argument >> item.id >> item.properties;
-    argument.endStructure();
-    return argument;
+    return readStructure(argument, item.id, item.properties);
 }
 
 QDBusArgument &operator<<(QDBusArgument &argument, const DBusMenuItemKeys &keys) {
-    argument.beginStructure();
-    argument << keys.id << keys.names;
-    argument.endStructure();
-    return argument;
+    return writeStructure(argument, keys.id, keys.names);
 }
 
 const QDBusArgument &operator>>(const QDBusArgument &argument, DBusMenuItemKeys &keys) {
-    argument.beginStructure();
-    argument >> keys.id >> keys.names;
-    argument.endStructure();
-    return argument;
+    return readStructure(argument, keys.id, keys.names);
 }
 
 QDBusArgument &operator<<(QDBusArgument &argument, const DBusMenuEvent &event) {
-    argument.beginStructure();
-    argument << event.id << event.eventId << event.data << event.timestamp;
-    argument.endStructure();
-    return argument;
+    return writeStructure(argument, event.id, event.eventId, event.data, event.timestamp);
 }
 
 const QDBusArgument &operator>>(const QDBusArgument &argument, DBusMenuEvent &event) {
-    argument.beginStructure();
-    argument >> event.id >> event.eventId >> event.data >> event.timestamp;
-    argument.endStructure();
-    return argument;
+    return readStructure(argument, event.id, event.eventId, event.data, event.timestamp);
 }
 
 }  // namespace tarnwell

@@ -37,6 +37,18 @@ QString nextServiceName() {
     return QStringLiteral("org.kde.StatusNotifierItem-%1-%2").arg(getpid()).arg(++instance);
 }
 
+// Stores a text with its companion; false when neither changed, so hosts
+// hear of no change that did not happen.
+bool replacePair(QString &first, QString &second, const QString &newFirst,
+                 const QString &newSecond) {
+    if (first == newFirst && second == newSecond) {
+        return false;
+    }
+    first = newFirst;
+    second = newSecond;
+    return true;
+}
+
 }  // namespace
 
 StatusNotifierItem::StatusNotifierItem(const QString &id, const QDBusConnection &connection,
@@ -159,12 +171,9 @@ QString StatusNotifierItem::toolTipDescription() const {
 }
 
 void StatusNotifierItem::setToolTip(const QString &title, const QString &description) {
-    if (d_->toolTipTitle == title && d_->toolTipDescription == description) {
-        return;
+    if (replacePair(d_->toolTipTitle, d_->toolTipDescription, title, description)) {
+        emit toolTipChanged();
     }
-    d_->toolTipTitle = title;
-    d_->toolTipDescription = description;
-    emit toolTipChanged();
 }
 
 QString StatusNotifierItem::label() const {
@@ -176,12 +185,9 @@ QString StatusNotifierItem::labelGuide() const {
 }
 
 void StatusNotifierItem::setLabel(const QString &label, const QString &guide) {
-    if (d_->label == label && d_->labelGuide == guide) {
-        return;
+    if (replacePair(d_->label, d_->labelGuide, label, guide)) {
+        emit labelChanged(label, guide);
     }
-    d_->label = label;
-    d_->labelGuide = guide;
-    emit labelChanged(label, guide);
 }
 
 void StatusNotifierItem::setMenu(QRMMenu *menu) {

@@ -4,8 +4,10 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
+#include <QObject>
 #include <QSignalSpy>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 
 #include "ui/DBusTypes.h"
@@ -51,5 +53,50 @@ T demarshalled(const QVariant &value) {
     value.value<QDBusArgument>() >> result;
     return result;
 }
+
+// Records the signals a host hears from one object, in order of arrival.
+class BusSignalRecorder : public QObject {
+    Q_OBJECT
+public:
+    void listen(QDBusConnection connection, const QString &service, const QString &path,
+                const QString &interface, const QStringList &signalNames) {
+        for (const QString &name : signalNames) {
+            connection.connect(service, path, interface, name, this, SLOT(record(QDBusMessage)));
+        }
+    }
+
+    QStringList names() const {
+        QStringList result;
+        for (const QDBusMessage &message : received) {
+            result.append(message.member());
+        }
+        return result;
+    }
+
+    void waitForCount(int count) {
+        QSignalSpy recorded(this, &BusSignalRecorder::recorded);
+        while (received.size() < count) {
+            ASSERT_TRUE(recorded.wait(10000)) << "no signal after " << received.size();
+        }
+    }
+
+    void waitFor(const QString &name) {
+        QSignalSpy recorded(this, &BusSignalRecorder::recorded);
+        while (!names().contains(name)) {
+            ASSERT_TRUE(recorded.wait(10000)) << name.toStdString() << " never arrived";
+        }
+    }
+
+    QList<QDBusMessage> received;
+
+public slots:
+    void record(const QDBusMessage &message) {
+        received.append(message);
+        emit recorded();
+    }
+
+signals:
+    void recorded();
+};
 
 }  // namespace tarnwell::test

@@ -14,10 +14,7 @@ namespace {
 QString shapeOf(const QMenu *menu) {
     QStringList parts;
     for (const QAction *action : menu->actions()) {
-        QString part;
-        if (!action->isVisible()) {
-            part += QLatin1Char('~');
-        }
+        QString part = action->isVisible() ? QString() : QStringLiteral("~");
         // Qt disables every hidden action; only a shown one tells.
         if (action->isVisible() && !action->isEnabled()) {
             part += QLatin1Char('!');
@@ -44,9 +41,8 @@ protected:
         legend.fill(Qt::green);
         free->setImage(legend);
         swap = model.addItem(QStringLiteral("Swap"));
-        auto *swapMenu = new QRMMenu;
-        swapUsed = swapMenu->addItem(QStringLiteral("Used"));
-        swap->setSubmenu(swapMenu);
+        swap->setSubmenu(new QRMMenu);
+        swapUsed = swap->submenu()->addItem(QStringLiteral("Used"));
         mirror.setMenu(&model);
     }
 
@@ -55,11 +51,8 @@ protected:
     MenuMirror mirror;
 };
 
-TEST_F(MenuMirrorTest, ShowsTheModel) {
-    EXPECT_EQ(shapeOf(mirror.menu()), QStringLiteral("Clean, ---, Free && easy*, Swap(Used)"));
-}
-
 TEST_F(MenuMirrorTest, ItemChangesUpdateTheSameActions) {
+    EXPECT_EQ(shapeOf(mirror.menu()), QStringLiteral("Clean, ---, Free && easy*, Swap(Used)"));
     const QList<QAction *> before = mirror.menu()->actions();
     clean->setTitle(QStringLiteral("Cleaning..."));
     clean->setEnabled(false);
@@ -72,21 +65,16 @@ TEST_F(MenuMirrorTest, ItemChangesUpdateTheSameActions) {
 
 TEST_F(MenuMirrorTest, StructureChangesRebuildTheirMenu) {
     swap->submenu()->addItem(QStringLiteral("Total"));
-    EXPECT_EQ(shapeOf(mirror.menu()),
-              QStringLiteral("Clean, ---, Free && easy*, Swap(Used, Total)"));
-    model.removeAllItems();
-    model.addItem(QStringLiteral("Quit"));
-    EXPECT_EQ(shapeOf(mirror.menu()), QStringLiteral("Quit"));
-}
-
-TEST_F(MenuMirrorTest, ANewSubmenuIsShown) {
     auto *more = new QRMMenu;
     more->addItem(QStringLiteral("Page size"));
     clean->setSubmenu(more);
-    // The rebuild waits for the next turn of the event loop.
+    // A new submenu is built on the next turn of the event loop.
     QCoreApplication::processEvents();
     EXPECT_EQ(shapeOf(mirror.menu()),
-              QStringLiteral("Clean(Page size), ---, Free && easy*, Swap(Used)"));
+              QStringLiteral("Clean(Page size), ---, Free && easy*, Swap(Used, Total)"));
+    model.removeAllItems();
+    model.addItem(QStringLiteral("Quit"));
+    EXPECT_EQ(shapeOf(mirror.menu()), QStringLiteral("Quit"));
 }
 
 TEST_F(MenuMirrorTest, PickingAnActionTriggersTheItem) {
@@ -96,11 +84,9 @@ TEST_F(MenuMirrorTest, PickingAnActionTriggersTheItem) {
 }
 
 TEST_F(MenuMirrorTest, OpeningAMenuLetsTheModelRefreshFirst) {
-    QSignalSpy rootShown(&model, &QRMMenu::aboutToShow);
     QObject::connect(&model, &QRMMenu::aboutToShow, clean,
                      [this] { clean->setTitle(QStringLiteral("Clean now")); });
     mirror.menu()->popup({0, 0});
-    EXPECT_EQ(rootShown.count(), 1);
     EXPECT_EQ(mirror.menu()->actions().at(0)->text(), QStringLiteral("Clean now"));
     mirror.menu()->hide();
 }

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <QPainter>
 
 #include "QtPrinters.h"
 
@@ -14,7 +13,6 @@ struct PanelColorCase {
     QColor windowText;
     const char *gtkTheme;
     QColor expected;
-    friend void PrintTo(const PanelColorCase &c, std::ostream *out) { *out << c.name; }
 };
 
 class PanelTextColor : public ::testing::TestWithParam<PanelColorCase> {};
@@ -27,33 +25,31 @@ TEST_P(PanelTextColor, FollowsTheTheme) {
               GetParam().expected);
 }
 
+const QColor kLight(239, 239, 239);
+
 INSTANTIATE_TEST_SUITE_P(
     Themes, PanelTextColor,
     ::testing::Values(
-        PanelColorCase{"LightPalette", QColor(239, 239, 239), Qt::black, "", Qt::black},
+        PanelColorCase{"LightPalette", kLight, Qt::black, "", Qt::black},
         PanelColorCase{"DarkPalette", QColor(49, 54, 59), QColor(239, 240, 241), "", Qt::white},
-        PanelColorCase{"GtkDarkVariant", QColor(239, 239, 239), Qt::black, "Adwaita:dark",
-                       Qt::white},
-        PanelColorCase{"GtkDarkTheme", QColor(239, 239, 239), Qt::black, "Arc-Dark", Qt::white},
-        PanelColorCase{"GtkLightTheme", QColor(239, 239, 239), Qt::black, "Adwaita", Qt::black},
+        PanelColorCase{"GtkDarkVariant", kLight, Qt::black, "Adwaita:dark", Qt::white},
+        PanelColorCase{"GtkDarkTheme", kLight, Qt::black, "Arc-Dark", Qt::white},
+        PanelColorCase{"GtkLightTheme", kLight, Qt::black, "Adwaita", Qt::black},
         // A mid-grey window with darker text is still a light theme.
         PanelColorCase{"GreyWithDarkText", QColor(128, 128, 128), QColor(20, 20, 20), "",
                        Qt::black}),
-    [](const auto &info) { return std::string(info.param.name); });
+    test::caseName);
 
 TEST(TemplateImageTint, PaintsEveryPixelKeepingItsCoverage) {
-    QImage mask(4, 1, QImage::Format_ARGB32);
+    QImage mask(3, 1, QImage::Format_ARGB32);
     mask.setPixelColor(0, 0, QColor(255, 0, 0, 255));
     mask.setPixelColor(1, 0, QColor(0, 0, 255, 128));
     mask.setPixelColor(2, 0, QColor(0, 0, 0, 0));
-    mask.setPixelColor(3, 0, QColor(10, 200, 10, 255));
     const QImage tinted =
         TemplateImage::tinted(mask, Qt::white).convertToFormat(QImage::Format_ARGB32);
     EXPECT_EQ(tinted.pixelColor(0, 0), QColor(Qt::white));
-    EXPECT_EQ(tinted.pixelColor(1, 0).alpha(), 128);
-    EXPECT_EQ(tinted.pixelColor(1, 0).rgb(), QColor(Qt::white).rgb());
+    EXPECT_EQ(tinted.pixelColor(1, 0), QColor(255, 255, 255, 128));
     EXPECT_EQ(tinted.pixelColor(2, 0).alpha(), 0);
-    EXPECT_EQ(tinted.pixelColor(3, 0), QColor(Qt::white));
 }
 
 }  // namespace
