@@ -9,6 +9,7 @@
 #include <QHash>
 #include <QUrl>
 
+#include "CaseName.h"
 #include "app/AppSettings.h"
 #include "app/MemoryEngine.h"
 #include "app/QRMAppDelegate.h"

@@ -31,13 +31,6 @@ bool isOpaque(const QColor &c, const QColor &expected) {
 constexpr double kInside = 5.0;  // points from the centre; the radius is 8
 constexpr double kOutside = 10.0;
 
-TEST(PieChartBlack, ImageGeometry) {
-    const QImage image = pieChartIconBlack(50);
-    EXPECT_EQ(image.size(), QSize(44, 44));
-    EXPECT_EQ(image.devicePixelRatio(), 2.0);
-    EXPECT_TRUE(isTransparent(image.pixelColor(0, 0)));
-}
-
 TEST(PieChartBlack, NoFreeMemoryIsASolidDisc) {
     const QImage image = pieChartIconBlack(0);
     for (double degrees = 10; degrees < 360; degrees += 30) {
