@@ -88,7 +88,7 @@ TEST_P(CleaningOutcome, IsRecordedAndAnnounced) {
     const bool announced = c.notifications && c.lastMiB != 0;
     ASSERT_EQ(rig.notifier.sent.size(), announced ? 1u : 0u);
     if (announced) {
-        EXPECT_EQ(rig.notifier.sent[0].text, c.title);
+        EXPECT_EQ(rig.notifier.sent[0], c.title);
     }
     EXPECT_EQ(rig.usageEvents.cleanings, 1);
 }

@@ -35,13 +35,11 @@ public:
     bool isHostRegistered() const { return true; }
     QStringList items() const { return items_; }
 
-    // The service the item registered and the bus name that sent it.
-    QString service;
+    // The bus name that registered the item.
     QString sender;
 
 public slots:
     void RegisterStatusNotifierItem(const QString &itemService) {
-        service = itemService;
         sender = message().service();
         items_ << itemService;
         emit StatusNotifierItemRegistered(itemService);
@@ -64,13 +62,6 @@ public slots:
                 const QStringList &, const QVariantMap &hints, int) {
         emit notified(summary, body, hints.value("sound-name").toString());
         return 1;
-    }
-    QStringList GetCapabilities() { return {"body", "sound"}; }
-    QString GetServerInformation(QString &vendor, QString &version, QString &protocolVersion) {
-        vendor = "test";
-        version = "1";
-        protocolVersion = "1.2";
-        return "tarnwell-test";
     }
 
 signals:
