@@ -4,6 +4,8 @@
 
 #include <QString>
 
+#include "app/CleaningStatistics.h"
+
 namespace tarnwell {
 
 // The settings the controller reads and the cleaning statistics it writes,
@@ -32,11 +34,9 @@ public:
     virtual void setLastTimeCleaned(uint64_t bytes) = 0;
     virtual uint64_t maxCleaned() = 0;
     virtual void setMaxCleaned(uint64_t bytes) = 0;
-    // The running total in bytes is totallyCleaned * 1024^totallyCleanedDigit.
-    virtual uint64_t totallyCleaned() = 0;
-    virtual void setTotallyCleaned(uint64_t count) = 0;
-    virtual int64_t totallyCleanedDigit() = 0;
-    virtual void setTotallyCleanedDigit(int64_t digit) = 0;
+    // Stored as the settings totallyCleaned (count) and totallyCleanedDigit.
+    virtual RunningTotal totallyCleaned() = 0;
+    virtual void setTotallyCleaned(RunningTotal total) = 0;
 
     // True until a build number has been stored.
     virtual bool isFirstRun() = 0;

@@ -64,20 +64,17 @@ void PreferencesAppSettings::setMaxCleaned(uint64_t bytes) {
     preferences_.setMaxCleaned(bytes);
 }
 
-uint64_t PreferencesAppSettings::totallyCleaned() {
-    return preferences_.totallyCleaned();
+RunningTotal PreferencesAppSettings::totallyCleaned() {
+    return {preferences_.totallyCleaned(), preferences_.totallyCleanedDigit()};
 }
 
-void PreferencesAppSettings::setTotallyCleaned(uint64_t count) {
-    preferences_.setTotallyCleaned(count);
-}
-
-int64_t PreferencesAppSettings::totallyCleanedDigit() {
-    return preferences_.totallyCleanedDigit();
-}
-
-void PreferencesAppSettings::setTotallyCleanedDigit(int64_t digit) {
-    preferences_.setTotallyCleanedDigit(digit);
+void PreferencesAppSettings::setTotallyCleaned(RunningTotal total) {
+    // The digit rises once in a great while; only the count changes with
+    // every cleaning.
+    if (total.digit != preferences_.totallyCleanedDigit()) {
+        preferences_.setTotallyCleanedDigit(total.digit);
+    }
+    preferences_.setTotallyCleaned(total.count);
 }
 
 bool PreferencesAppSettings::isFirstRun() {

@@ -27,10 +27,8 @@ public:
     void setLastTimeCleaned(uint64_t bytes) override;
     uint64_t maxCleaned() override;
     void setMaxCleaned(uint64_t bytes) override;
-    uint64_t totallyCleaned() override;
-    void setTotallyCleaned(uint64_t count) override;
-    int64_t totallyCleanedDigit() override;
-    void setTotallyCleanedDigit(int64_t digit) override;
+    RunningTotal totallyCleaned() override;
+    void setTotallyCleaned(RunningTotal total) override;
     bool isFirstRun() override;
     bool isWelcomeShown() override;
     QString bundleBuild() override;

@@ -235,12 +235,7 @@ void QRMAppDelegate::setMemoryCleaningInProgress(bool inProgress) {
             if (freed > settings_.maxCleaned()) {
                 settings_.setMaxCleaned(freed);
             }
-            const RunningTotal total =
-                addFreedBytes({settings_.totallyCleaned(), settings_.totallyCleanedDigit()}, freed);
-            if (total.digit != settings_.totallyCleanedDigit()) {
-                settings_.setTotallyCleanedDigit(total.digit);
-            }
-            settings_.setTotallyCleaned(total.count);
+            settings_.setTotallyCleaned(addFreedBytes(settings_.totallyCleaned(), freed));
         }
         statusMenu_.cleanMemoryNow->setTitle(localized_(QStringLiteral("CleanMemoryNow")));
         statusMenu_.cleanMemoryNow->setEnabled(true);
@@ -343,7 +338,7 @@ void QRMAppDelegate::refreshStatusItemImage() {
 }
 
 QString QRMAppDelegate::getTotallyCleanedString() const {
-    return totallyCleanedString({settings_.totallyCleaned(), settings_.totallyCleanedDigit()});
+    return totallyCleanedString(settings_.totallyCleaned());
 }
 
 void QRMAppDelegate::languageDidChanged() {

@@ -9,6 +9,7 @@
 #include <QHash>
 #include <QUrl>
 
+#include "CaseName.h"
 #include "app/AppSettings.h"
 #include "app/MemoryEngine.h"
 #include "app/QRMAppDelegate.h"
@@ -103,10 +104,11 @@ struct FakeSettings : AppSettings {
     void setLastTimeCleaned(uint64_t bytes) override { last = bytes; }
     uint64_t maxCleaned() override { return max; }
     void setMaxCleaned(uint64_t bytes) override { max = bytes; }
-    uint64_t totallyCleaned() override { return total; }
-    void setTotallyCleaned(uint64_t count) override { total = count; }
-    int64_t totallyCleanedDigit() override { return digit; }
-    void setTotallyCleanedDigit(int64_t d) override { digit = d; }
+    RunningTotal totallyCleaned() override { return {total, digit}; }
+    void setTotallyCleaned(RunningTotal t) override {
+        total = t.count;
+        digit = t.digit;
+    }
     bool isFirstRun() override { return build.isEmpty(); }
     bool isWelcomeShown() override { return welcomeShown; }
     QString bundleBuild() override { return build; }
@@ -117,8 +119,7 @@ struct FakeStatusItem : StatusItemView {
     std::vector<QString> titles;
     QImage image;
     bool isTemplate = false;
-    int images = 0;
-    QRMMenu *menu = nullptr;
+    int images = 0;  // redraws, counted by the benchmark
 
     void setTitle(const QString &title) override { titles.push_back(title); }
     void setImage(const QImage &i, bool t) override {
@@ -126,18 +127,13 @@ struct FakeStatusItem : StatusItemView {
         isTemplate = t;
         ++images;
     }
-    void setMenu(QRMMenu *m) override { menu = m; }
-};
-
-struct Notification {
-    QString title, text, sound;
+    void setMenu(QRMMenu *) override {}
 };
 
 struct FakeNotifier : UserNotifier {
-    std::vector<Notification> sent;
-    void showNotificationWithTitle(const QString &title, const QString &text,
-                                   const QString &sound) override {
-        sent.push_back({title, text, sound});
+    std::vector<QString> sent;  // the texts; the end-to-end test sees the rest
+    void showNotificationWithTitle(const QString &, const QString &text, const QString &) override {
+        sent.push_back(text);
     }
 };
 
@@ -154,15 +150,14 @@ struct FakeUrlOpener : UrlOpener {
 };
 
 // Words that differ from their keys, so a test sees which key was used.
-inline Localizer fakeLocalizer(QHash<QString, QString> table = {
-                                   {"language", "en"},
-                                   {"Cleaning", "Cleaning"},
-                                   {"Cleaned", "cleaned"},
-                                   {"NothingtoClean", "Nothing to clean"},
-                                   {"CleanMemoryNow", "Clean memory now"},
-                                   {"Free", "Free"},
-                               }) {
-    return [table](const QString &key) { return table.value(key, key); };
+inline Localizer fakeLocalizer() {
+    return [](const QString &key) {
+        static const QHash<QString, QString> table{{"language", "en"},
+                                                   {"Cleaned", "cleaned"},
+                                                   {"NothingtoClean", "Nothing to clean"},
+                                                   {"CleanMemoryNow", "Clean memory now"}};
+        return table.value(key, key);
+    };
 }
 
 // Everything a controller needs, with the cleaning started inline.

@@ -72,7 +72,7 @@ INSTANTIATE_TEST_SUITE_P(
                                    "Зашифровано: Нет", "ru"},
                       LanguageCase{"Ukrainian", "ukr", "Вийти", "Вільно: 0.00 %", "Очищення...",
                                    "Зашифровано: Ні", "uk"}),
-    [](const auto &info) { return std::string(info.param.name); });
+    caseName);
 
 TEST_F(Languages, SwitchRetitlesTheOpenMenuAtOnce) {
     auto delegate = rig.start();

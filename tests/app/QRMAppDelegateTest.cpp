@@ -26,113 +26,88 @@ protected:
         ASSERT_TRUE(changed.wait());
     }
 
+    // The command and the refresh are back as before the cleaning.
+    void expectIdle() {
+        EXPECT_FALSE(delegate->memoryCleaningInProgress());
+        EXPECT_TRUE(cleanItem()->isEnabled());
+        EXPECT_EQ(cleanItem()->title(), "Clean memory now");
+        EXPECT_TRUE(delegate->refreshMemoryInfoTimer().isActive());
+    }
+
     QRMMenuItem *cleanItem() { return delegate->statusMenu().cleanMemoryNow; }
 
     ControllerRig rig;
     std::unique_ptr<QRMAppDelegate> delegate;
 };
 
-TEST_F(CleaningController, CleaningStopsTheRefreshAndShowsProgress) {
-    ASSERT_TRUE(delegate->refreshMemoryInfoTimer().isActive());
+TEST_F(CleaningController, BusyCleaningStopsTheRefreshAndDropsRequests) {
+    delegate->cleanMemoryNow();
     delegate->cleanMemoryNow();
 
-    EXPECT_TRUE(delegate->memoryCleaningInProgress());
     EXPECT_EQ(rig.engine.cleaningRequests, 1);
+    EXPECT_TRUE(delegate->memoryCleaningInProgress());
     EXPECT_FALSE(delegate->refreshMemoryInfoTimer().isActive());
     EXPECT_FALSE(cleanItem()->isEnabled());
     EXPECT_EQ(cleanItem()->title(), "Cleaning...");
     EXPECT_EQ(rig.statusItem.titles.back(), "Cleaning...");
-
     // The refresh tick takes no sample while the engine works.
     const int refreshes = rig.engine.refreshes;
     delegate->refreshMemoryInfo();
     EXPECT_EQ(rig.engine.refreshes, refreshes);
 }
 
-TEST_F(CleaningController, RequestWhileCleaningIsDropped) {
-    delegate->cleanMemoryNow();
-    delegate->cleanMemoryNow();
-    EXPECT_EQ(rig.engine.cleaningRequests, 1);
-}
+// Each row cleans once from the stored statistics last 7 B, max storedMax,
+// total 1 MiB.
+struct OutcomeCase {
+    const char *name;
+    uint64_t freeBeforeMiB, freeAfterMiB;
+    bool notifications;
+    uint64_t storedMaxMiB;
+    uint64_t lastMiB, maxMiB, totalMiB;
+    const char *title;
+};
 
-TEST_F(CleaningController, EveryCompletedCleaningIsAUsageEvent) {
-    delegate->cleanMemoryNow();
-    finishCleaning(recordWith(1000 * kMiB));
-    delegate->cleanMemoryNow();
-    finishCleaning(recordWith(1500 * kMiB));
-    EXPECT_EQ(rig.usageEvents.cleanings, 2);
-}
+class CleaningOutcome : public CleaningController,
+                        public ::testing::WithParamInterface<OutcomeCase> {};
 
-TEST_F(CleaningController, FreedMemoryIsRecordedAndAnnounced) {
-    rig.settings.max = 100 * kMiB;
-    delegate->cleanMemoryNow();
-    finishCleaning(recordWith(1512 * kMiB));
-
-    const uint64_t freed = 512 * kMiB;
-    EXPECT_FALSE(delegate->memoryCleaningInProgress());
-    EXPECT_EQ(rig.settings.last, freed);
-    EXPECT_EQ(rig.settings.max, freed);
-    EXPECT_EQ(rig.settings.total, freed);
-    EXPECT_EQ(rig.statusItem.titles.back(), "512.00 MB cleaned");
-    ASSERT_EQ(rig.notifier.sent.size(), 1u);
-    EXPECT_EQ(rig.notifier.sent[0].title, "Tarnwell");
-    EXPECT_EQ(rig.notifier.sent[0].text, "512.00 MB cleaned");
-    EXPECT_EQ(rig.notifier.sent[0].sound, "message-new-instant");
-    EXPECT_TRUE(cleanItem()->isEnabled());
-    EXPECT_EQ(cleanItem()->title(), "Clean memory now");
-    EXPECT_TRUE(delegate->refreshMemoryInfoTimer().isActive());
-}
-
-TEST_F(CleaningController, SmallerCleaningKeepsTheMaximum) {
-    rig.settings.max = 900 * kMiB;
-    delegate->cleanMemoryNow();
-    finishCleaning(recordWith(1100 * kMiB));
-    EXPECT_EQ(rig.settings.last, 100 * kMiB);
-    EXPECT_EQ(rig.settings.max, 900 * kMiB);
-}
-
-TEST_F(CleaningController, NothingFreedShowsNothingToClean) {
+TEST_P(CleaningOutcome, IsRecordedAndAnnounced) {
+    const OutcomeCase &c = GetParam();
+    rig.settings.notifications = c.notifications;
     rig.settings.last = 7;
-    rig.settings.max = 9;
-    rig.settings.total = 11;
+    rig.settings.max = c.storedMaxMiB * kMiB;
+    rig.settings.total = kMiB;
+    rig.engine.current = recordWith(c.freeBeforeMiB * kMiB);
     delegate->cleanMemoryNow();
-    finishCleaning(recordWith(1000 * kMiB));
+    finishCleaning(recordWith(c.freeAfterMiB * kMiB));
 
-    EXPECT_EQ(rig.statusItem.titles.back(), "Nothing to clean");
-    EXPECT_EQ(rig.settings.last, 0u);
-    EXPECT_EQ(rig.settings.max, 9u);
-    EXPECT_EQ(rig.settings.total, 11u);
-    EXPECT_TRUE(rig.notifier.sent.empty());
-    EXPECT_TRUE(cleanItem()->isEnabled());
-    EXPECT_TRUE(delegate->refreshMemoryInfoTimer().isActive());
-}
-
-TEST_F(CleaningController, NotificationsCanBeTurnedOff) {
-    rig.settings.notifications = false;
-    delegate->cleanMemoryNow();
-    finishCleaning(recordWith(2000 * kMiB));
-    EXPECT_TRUE(rig.notifier.sent.empty());
-    EXPECT_EQ(rig.settings.last, 1000 * kMiB);
-}
-
-TEST_F(CleaningController, IconOnlyTitleIsNeverTouched) {
-    rig.settings.textType = 0;
-    const size_t titles = rig.statusItem.titles.size();
-    delegate->cleanMemoryNow();
-    finishCleaning(recordWith(2000 * kMiB));
-    delegate->cleanMemoryNow();
-    finishCleaning(recordWith(2000 * kMiB));
-    // Only the refreshes wrote the (empty) title.
-    for (size_t i = titles; i < rig.statusItem.titles.size(); ++i) {
-        EXPECT_EQ(rig.statusItem.titles[i], "");
+    expectIdle();
+    EXPECT_EQ(rig.statusItem.titles.back(), QString::fromUtf8(c.title));
+    EXPECT_EQ(rig.settings.last, c.lastMiB * kMiB);
+    EXPECT_EQ(rig.settings.max, c.maxMiB * kMiB);
+    EXPECT_EQ(rig.settings.total, c.totalMiB * kMiB);
+    const bool announced = c.notifications && c.lastMiB != 0;
+    ASSERT_EQ(rig.notifier.sent.size(), announced ? 1u : 0u);
+    if (announced) {
+        EXPECT_EQ(rig.notifier.sent[0], c.title);
     }
+    EXPECT_EQ(rig.usageEvents.cleanings, 1);
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Cleanings, CleaningOutcome,
+    ::testing::Values(
+        OutcomeCase{"NewMaximum", 1000, 1512, true, 100, 512, 512, 513, "512.00 MB cleaned"},
+        OutcomeCase{"SmallerKeepsTheMaximum", 1000, 1100, true, 900, 100, 900, 101,
+                    "100.00 MB cleaned"},
+        OutcomeCase{"NotificationsOff", 1000, 2000, false, 0, 1000, 1000, 1001, "0.98 GB cleaned"},
+        OutcomeCase{"NothingFreed", 1000, 1000, true, 9, 0, 9, 1, "Nothing to clean"},
+        OutcomeCase{"LessFreeAfter", 1000, 900, true, 9, 0, 9, 1, "Nothing to clean"}),
+    caseName);
 
 TEST_F(CleaningController, ChainedThresholdCleaningsCountAsOne) {
     rig.settings.freeChecked = true;
     rig.settings.freeThreshold = 1024;
     delegate->cleanMemoryNow();
-    ASSERT_EQ(rig.engine.cleaningRequests, 1);
 
     // Still below the threshold after the first cleaning: the policy starts
     // the next one straight away, and nothing is recorded yet.
@@ -145,43 +120,22 @@ TEST_F(CleaningController, ChainedThresholdCleaningsCountAsOne) {
     EXPECT_FALSE(delegate->refreshMemoryInfoTimer().isActive());
 
     finishCleaning(recordWith(3000 * kMiB));
-    EXPECT_FALSE(delegate->memoryCleaningInProgress());
+    expectIdle();
     // Measured from the first cleaning's "before".
     EXPECT_EQ(rig.settings.last, 2000 * kMiB);
     EXPECT_EQ(rig.settings.total, 2000 * kMiB);
     EXPECT_EQ(rig.notifier.sent.size(), 1u);
-    EXPECT_TRUE(cleanItem()->isEnabled());
+    EXPECT_EQ(rig.usageEvents.cleanings, 2);
 }
 
-TEST_F(CleaningController, HandBackFromTheCleaningThread) {
+TEST_F(CleaningController, RunningTotalKeepsItsStoredDigit) {
+    rig.settings.total = 5;
+    rig.settings.digit = 1;
+    rig.engine.current = recordWith(2048);
     delegate->cleanMemoryNow();
-    rig.engine.nextSample = recordWith(1100 * kMiB);
-    QSignalSpy changed(delegate.get(), &QRMAppDelegate::memoryCleaningInProgressChanged);
-    std::thread cleaningThread([this] { rig.engine.announceCleaned(); });
-    cleaningThread.join();
-    // Nothing happens on the cleaning thread itself.
-    EXPECT_TRUE(delegate->memoryCleaningInProgress());
-    ASSERT_TRUE(changed.wait());
-    EXPECT_FALSE(delegate->memoryCleaningInProgress());
-    EXPECT_EQ(rig.settings.last, 100 * kMiB);
-}
-
-TEST_F(CleaningController, NoRoomAboveTheReserveEndsAsNothingToClean) {
-    rig.engine.refusal = CleaningRefusal::NoRoomAboveReserve;
-    QSignalSpy changed(delegate.get(), &QRMAppDelegate::memoryCleaningInProgressChanged);
-    delegate->cleanMemoryNow();
-    ASSERT_TRUE(changed.wait());  // the hand-back after "in progress"
-    EXPECT_FALSE(delegate->memoryCleaningInProgress());
-    EXPECT_EQ(rig.statusItem.titles.back(), "Nothing to clean");
-    EXPECT_TRUE(cleanItem()->isEnabled());
-}
-
-TEST_F(CleaningController, OtherRefusalsLeaveTheCleaningPending) {
-    rig.engine.refusal = CleaningRefusal::AlreadyCleaning;
-    delegate->cleanMemoryNow();
-    QCoreApplication::processEvents();
-    EXPECT_TRUE(delegate->memoryCleaningInProgress());
-    EXPECT_FALSE(cleanItem()->isEnabled());
+    finishCleaning(recordWith(4096));
+    EXPECT_EQ(rig.settings.total, 7u);
+    EXPECT_EQ(rig.settings.digit, 1);
 }
 
 TEST_F(CleaningController, ZeroFreeMemoryRecordsNothing) {
@@ -192,23 +146,51 @@ TEST_F(CleaningController, ZeroFreeMemoryRecordsNothing) {
     EXPECT_TRUE(rig.notifier.sent.empty());
 }
 
-TEST_F(CleaningController, RunningTotalUsesTheStoredDigit) {
-    rig.settings.total = 5;
-    rig.settings.digit = 1;
-    rig.engine.current = recordWith(2048);
+TEST_F(CleaningController, IconOnlyTitleIsNeverTouched) {
+    rig.settings.textType = 0;
+    const size_t titles = rig.statusItem.titles.size();
     delegate->cleanMemoryNow();
-    finishCleaning(recordWith(4096));
-    EXPECT_EQ(rig.settings.total, 7u);
-    EXPECT_EQ(rig.settings.digit, 1);
+    finishCleaning(recordWith(2000 * kMiB));
+    // Only the refreshes wrote the (empty) title.
+    for (size_t i = titles; i < rig.statusItem.titles.size(); ++i) {
+        EXPECT_EQ(rig.statusItem.titles[i], "");
+    }
+}
+
+TEST_F(CleaningController, HandBackFromTheCleaningThread) {
+    delegate->cleanMemoryNow();
+    rig.engine.nextSample = recordWith(1100 * kMiB);
+    QSignalSpy changed(delegate.get(), &QRMAppDelegate::memoryCleaningInProgressChanged);
+    std::thread([this] { rig.engine.announceCleaned(); }).join();
+    // Nothing happens on the cleaning thread itself.
+    EXPECT_TRUE(delegate->memoryCleaningInProgress());
+    ASSERT_TRUE(changed.wait());
+    expectIdle();
+    EXPECT_EQ(rig.settings.last, 100 * kMiB);
+}
+
+TEST_F(CleaningController, NoRoomAboveTheReserveEndsAsNothingToClean) {
+    rig.engine.refusal = CleaningRefusal::NoRoomAboveReserve;
+    QSignalSpy changed(delegate.get(), &QRMAppDelegate::memoryCleaningInProgressChanged);
+    delegate->cleanMemoryNow();
+    ASSERT_TRUE(changed.wait());  // the hand-back after "in progress"
+    expectIdle();
+    EXPECT_EQ(rig.statusItem.titles.back(), "Nothing to clean");
+}
+
+TEST_F(CleaningController, OtherRefusalsLeaveTheCleaningPending) {
+    rig.engine.refusal = CleaningRefusal::AlreadyCleaning;
+    delegate->cleanMemoryNow();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(delegate->memoryCleaningInProgress());
+    EXPECT_FALSE(cleanItem()->isEnabled());
 }
 
 TEST_F(CleaningController, TimersFollowTheSettings) {
     EXPECT_EQ(delegate->refreshMemoryInfoTimer().interval(), 5000);
     EXPECT_FALSE(delegate->autoCleanEveryTimeTimer().isActive());
     rig.settings.everyTimeChecked = true;
-    rig.settings.everyTime = 10;
     delegate->applicationDidFinishLaunching();
-    EXPECT_TRUE(delegate->autoCleanEveryTimeTimer().isActive());
     EXPECT_EQ(delegate->autoCleanEveryTimeTimer().interval(), 600000);
     delegate->invalidateAutoCleanEveryTimeTimer();
     EXPECT_FALSE(delegate->autoCleanEveryTimeTimer().isActive());
@@ -219,8 +201,8 @@ TEST_F(CleaningController, TimersFollowTheSettings) {
     EXPECT_EQ(delegate->refreshMemoryInfoTimer().interval(), 1000);
 }
 
-// Threshold policy: free must fall strictly below its threshold, inactive
-// rise strictly above it, both in whole MiB.
+// Free must fall strictly below its threshold, inactive rise strictly above
+// it, both in whole MiB. A start-up row checks the very first sample too.
 struct ThresholdCase {
     const char *name;
     bool freeChecked;
@@ -228,6 +210,7 @@ struct ThresholdCase {
     bool inactiveChecked;
     uint64_t inactiveMiB;
     int expectedCleanings;
+    bool atStartUp = false;
 };
 
 class ThresholdPolicy : public ::testing::TestWithParam<ThresholdCase> {};
@@ -239,13 +222,16 @@ TEST_P(ThresholdPolicy, CleansWhenCrossed) {
     rig.settings.freeThreshold = 1024;
     rig.settings.inactiveChecked = c.inactiveChecked;
     rig.settings.inactiveThreshold = 1024;
-    rig.engine.nextSample = recordWith(4000 * kMiB);
-    auto delegate = rig.start();
-    ASSERT_EQ(rig.engine.cleaningRequests, 0);
-
     // Half a MiB more must not matter: the comparison is on whole MiB.
-    rig.engine.nextSample = recordWith(c.freeMiB * kMiB + kMiB / 2, c.inactiveMiB * kMiB + 1);
-    delegate->refreshMemoryInfo();
+    const QRMStatisticsRecord sample =
+        recordWith(c.freeMiB * kMiB + kMiB / 2, c.inactiveMiB * kMiB + 1);
+    rig.engine.nextSample = c.atStartUp ? sample : recordWith(4000 * kMiB);
+    auto delegate = rig.start();
+    if (!c.atStartUp) {
+        ASSERT_EQ(rig.engine.cleaningRequests, 0);
+        rig.engine.nextSample = sample;
+        delegate->refreshMemoryInfo();
+    }
     EXPECT_EQ(rig.engine.cleaningRequests, c.expectedCleanings);
 }
 
@@ -257,18 +243,8 @@ INSTANTIATE_TEST_SUITE_P(
                       ThresholdCase{"InactiveAtThreshold", false, 4000, true, 1024, 0},
                       ThresholdCase{"InactiveJustAbove", false, 4000, true, 1025, 1},
                       ThresholdCase{"BothMetCleansOnce", true, 10, true, 3000, 1},
-                      ThresholdCase{"NeitherMet", true, 2000, true, 100, 0}),
-    [](const auto &info) { return std::string(info.param.name); });
-
-TEST(ControllerStartUp, FirstSampleCanStartACleaning) {
-    ControllerRig rig;
-    rig.settings.freeChecked = true;
-    rig.settings.freeThreshold = 1024;
-    rig.engine.nextSample = recordWith(10 * kMiB);
-    auto delegate = rig.start();
-    EXPECT_EQ(rig.engine.cleaningRequests, 1);
-    EXPECT_TRUE(delegate->memoryCleaningInProgress());
-}
+                      ThresholdCase{"FirstSampleAtStartUp", true, 10, false, 0, 1, true}),
+    caseName);
 
 struct WelcomeCase {
     const char *name;
@@ -298,7 +274,7 @@ INSTANTIATE_TEST_SUITE_P(Launches, WelcomePage,
                          ::testing::Values(WelcomeCase{"FirstLaunch", false, "", true},
                                            WelcomeCase{"SameBuild", true, kBuildNumber, false},
                                            WelcomeCase{"Updated", true, "0", true}),
-                         [](const auto &info) { return std::string(info.param.name); });
+                         caseName);
 
 }  // namespace
 }  // namespace tarnwell::testing

@@ -31,29 +31,15 @@ bool isOpaque(const QColor &c, const QColor &expected) {
 constexpr double kInside = 5.0;  // points from the centre; the radius is 8
 constexpr double kOutside = 10.0;
 
-TEST(PieChartBlack, ImageGeometry) {
-    const QImage image = pieChartIconBlack(50);
-    EXPECT_EQ(image.size(), QSize(44, 44));
-    EXPECT_EQ(image.devicePixelRatio(), 2.0);
-    EXPECT_TRUE(isTransparent(image.pixelColor(0, 0)));
-}
-
-TEST(PieChartBlack, NoFreeMemoryIsASolidDisc) {
-    const QImage image = pieChartIconBlack(0);
-    for (double degrees = 10; degrees < 360; degrees += 30) {
-        SCOPED_TRACE(degrees);
-        EXPECT_TRUE(isOpaque(pixelAt(image, degrees, kInside), Qt::black));
-        EXPECT_TRUE(isTransparent(pixelAt(image, degrees, kOutside)));
-    }
-}
-
-TEST(PieChartBlack, AllFreeIsAnOutlineOnly) {
-    for (double percent : {100.0, 150.0}) {
+TEST(PieChartBlack, SolidWithNothingFreeOutlineOnlyWhenAllFree) {
+    for (double percent : {0.0, 100.0, 150.0}) {
         const QImage image = pieChartIconBlack(percent);
         for (double degrees = 10; degrees < 360; degrees += 30) {
-            SCOPED_TRACE(degrees);
-            EXPECT_TRUE(isTransparent(pixelAt(image, degrees, kInside)));
+            SCOPED_TRACE(::testing::Message() << percent << " % at " << degrees);
+            const QColor inside = pixelAt(image, degrees, kInside);
+            EXPECT_TRUE(percent == 0 ? isOpaque(inside, Qt::black) : isTransparent(inside));
             EXPECT_GT(pixelAt(image, degrees, kPieChartRadius).alpha(), 200);
+            EXPECT_TRUE(isTransparent(pixelAt(image, degrees, kOutside)));
         }
     }
 }

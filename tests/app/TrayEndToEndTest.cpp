@@ -5,9 +5,7 @@
 // the notification arrive. The program reads a small captured /proc whose
 // free memory the test raises before the click, so the cleaning frees a
 // known amount without touching more than a few MiB of real memory.
-#include <csignal>
 #include <filesystem>
-#include <fstream>
 
 #include <QDBusAbstractAdaptor>
 #include <QDBusArgument>
@@ -16,14 +14,14 @@
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusVariant>
-#include <QProcess>
 #include <QRegularExpression>
+#include <QSaveFile>
 #include <QSettings>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 
-#include <gtest/gtest.h>
+#include "ThrowAwayRun.h"
 
+namespace tarnwell::testing {
 namespace {
 
 class TestWatcher : public QObject, protected QDBusContext {
@@ -37,13 +35,11 @@ public:
     bool isHostRegistered() const { return true; }
     QStringList items() const { return items_; }
 
-    // The service the item registered and the bus name that sent it.
-    QString service;
+    // The bus name that registered the item.
     QString sender;
 
 public slots:
     void RegisterStatusNotifierItem(const QString &itemService) {
-        service = itemService;
         sender = message().service();
         items_ << itemService;
         emit StatusNotifierItemRegistered(itemService);
@@ -66,13 +62,6 @@ public slots:
                 const QStringList &, const QVariantMap &hints, int) {
         emit notified(summary, body, hints.value("sound-name").toString());
         return 1;
-    }
-    QStringList GetCapabilities() { return {"body", "sound"}; }
-    QString GetServerInformation(QString &vendor, QString &version, QString &protocolVersion) {
-        vendor = "test";
-        version = "1";
-        protocolVersion = "1.2";
-        return "tarnwell-test";
     }
 
 signals:
@@ -120,26 +109,25 @@ const LayoutItem *findByLabel(const LayoutItem &root, const QString &label) {
     return nullptr;
 }
 
-// A captured /proc and /sys with free and inactive memory set by the test.
-void writeMeminfo(const std::filesystem::path &proc, uint64_t memFreeKiB) {
-    std::ifstream in(std::filesystem::path(TARNWELL_TEST_DATA_DIR) /
-                     "memory/debian12-6.18-noswap/proc/meminfo");
-    std::string text((std::istreambuf_iterator<char>(in)), {});
-    auto set = [&text](const std::string &key, uint64_t kib) {
-        QString q = QString::fromStdString(text);
-        q.replace(QRegularExpression("^" + QRegularExpression::escape(QString::fromStdString(key)) +
-                                         ":\\s+\\d+ kB$",
-                                     QRegularExpression::MultilineOption),
-                  QStringLiteral("%1: %2 kB").arg(QString::fromStdString(key)).arg(kib));
-        text = q.toStdString();
-    };
-    set("MemTotal", 1024 * 1024);
-    set("MemFree", memFreeKiB);
-    set("MemAvailable", 400 * 1024);
-    set("Inactive", 4096);
-    const auto temporary = proc / "meminfo.new";
-    std::ofstream(temporary) << text;
-    std::filesystem::rename(temporary, proc / "meminfo");
+// The captured meminfo with the figures the test sets, replaced in one step
+// so the program never reads half a file.
+void writeMeminfo(const QString &proc, uint64_t memFreeKiB) {
+    QFile capture(TARNWELL_TEST_DATA_DIR "/memory/debian12-6.18-noswap/proc/meminfo");
+    ASSERT_TRUE(capture.open(QIODevice::ReadOnly));
+    QString text = QString::fromLatin1(capture.readAll());
+    const std::pair<const char *, uint64_t> figures[] = {{"MemTotal", 1024 * 1024},
+                                                         {"MemFree", memFreeKiB},
+                                                         {"MemAvailable", 400 * 1024},
+                                                         {"Inactive", 4096}};
+    for (const auto &[key, kib] : figures) {
+        text.replace(QRegularExpression(QStringLiteral("^%1:\\s+\\d+ kB$").arg(key),
+                                        QRegularExpression::MultilineOption),
+                     QStringLiteral("%1: %2 kB").arg(key).arg(kib));
+    }
+    QSaveFile meminfo(proc + "/meminfo");
+    ASSERT_TRUE(meminfo.open(QIODevice::WriteOnly));
+    meminfo.write(text.toLatin1());
+    ASSERT_TRUE(meminfo.commit());
 }
 
 class TrayEndToEnd : public ::testing::Test {
@@ -148,17 +136,14 @@ protected:
         if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) {
             GTEST_SKIP() << "needs its own session bus (run under dbus-run-session)";
         }
-        ASSERT_TRUE(home.isValid());
-        const std::filesystem::path root = home.filePath("memory").toStdString();
-        const std::filesystem::path capture =
-            std::filesystem::path(TARNWELL_TEST_DATA_DIR) / "memory/debian12-6.18-noswap";
-        std::filesystem::create_directories(root);
-        std::filesystem::copy(capture, root, std::filesystem::copy_options::recursive);
-        proc = root / "proc";
+        const QString root = run.home.filePath("memory");
+        std::filesystem::copy(TARNWELL_TEST_DATA_DIR "/memory/debian12-6.18-noswap",
+                              root.toStdString(), std::filesystem::copy_options::recursive);
+        proc = root + "/proc";
         writeMeminfo(proc, 4096);
 
         // No periodic sample may replace the "before" figure during the test.
-        QSettings settings(home.filePath("config/Tarnwell/Tarnwell.conf"), QSettings::IniFormat);
+        QSettings settings(run.settingsFile(), QSettings::IniFormat);
         settings.setValue("refreshRate", 3600);
         settings.setValue("statusBarText", 2);
         settings.sync();
@@ -174,37 +159,17 @@ protected:
                                        QDBusConnection::ExportAllContents));
         ASSERT_TRUE(bus.registerService("org.freedesktop.Notifications"));
 
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("HOME", home.path());
-        env.insert("XDG_CONFIG_HOME", home.filePath("config"));
-        env.insert("XDG_DATA_HOME", home.filePath("data"));
-        env.insert("XDG_CACHE_HOME", home.filePath("cache"));
-        // Usage events stay on this machine: nothing listens on the discard port.
-        env.insert("TARNWELL_EVENTS_URL", "http://127.0.0.1:9/events");
-        env.insert("XDG_RUNTIME_DIR", home.filePath("runtime"));
-        QDir().mkpath(home.filePath("runtime"));
-        QFile::setPermissions(home.filePath("runtime"), QFileDevice::ReadOwner |
-                                                            QFileDevice::WriteOwner |
-                                                            QFileDevice::ExeOwner);
-        env.insert("LC_ALL", "C.UTF-8");
-        env.remove("LANGUAGE");
-        env.insert("DISPLAY", ":9999");  // a desktop session, drawn offscreen
-        env.insert("QT_QPA_PLATFORM", "offscreen");
-        env.insert("TARNWELL_MEMORY_ROOT", QString::fromStdString(root.string()));
-        process.setProcessEnvironment(env);
-        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    }
-
-    void TearDown() override {
-        if (process.state() != QProcess::NotRunning) {
-            process.kill();
-            process.waitForFinished();
-        }
-        QDBusConnection bus = QDBusConnection::sessionBus();
-        bus.unregisterService("org.kde.StatusNotifierWatcher");
-        bus.unregisterService("org.freedesktop.Notifications");
-        bus.unregisterObject("/StatusNotifierWatcher");
-        bus.unregisterObject("/org/freedesktop/Notifications");
+        const QString runtime = run.home.filePath("runtime");
+        QDir().mkpath(runtime);
+        QFile::setPermissions(
+            runtime, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        run.env.insert("XDG_RUNTIME_DIR", runtime);
+        run.env.insert("LC_ALL", "C.UTF-8");
+        run.env.remove("LANGUAGE");
+        run.env.insert("DISPLAY", ":9999");  // a desktop session, drawn offscreen
+        run.env.insert("QT_QPA_PLATFORM", "offscreen");
+        run.env.insert("TARNWELL_MEMORY_ROOT", root);
+        run.process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     }
 
     // Waits until the item's label reads as expected; the item announces
@@ -232,19 +197,17 @@ protected:
         return reply.arguments().value(0).value<QDBusVariant>().variant();
     }
 
-    QTemporaryDir home;
-    std::filesystem::path proc;
+    ThrowAwayRun run;
+    QString proc;
     LabelListener labelListener;
     QSignalSpy labelChanges{&labelListener, &LabelListener::changed};
     TestWatcher watcher;
     TestNotifications notifications;
-    QProcess process;
 };
 
 TEST_F(TrayEndToEnd, CleanFromTheMenuNotifies) {
     QSignalSpy registered(&watcher, &TestWatcher::StatusNotifierItemRegistered);
-    process.start(QStringLiteral(TARNWELL_BINARY_DIR "/src/tarnwell"), {});
-    ASSERT_TRUE(process.waitForStarted());
+    run.start();
     ASSERT_TRUE(registered.wait(30000));
 
     ASSERT_TRUE(waitForLabel("4.00 MB"));
@@ -275,16 +238,14 @@ TEST_F(TrayEndToEnd, CleanFromTheMenuNotifies) {
     EXPECT_EQ(notified[0][1].toString(), "96.00 MB cleaned");
     EXPECT_EQ(notified[0][2].toString(), "message-new-instant");
 
-    ASSERT_EQ(::kill(pid_t(process.processId()), SIGTERM), 0);
-    ASSERT_TRUE(process.waitForFinished(30000));
-    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(process.exitCode(), 0);
+    run.stopWith(SIGTERM);
 
     // The statistics were stored where the next run finds them.
-    QSettings stored(home.filePath("config/Tarnwell/Tarnwell.conf"), QSettings::IniFormat);
+    QSettings stored(run.settingsFile(), QSettings::IniFormat);
     EXPECT_EQ(stored.value("lastTimeCleaned").toULongLong(), 96ull << 20);
 }
 
 }  // namespace
+}  // namespace tarnwell::testing
 
 #include "TrayEndToEndTest.moc"

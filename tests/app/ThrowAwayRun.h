@@ -1,0 +1,55 @@
+#pragma once
+
+#include <csignal>
+
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace tarnwell::testing {
+
+// The real executable in a throw-away home: its settings, data and caches go
+// to a temporary folder, its usage events nowhere (nothing listens on the
+// discard port), and it never reaches the desktop the tests run in.
+struct ThrowAwayRun {
+    QTemporaryDir home;
+    QProcess process;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+
+    ThrowAwayRun() {
+        env.insert("HOME", home.path());
+        env.insert("XDG_CONFIG_HOME", home.filePath("config"));
+        env.insert("XDG_DATA_HOME", home.filePath("data"));
+        env.insert("XDG_CACHE_HOME", home.filePath("cache"));
+        env.insert("TARNWELL_EVENTS_URL", "http://127.0.0.1:9/events");
+        env.remove("WAYLAND_DISPLAY");
+        env.remove("DISPLAY");
+    }
+
+    ~ThrowAwayRun() {
+        if (process.state() != QProcess::NotRunning) {
+            process.kill();
+            process.waitForFinished();
+        }
+    }
+
+    QString settingsFile() const { return home.filePath("config/Tarnwell/Tarnwell.conf"); }
+
+    void start(const QStringList &arguments = {}) {
+        ASSERT_TRUE(home.isValid());
+        process.setProcessEnvironment(env);
+        process.start(QStringLiteral(TARNWELL_BINARY_DIR "/src/tarnwell"), arguments);
+        ASSERT_TRUE(process.waitForStarted());
+    }
+
+    // Ends the program as a user or the session would: it must exit cleanly.
+    void stopWith(int signal) {
+        ASSERT_EQ(::kill(pid_t(process.processId()), signal), 0);
+        ASSERT_TRUE(process.waitForFinished(30000));
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(process.exitCode(), 0);
+    }
+};
+
+}  // namespace tarnwell::testing
