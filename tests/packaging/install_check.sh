@@ -1,15 +1,10 @@
 #!/usr/bin/env bash
 # install_check.sh BUILD_DIR: installs into a throw-away DESTDIR and checks what
 # a desktop, a shell and man find there.
-set -uo pipefail
-build=$1
-stage=$(mktemp -d)
-trap 'rm -rf "$stage"' EXIT
-failures=0
-fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+source "$(dirname "$0")/checks.sh"
 
-DESTDIR=$stage cmake --install "$build" --prefix /usr >/dev/null || { echo "FAIL: install"; exit 1; }
-root=$stage/usr
+DESTDIR=$scratch cmake --install "$build" --prefix /usr >/dev/null || { echo "FAIL: install"; exit 1; }
+root=$scratch/usr
 
 for path in bin/tarnwell share/applications/app.tarnwell.Tarnwell.desktop \
     share/metainfo/app.tarnwell.Tarnwell.metainfo.xml share/man/man1/tarnwell.1.gz \
@@ -23,7 +18,7 @@ for size in 16 22 24 32 48 64 128 256; do
     [ "$(file -b "$png" 2>/dev/null | cut -d, -f2)" = " $size x $size" ] || fail "icon $size: $(file -b "$png")"
 done
 # Nothing outside the prefix, nothing named after the build machine.
-[ "$(ls "$stage")" = usr ] || fail "installed outside /usr: $(ls "$stage")"
+[ "$(ls "$scratch")" = usr ] || fail "installed outside /usr: $(ls "$scratch")"
 grep -rlI -- "$build" "$root" && fail "the build folder's path is in the installed files"
 
 desktop=$root/share/applications/app.tarnwell.Tarnwell.desktop
@@ -47,7 +42,7 @@ done
 
 # bash completes commands, options and setting names through the installed program.
 complete_words() {
-    PATH=$root/bin:$PATH XDG_CONFIG_HOME=$stage/config bash -c '
+    PATH=$root/bin:$PATH XDG_CONFIG_HOME=$scratch/config bash -c '
         source /usr/share/bash-completion/bash_completion
         source "$1"; shift
         COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); COMP_LINE="$*"; COMP_POINT=${#COMP_LINE}
@@ -60,7 +55,7 @@ complete_words() {
     fail "stats options: '$(complete_words tarnwell stats --)'"
 [ "$(complete_words tarnwell settings refresh)" = "refreshRate " ] ||
     fail "setting names: '$(complete_words tarnwell settings refresh)'"
-[ ! -e "$stage/config/Tarnwell" ] || fail "completing a setting name wrote the settings"
+[ ! -e "$scratch/config/Tarnwell" ] || fail "completing a setting name wrote the settings"
 
 echo "install check: $failures failed"
 [ $failures -eq 0 ]

@@ -1,16 +1,11 @@
 #!/usr/bin/env bash
 # package_check.sh BUILD_DIR: builds the Debian package as README says and checks
 # its control fields, its contents and, where lintian exists, its errors.
-set -uo pipefail
-build=$1
-out=$(mktemp -d)
-trap 'rm -rf "$out"' EXIT
-failures=0
-fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+source "$(dirname "$0")/checks.sh"
 
-(cd "$out" && cpack -G DEB --config "$build/CPackConfig.cmake" -B "$out" >cpack.log 2>&1) ||
-    { cat "$out/cpack.log"; echo "FAIL: cpack"; exit 1; }
-deb=$(ls "$out"/tarnwell_*.deb 2>/dev/null | head -n 1)
+(cd "$scratch" && cpack -G DEB --config "$build/CPackConfig.cmake" -B "$scratch" >cpack.log 2>&1) ||
+    { cat "$scratch/cpack.log"; echo "FAIL: cpack"; exit 1; }
+deb=$(ls "$scratch"/tarnwell_*.deb 2>/dev/null | head -n 1)
 [ -n "$deb" ] || { echo "FAIL: no tarnwell_*.deb"; exit 1; }
 
 field() { dpkg-deb -f "$deb" "$1"; }
@@ -32,12 +27,12 @@ done
 # Everything under /usr, and no maintainer scripts: removing the package takes
 # away exactly what it brought.
 grep -v '^\./$' <<<"$contents" | grep -v '^\./usr' && fail "files outside /usr"
-dpkg-deb -e "$deb" "$out/control"
+dpkg-deb -e "$deb" "$scratch/control"
 for script in preinst postinst prerm postrm; do
-    [ ! -e "$out/control/$script" ] || fail "unexpected maintainer script $script"
+    [ ! -e "$scratch/control/$script" ] || fail "unexpected maintainer script $script"
 done
-dpkg-deb -x "$deb" "$out/tree"
-file -b "$out/tree/usr/bin/tarnwell" | grep -q 'stripped' && ! file -b "$out/tree/usr/bin/tarnwell" |
+dpkg-deb -x "$deb" "$scratch/tree"
+file -b "$scratch/tree/usr/bin/tarnwell" | grep -q 'stripped' && ! file -b "$scratch/tree/usr/bin/tarnwell" |
     grep -q 'not stripped' || fail "the executable is not stripped"
 
 if command -v lintian >/dev/null; then
