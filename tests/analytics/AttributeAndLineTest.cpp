@@ -6,6 +6,8 @@
 #include "analytics/EVTAttributeDictionary.h"
 #include "analytics/EVTEvent.h"
 
+#include "CaseName.h"
+
 namespace tarnwell {
 namespace {
 
@@ -62,7 +64,7 @@ INSTANTIATE_TEST_SUITE_P(Lengths, AttributeLength,
                          testing::Values(LengthCase{"fits", 100, false},
                                          LengthCase{"oneOver", 101, true},
                                          LengthCase{"long", 150, true}),
-                         [](const auto &info) { return std::string(info.param.name); });
+                         tarnwell::test::caseName);
 
 TEST(AttributeDictionary, BooleansBecomeTextPricesMicrosAndOtherTypesAreDropped) {
     test::MessageCapture messages;

@@ -16,6 +16,8 @@
 #include "analytics/EVTEventsController.h"
 #include "analytics/EVTEventsPipeline.h"
 
+#include "CaseName.h"
+
 namespace tarnwell {
 namespace {
 
@@ -212,7 +214,7 @@ TEST_P(UploadGivenUp, RefusedFileIsDroppedAndExhaustedOneWaitsForTheNextStart) {
 INSTANTIATE_TEST_SUITE_P(Answers, UploadGivenUp,
                          testing::Values(GiveUpCase{"refused", 400, 1, false},
                                          GiveUpCase{"elevenRetriesExhausted", 503, 12, true}),
-                         [](const auto &info) { return std::string(info.param.name); });
+                         tarnwell::test::caseName);
 
 TEST_F(EventsKit, EventsAreKeptAcrossARestartWhileOffline) {
     QTcpServer closed;
@@ -322,7 +324,7 @@ INSTANTIATE_TEST_SUITE_P(
     Switches, StartedSwitchedOff,
     testing::Values(SwitchedOffCase{"byTheUser", false, {}},
                     SwitchedOffCase{"bySettingsFile", true, {{"collect_analytics", false}}}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 TEST_F(EventsKit, FirstStartRecordsTheInstallationOnce) {
     QFile::remove(QDir(root.path()).filePath("install_id"));

@@ -8,6 +8,8 @@
 #include "TestHttpServer.h"
 #include "analytics/TLMNetworkResponseHandler.h"
 
+#include "CaseName.h"
+
 namespace tarnwell {
 namespace {
 
@@ -96,7 +98,7 @@ INSTANTIATE_TEST_SUITE_P(
                     StatusCase{"last5xx599", 599, true, -1, 3},
                     StatusCase{"unlisted450", 450, false, -4, 1},
                     StatusCase{"beyond5xx600", 600, false, -4, 1}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 TEST(ResponseErrorFields, CarryRequestIdAndContentTypeFromTheWire) {
     LoopbackExchange exchange;
@@ -179,7 +181,7 @@ INSTANTIATE_TEST_SUITE_P(
         ContentTypeCase{"noContentType", "application/json", nullptr, nullptr, false},
         ContentTypeCase{"noCharsetInAnswer", "application/json", "UTF-8", "application/json", true},
         ContentTypeCase{"nothingAsked", nullptr, nullptr, "text/html", true}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 TEST(RetryAfter, UnreadableOrNegativeFallsBackToTwoSeconds) {
     for (const auto &[header, seconds] :
@@ -214,7 +216,7 @@ INSTANTIATE_TEST_SUITE_P(
                     URLErrorCase{"secureLast", kURLErrorDomain, -1206, false},
                     URLErrorCase{"pastSecureRange", kURLErrorDomain, -1207, true},
                     URLErrorCase{"otherDomain", "TLMNetworkError", -1001, false}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 TEST(QtNetworkErrors, MapToTheCodesThatDecideRetrying) {
     using R = TLMNetworkResponseHandler;

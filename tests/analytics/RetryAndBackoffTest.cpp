@@ -9,6 +9,8 @@
 #include "analytics/EVTBackoffTimer.h"
 #include "analytics/EVTNetworkRetryHandler.h"
 
+#include "CaseName.h"
+
 namespace tarnwell {
 namespace {
 
@@ -68,7 +70,7 @@ INSTANTIATE_TEST_SUITE_P(
         DelayCase{"lowestJitter", 0, 0.0, {2 * (1 - kJitter), 4 * (1 - kJitter)}},
         DelayCase{
             "highestJitter", 0, std::nextafter(1.0, 0.0), {2 * (1 + kJitter), 4 * (1 + kJitter)}}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 TLMHttpResponse serviceUnavailable(const char *retryAfter = "") {
     return TLMHttpResponse{503, {{"Content-Type", "text/plain"}, {"Retry-After", retryAfter}}};

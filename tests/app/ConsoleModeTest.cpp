@@ -44,7 +44,7 @@ INSTANTIATE_TEST_SUITE_P(
     Starts, ConsoleMode,
     ::testing::Values(ConsoleCase{"ConsoleOptionInterrupted", {"--console"}, true, SIGINT},
                       ConsoleCase{"NoDisplayTerminated", {}, false, SIGTERM}),
-    caseName);
+    test::caseName);
 
 TEST(ConsoleOptions, UnknownOptionIsAUsageError) {
     ThrowAwayRun run;

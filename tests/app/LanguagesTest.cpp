@@ -9,6 +9,8 @@
 #include "localization/QRMLocalization.h"
 #include "preferences/QRMPreferencesManager.h"
 
+#include "CaseName.h"
+
 namespace tarnwell::testing {
 namespace {
 
@@ -72,7 +74,7 @@ INSTANTIATE_TEST_SUITE_P(
                                    "Зашифровано: Нет", "ru"},
                       LanguageCase{"Ukrainian", "ukr", "Вийти", "Вільно: 0.00 %", "Очищення...",
                                    "Зашифровано: Ні", "uk"}),
-    caseName);
+    test::caseName);
 
 TEST_F(Languages, SwitchRetitlesTheOpenMenuAtOnce) {
     auto delegate = rig.start();

@@ -7,6 +7,8 @@
 #include "AppFakes.h"
 #include "BuildInfo.h"
 
+#include "CaseName.h"
+
 namespace tarnwell::testing {
 namespace {
 
@@ -102,7 +104,7 @@ INSTANTIATE_TEST_SUITE_P(
         OutcomeCase{"NotificationsOff", 1000, 2000, false, 0, 1000, 1000, 1001, "0.98 GB cleaned"},
         OutcomeCase{"NothingFreed", 1000, 1000, true, 9, 0, 9, 1, "Nothing to clean"},
         OutcomeCase{"LessFreeAfter", 1000, 900, true, 9, 0, 9, 1, "Nothing to clean"}),
-    caseName);
+    test::caseName);
 
 TEST_F(CleaningController, ChainedThresholdCleaningsCountAsOne) {
     rig.settings.freeChecked = true;
@@ -244,7 +246,7 @@ INSTANTIATE_TEST_SUITE_P(
                       ThresholdCase{"InactiveJustAbove", false, 4000, true, 1025, 1},
                       ThresholdCase{"BothMetCleansOnce", true, 10, true, 3000, 1},
                       ThresholdCase{"FirstSampleAtStartUp", true, 10, false, 0, 1, true}),
-    caseName);
+    test::caseName);
 
 struct WelcomeCase {
     const char *name;
@@ -274,7 +276,7 @@ INSTANTIATE_TEST_SUITE_P(Launches, WelcomePage,
                          ::testing::Values(WelcomeCase{"FirstLaunch", false, "", true},
                                            WelcomeCase{"SameBuild", true, kBuildNumber, false},
                                            WelcomeCase{"Updated", true, "0", true}),
-                         caseName);
+                         test::caseName);
 
 }  // namespace
 }  // namespace tarnwell::testing

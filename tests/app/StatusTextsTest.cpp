@@ -4,6 +4,8 @@
 #include "BuildInfo.h"
 #include "app/CleaningStatistics.h"
 
+#include "CaseName.h"
+
 namespace tarnwell::testing {
 namespace {
 
@@ -120,7 +122,7 @@ INSTANTIATE_TEST_SUITE_P(TextTypes, StatusItemTitle,
                                            TitleCase{"Size", 2, false, "1.50 GB"},
                                            TitleCase{"SizeWithLabel", 2, true, "Free: 1.50 GB"},
                                            TitleCase{"UnknownShowsLabelOnly", 7, true, "Free: "}),
-                         caseName);
+                         test::caseName);
 
 bool hasOpaquePixel(const QImage &image) {
     for (int y = 0; y < image.height(); ++y) {
@@ -163,7 +165,7 @@ INSTANTIATE_TEST_SUITE_P(IconTypes, StatusItemImage,
                                            IconCase{"PieChartBlack", 3, true, 44, true},
                                            IconCase{"PieChartColor", 4, false, 44, true},
                                            IconCase{"UnknownIsBlank", 9, false, 32, false}),
-                         caseName);
+                         test::caseName);
 
 TEST(StatusItemLegends, ColourLegendsStayAfterSwitchingIcons) {
     ControllerRig rig;
@@ -203,7 +205,7 @@ INSTANTIATE_TEST_SUITE_P(Totals, TotallyCleanedText,
                                            TotalCase{"DigitAboveEightIsBytes", 5, 9, "5.00 B"},
                                            TotalCase{"ScaledPastYotta", 2000, 8, "1.95 B"},
                                            TotalCase{"Maximum", UINT64_MAX, 0, "16.00 EB"}),
-                         caseName);
+                         test::caseName);
 
 struct AdditionCase {
     const char *name;
@@ -228,7 +230,7 @@ INSTANTIATE_TEST_SUITE_P(
         AdditionCase{"Overflow", {UINT64_MAX - 1, 0}, 4096, {(UINT64_MAX >> 10) + 4, 1}},
         AdditionCase{"ExactlyFits", {UINT64_MAX - 4096, 0}, 4096, {UINT64_MAX, 0}},
         AdditionCase{"OverflowAtDigitOne", {UINT64_MAX, 1}, 1024, {(UINT64_MAX >> 10), 2}}),
-    caseName);
+    test::caseName);
 
 TEST(WebLinks, EveryCommandOpensItsPage) {
     ControllerRig rig;

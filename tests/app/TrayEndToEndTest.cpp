@@ -19,54 +19,12 @@
 #include <QSettings>
 #include <QSignalSpy>
 
+#include "TestNotificationServer.h"
+#include "TestStatusNotifierWatcher.h"
 #include "ThrowAwayRun.h"
 
 namespace tarnwell::testing {
 namespace {
-
-class TestWatcher : public QObject, protected QDBusContext {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
-    Q_PROPERTY(int ProtocolVersion READ protocolVersion)
-    Q_PROPERTY(bool IsStatusNotifierHostRegistered READ isHostRegistered)
-    Q_PROPERTY(QStringList RegisteredStatusNotifierItems READ items)
-public:
-    int protocolVersion() const { return 0; }
-    bool isHostRegistered() const { return true; }
-    QStringList items() const { return items_; }
-
-    // The bus name that registered the item.
-    QString sender;
-
-public slots:
-    void RegisterStatusNotifierItem(const QString &itemService) {
-        sender = message().service();
-        items_ << itemService;
-        emit StatusNotifierItemRegistered(itemService);
-    }
-    void RegisterStatusNotifierHost(const QString &) {}
-
-signals:
-    void StatusNotifierItemRegistered(const QString &service);
-    void StatusNotifierHostRegistered();
-
-private:
-    QStringList items_;
-};
-
-class TestNotifications : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
-public slots:
-    uint Notify(const QString &, uint, const QString &, const QString &summary, const QString &body,
-                const QStringList &, const QVariantMap &hints, int) {
-        emit notified(summary, body, hints.value("sound-name").toString());
-        return 1;
-    }
-
-signals:
-    void notified(const QString &summary, const QString &body, const QString &soundName);
-};
 
 class LabelListener : public QObject {
     Q_OBJECT
@@ -152,12 +110,6 @@ protected:
         ASSERT_TRUE(bus.connect(QString(), "/StatusNotifierItem", "org.kde.StatusNotifierItem",
                                 "XAyatanaNewLabel", &labelListener,
                                 SLOT(onNewLabel(QString, QString))));
-        ASSERT_TRUE(bus.registerObject("/StatusNotifierWatcher", &watcher,
-                                       QDBusConnection::ExportAllContents));
-        ASSERT_TRUE(bus.registerService("org.kde.StatusNotifierWatcher"));
-        ASSERT_TRUE(bus.registerObject("/org/freedesktop/Notifications", &notifications,
-                                       QDBusConnection::ExportAllContents));
-        ASSERT_TRUE(bus.registerService("org.freedesktop.Notifications"));
 
         const QString runtime = run.home.filePath("runtime");
         QDir().mkpath(runtime);
@@ -186,8 +138,9 @@ protected:
     }
 
     QVariant itemProperty(const QString &name) {
-        QDBusMessage call = QDBusMessage::createMethodCall(
-            watcher.sender, "/StatusNotifierItem", "org.freedesktop.DBus.Properties", "Get");
+        QDBusMessage call =
+            QDBusMessage::createMethodCall(watcher.senders.value(0), "/StatusNotifierItem",
+                                           "org.freedesktop.DBus.Properties", "Get");
         call << QStringLiteral("org.kde.StatusNotifierItem") << name;
         const QDBusMessage reply = QDBusConnection::sessionBus().call(call);
         if (reply.type() != QDBusMessage::ReplyMessage) {
@@ -201,12 +154,12 @@ protected:
     QString proc;
     LabelListener labelListener;
     QSignalSpy labelChanges{&labelListener, &LabelListener::changed};
-    TestWatcher watcher;
-    TestNotifications notifications;
+    test::TestStatusNotifierWatcher watcher{QStringLiteral("watcher")};
+    test::TestNotificationServer notifications;
 };
 
 TEST_F(TrayEndToEnd, CleanFromTheMenuNotifies) {
-    QSignalSpy registered(&watcher, &TestWatcher::StatusNotifierItemRegistered);
+    QSignalSpy registered(&watcher, &test::TestStatusNotifierWatcher::itemRegistered);
     run.start();
     ASSERT_TRUE(registered.wait(30000));
 
@@ -214,7 +167,7 @@ TEST_F(TrayEndToEnd, CleanFromTheMenuNotifies) {
     const QString menuPath = itemProperty("Menu").value<QDBusObjectPath>().path();
     ASSERT_FALSE(menuPath.isEmpty());
 
-    QDBusMessage layoutCall = QDBusMessage::createMethodCall(watcher.sender, menuPath,
+    QDBusMessage layoutCall = QDBusMessage::createMethodCall(watcher.senders.value(0), menuPath,
                                                              "com.canonical.dbusmenu", "GetLayout");
     layoutCall << 0 << -1 << QStringList();
     const QDBusMessage layout = QDBusConnection::sessionBus().call(layoutCall);
@@ -227,16 +180,17 @@ TEST_F(TrayEndToEnd, CleanFromTheMenuNotifies) {
 
     // 96 MiB more free memory after the cleaning than before it.
     writeMeminfo(proc, 100 * 1024);
-    QSignalSpy notified(&notifications, &TestNotifications::notified);
-    QDBusMessage event =
-        QDBusMessage::createMethodCall(watcher.sender, menuPath, "com.canonical.dbusmenu", "Event");
+    QSignalSpy notified(&notifications, &test::TestNotificationServer::notified);
+    QDBusMessage event = QDBusMessage::createMethodCall(watcher.senders.value(0), menuPath,
+                                                        "com.canonical.dbusmenu", "Event");
     event << clean->id << QStringLiteral("clicked") << QVariant::fromValue(QDBusVariant(QString()))
           << 0u;
     QDBusConnection::sessionBus().call(event, QDBus::NoBlock);
     ASSERT_TRUE(notified.wait(30000));
-    EXPECT_EQ(notified[0][0].toString(), "Tarnwell");
-    EXPECT_EQ(notified[0][1].toString(), "96.00 MB cleaned");
-    EXPECT_EQ(notified[0][2].toString(), "message-new-instant");
+    const test::ReceivedNotification &notification = notifications.received.first();
+    EXPECT_EQ(notification.summary, "Tarnwell");
+    EXPECT_EQ(notification.body, "96.00 MB cleaned");
+    EXPECT_EQ(notification.hints.value("sound-name").toString(), "message-new-instant");
 
     run.stopWith(SIGTERM);
 

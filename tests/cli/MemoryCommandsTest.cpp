@@ -13,6 +13,8 @@
 #include "memory/QRMMemoryInfo.h"
 #include "preferences/QRMPreferencesManager.h"
 
+#include "CaseName.h"
+
 namespace tarnwell::cli {
 namespace {
 
@@ -150,7 +152,7 @@ INSTANTIATE_TEST_SUITE_P(Arguments, MemoryCommandUsage,
                                          BadArguments{"PrettyWithoutJson", {"--pretty"}, false},
                                          BadArguments{"CleanUnknownOption", {"--force"}, true},
                                          BadArguments{"CleanStrayArgument", {"now"}, true}),
-                         [](const auto &info) { return std::string(info.param.name); });
+                         tarnwell::test::caseName);
 
 struct CleanCase {
     const char *name;
@@ -211,7 +213,7 @@ INSTANTIATE_TEST_SUITE_P(Outcomes, CleanOutput, testing::Values(
               "{\"cleaned\":false,\"reason\":\"no-usable-statistics\"}\n"},
     CleanCase{"DeclinedWithinTheReserve", withinTheReserve, 0, "en", {"--json"}, kExitFailure,
               "{\"cleaned\":false,\"reason\":\"no-room-above-reserve\"}\n"}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 // clang-format on
 
 }  // namespace

@@ -13,6 +13,8 @@
 #include "crash/ImageTable.h"
 #include "crash/RecordWriter.h"
 
+#include "CaseName.h"
+
 namespace tarnwell::crash {
 namespace {
 
@@ -85,7 +87,7 @@ INSTANTIATE_TEST_SUITE_P(Edges, AddressFinderTest,
                                            AddressCase{"JustPastEnd", 0x5000, false},
                                            AddressCase{"SecondImage", 0x900f, true},
                                            AddressCase{"Maximum", UINT64_MAX, false}),
-                         [](const auto &info) { return std::string(info.param.name); });
+                         tarnwell::test::caseName);
 
 // The first build-id that `readelf -n` prints for a file, as lowercase hex.
 std::string readelfBuildId(const std::string &path) {

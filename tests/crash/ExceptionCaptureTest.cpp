@@ -9,6 +9,8 @@
 
 #include "CrashTestSupport.h"
 
+#include "CaseName.h"
+
 namespace tarnwell::crash {
 namespace {
 
@@ -73,7 +75,7 @@ INSTANTIATE_TEST_SUITE_P(
                       ExceptionCase{"Integer", [] { throw 42; }, "int", ""},
                       ExceptionCase{"Custom", [] { throw CustomFailure(); },
                                     "tarnwell::crash::(anonymous namespace)::CustomFailure", ""}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 TEST(UncaughtExceptionTest, PreviousTerminateHandlerStillRuns) {
     TemporaryDirectory reports;

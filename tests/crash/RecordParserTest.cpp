@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "CaseName.h"
+
 namespace tarnwell::crash {
 namespace {
 
@@ -37,7 +39,7 @@ INSTANTIATE_TEST_SUITE_P(
             "TooDeep",
             "{\"a\":[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[1]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]}",
             false}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 TEST(RecordParserTest, ReadsValuesBack) {
     const auto record = parseRecordLine(

@@ -14,6 +14,8 @@
 #include "crash/CrashReporter.h"
 #include "crash/DeliberateCrash.h"
 
+#include "CaseName.h"
+
 namespace tarnwell::crash {
 namespace {
 
@@ -90,7 +92,7 @@ INSTANTIATE_TEST_SUITE_P(
         CrashCase{"RaiseSegv", [] { raise(SIGSEGV); }, SIGSEGV, nullptr, false},
         CrashCase{"RaiseSys", [] { raise(SIGSYS); }, SIGSYS, nullptr, false},
         CrashCase{"RaiseTrap", [] { raise(SIGTRAP); }, SIGTRAP, nullptr, false}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 struct ChainCase {
     const char *name;
@@ -118,7 +120,7 @@ INSTANTIATE_TEST_SUITE_P(
                       ChainCase{"Abort", SIGABRT,
                                 [] { crashDeliberately(DeliberateCrash::Abort); }},
                       ChainCase{"RaisedTrap", SIGTRAP, [] { raise(SIGTRAP); }}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 // The previous handler faults again while the signal it handles is blocked: the kernel
 // ends the process, and the second fault leaves no second record.

@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+#include "CaseName.h"
+
 namespace tarnwell::crash {
 namespace {
 
@@ -62,7 +64,7 @@ INSTANTIATE_TEST_SUITE_P(
         FolderCase{"EverySlashReplaced", "/d", nullptr, "/a/b//c", "/d/telemetry.data/_a_b__c"},
         FolderCase{"NoFolderAtAll", nullptr, nullptr, "x", ""},
         FolderCase{"EmptyHome", nullptr, "", "x", ""}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 }  // namespace
 }  // namespace tarnwell::crash

@@ -20,6 +20,8 @@
 #include "threads/StartThread.h"
 #include "threads/ThreadSignalStack.h"
 
+#include "CaseName.h"
+
 namespace tarnwell::crash {
 namespace {
 
@@ -95,7 +97,7 @@ INSTANTIATE_TEST_SUITE_P(
                        queue.post([] { recurseDeeply(0); });
                        queue.waitUntilIdle();
                    }}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 // A crash is likeliest when free memory is nearly gone; a stack that still had to be
 // faulted in then might not be there for the handler.

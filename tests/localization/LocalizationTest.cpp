@@ -8,6 +8,8 @@
 #include "localization/QRMLocalization.h"
 #include "preferences/QRMPreferencesManager.h"
 
+#include "CaseName.h"
+
 namespace tarnwell::test {
 namespace {
 
@@ -72,7 +74,7 @@ INSTANTIATE_TEST_SUITE_P(
                    "Clean Memory Now",
                    Tables::EnglishOnly},
         LookupCase{"NoTableAtAll", {}, {"en"}, "CleanMemoryNow", "CleanMemoryNow", Tables::None}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 struct ChangeCase {
     const char *name;
@@ -112,7 +114,7 @@ INSTANTIATE_TEST_SUITE_P(PopUpIndexes, ChangeLanguageTest,
                                            ChangeCase{"BeyondTheList", 4, QStringList{"ru"}, 2,
                                                       "ru"},
                                            ChangeCase{"Negative", -1, QStringList{"ru"}, 2, "ru"}),
-                         [](const auto &info) { return std::string(info.param.name); });
+                         tarnwell::test::caseName);
 
 // The shared objects as the program wires them: the user's settings file under
 // "Tarnwell/Tarnwell" and the tables compiled into the executable.

@@ -12,6 +12,8 @@
 #include "memory/QRMMemoryInfo.h"
 #include "memory/QRMRecordKeys.h"
 
+#include "CaseName.h"
+
 namespace tarnwell {
 namespace {
 
@@ -90,7 +92,7 @@ INSTANTIATE_TEST_SUITE_P(
         // Free memory past 4 GiB arrives wrapped: 5 GiB reads as 1 GiB.
         PlanCase{"WrappedFreeBytesAsStored", record(uint32_t(5 * GiB), 1 * GiB, 20 * GiB),
                  std::nullopt, 2 * GiB, 2 * GiB}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 // ---- The act -------------------------------------------------------------
 

@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "CaseName.h"
+
 namespace tarnwell {
 namespace {
 
@@ -116,7 +118,7 @@ TEST_P(LinuxCapture, Figures) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Captures, LinuxCapture, testing::ValuesIn(kCaptures),
-                         [](const auto &info) { return std::string(info.param.name); });
+                         tarnwell::test::caseName);
 
 struct SwapAreas {
     const char *name;
@@ -152,7 +154,7 @@ INSTANTIATE_TEST_SUITE_P(
                     SwapAreas{"LvmVolume", "/dev/dm-0 partition 8 0 -2\n", false},
                     SwapAreas{"CryptAndZram",
                               "/dev/dm-1 partition 8 0 -2\n/dev/zram0 partition 8 0 100\n", false}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 TEST(LinuxMemorySource, FailsEverySampleWithoutProc) {
     LinuxMemorySource memory("/nonexistent/proc", "/nonexistent/sys", {4096, 10});

@@ -5,6 +5,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "CaseName.h"
+
 namespace tarnwell::proc {
 namespace {
 
@@ -114,7 +116,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadFile{"EmptySwaps", swaps, nullptr, "", "missing the Filename header"},
         BadFile{"SwapsShortLine", swaps, "swaps-short-line", "",
                 "malformed swap area: '/dev/sda2 partition 8388604'"}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 }  // namespace
 }  // namespace tarnwell::proc

@@ -5,6 +5,8 @@
 #include "memory/QRMInfo.h"
 #include "memory/QRMMemoryInfo.h"
 
+#include "CaseName.h"
+
 namespace tarnwell {
 namespace {
 
@@ -41,7 +43,7 @@ INSTANTIATE_TEST_SUITE_P(
         AdaptiveCase{"SixDigitsNotPadded", 512 << 20, true, false, true, "512.00 MB"},
         AdaptiveCase{"ExactHalfRoundsToEven", 512128, true, false, false, "500.12 KB"},
         AdaptiveCase{"Largest64BitSize", UINT64_MAX, true, true, true, "  16.00 EB"}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 struct FormatSizeCase {
     const char *name;
@@ -64,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(
                     FormatSizeCase{"OneMegabyte", 1 << 20, "1.00 MB"},
                     FormatSizeCase{"JustBelowAGigabyte", (1 << 30) - 1, "1024.00 MB"},
                     FormatSizeCase{"GigabytesAreTheLargestUnit", 3ull << 40, "3072.00 GB"}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 TEST(SizeFormatting, KeepsThePointInACommaLocale) {
     // The test machine may lack every comma locale; the check is only

@@ -3,55 +3,17 @@
 #include <QDBusConnection>
 #include <QSignalSpy>
 
+#include "CaseName.h"
 #include "QtPrinters.h"
+#include "TestNotificationServer.h"
 
 #include "platform/linux/QRMUserNotificationsManager.h"
 
 namespace tarnwell {
 namespace {
 
-struct Notification {
-    QString appName;
-    uint replacesId = 0;
-    QString summary;
-    QString body;
-    QVariantMap hints;
-    int expireTimeout = 0;
-};
-
-// Owns org.freedesktop.Notifications on a connection of its own and keeps
-// what arrives.
-class TestNotificationServer : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
-public:
-    TestNotificationServer() {
-        connection_.registerObject(QStringLiteral("/org/freedesktop/Notifications"), this,
-                                   QDBusConnection::ExportAllSlots);
-        connection_.registerService(QStringLiteral("org.freedesktop.Notifications"));
-    }
-    ~TestNotificationServer() override {
-        QDBusConnection::disconnectFromBus(QStringLiteral("server"));
-    }
-
-    QList<Notification> received;
-
-public slots:
-    uint Notify(const QString &appName, uint replacesId, const QString &, const QString &summary,
-                const QString &body, const QStringList &, const QVariantMap &hints,
-                int expireTimeout) {
-        received.append({appName, replacesId, summary, body, hints, expireTimeout});
-        emit notified();
-        return uint(received.size());
-    }
-
-signals:
-    void notified();
-
-private:
-    QDBusConnection connection_ =
-        QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("server"));
-};
+using test::ReceivedNotification;
+using test::TestNotificationServer;
 
 void notify(const QString &informativeText, const QString &soundName = {}) {
     QRMUserNotificationsManager::sharedUserNotificationsManager().showNotificationWithTitle(
@@ -74,7 +36,7 @@ TEST_P(UserNotifications, ReachTheNotificationService) {
     ASSERT_TRUE(notified.wait(10000));
 
     ASSERT_EQ(server.received.size(), 1);
-    const Notification &n = server.received.first();
+    const ReceivedNotification &n = server.received.first();
     EXPECT_EQ(n.appName, QStringLiteral("Tarnwell"));
     EXPECT_EQ(n.replacesId, 0u);
     EXPECT_EQ(n.summary, QStringLiteral("Tarnwell"));

@@ -8,6 +8,8 @@
 #include "preferences/QRMPreferencesManager.h"
 #include "preferences/Updater.h"
 
+#include "CaseName.h"
+
 namespace tarnwell::test {
 namespace {
 
@@ -48,19 +50,59 @@ protected:
     int restarts_ = 0;
 };
 
-class FreshStoreTest : public PreferencesTest,
-                       public ::testing::WithParamInterface<SettingDefinition> {};
+// Defaults and write-back rules as the settings table of the design gives
+// them, typed here: a wrong default or a misspelt key fails.
+struct DefaultCase {
+    const char *name;  // the key, exactly as stored
+    QVariant value;    // the default; invalid for "nothing"
+    bool writtenBack;
+};
 
-TEST_P(FreshStoreTest, ReadingGivesTheDefaultAndStoresItOnlyForWriteBackRows) {
-    const Setting setting = GetParam().id;
-    EXPECT_EQ(store().value(setting), store().defaultValue(setting));
-    const auto restarted = restartedStore();
-    EXPECT_EQ(restarted->hasStoredValue(setting), GetParam().rule == DefaultRule::WriteBack);
-    EXPECT_EQ(restarted->value(setting), store().defaultValue(setting));
+const DefaultCase kDefaults[] = {
+    {"FeedURL", kStableFeed, true},
+    {"bundleBuild", {}, false},
+    {"isWelcomeShown", false, false},
+    {"showDockIcon", false, false},
+    {"refreshRate", qint64(5), true},
+    {"udShowNotificationsAfterCleaning", true, true},
+    {"autoCleanEveryTime", qint64(10), true},
+    {"autoCleanByFreeSize", qint64(81), true},  // 1 % of 8 GiB in MB
+    {"autoCleanByInactiveSize", qint64(405), true},
+    {"autoCleanEveryTimeChecked", false, false},
+    {"autoCleanByFreeSizeChecked", false, false},
+    {"autoCleanByInactiveSizeChecked", false, false},
+    {"showRunningApplicationsAndUtilities", false, false},
+    {"showApplicationsFromApplicationsFolder", true, true},
+    {"showUtilitiesFromApplicationsFolder", false, false},
+    {"statusBarIcon", qint64(3), true},
+    {"statusBarText", qint64(2), true},
+    {"statusBarTextWithInfo", false, true},
+    {"lastTimeCleaned", quint64(0), true},
+    {"maxCleaned", quint64(0), true},
+    {"totallyCleaned", quint64(0), true},
+    {"totallyCleanedDigit", qint64(0), true},
+    {"applicationsAndUtilitiesToMonitoring", {}, false},
+    {"selectedLanguage", qint64(0), false},
+    {"AppleLanguages", {}, false},
+    {"collectUsageEvents", true, true},
+};
+
+class FreshStoreTest : public PreferencesTest, public ::testing::WithParamInterface<DefaultCase> {};
+
+TEST_P(FreshStoreTest, ReadingGivesTheDefaultAndStoresItOnlyWhereWrittenBack) {
+    const SettingDefinition *definition = findSetting(GetParam().name);
+    ASSERT_NE(definition, nullptr);
+    const QVariant value = store().value(definition->id);
+    EXPECT_EQ(value.isValid(), GetParam().value.isValid());
+    if (GetParam().value.isValid()) {
+        EXPECT_EQ(value, GetParam().value);
+    }
+    QSettings file(settingsPath(), QSettings::IniFormat);
+    EXPECT_EQ(file.contains(GetParam().name), GetParam().writtenBack);
 }
 
-INSTANTIATE_TEST_SUITE_P(EverySetting, FreshStoreTest, ::testing::ValuesIn(kSettingsTable),
-                         [](const auto &info) { return std::string(info.param.key); });
+INSTANTIATE_TEST_SUITE_P(EverySetting, FreshStoreTest, ::testing::ValuesIn(kDefaults),
+                         tarnwell::test::caseName);
 
 struct ThresholdCase {
     const char *name;
@@ -91,7 +133,7 @@ INSTANTIATE_TEST_SUITE_P(Machines, ThresholdDefaultTest,
                              ThresholdCase{"JustUnderOnePercentStep", 104'857'599, 0, 0},
                              ThresholdCase{"Largest", UINT64_MAX, qint64(UINT64_MAX / 104'857'600),
                                            qint64(UINT64_MAX / 104'857'600 * 5)}),
-                         [](const auto &info) { return std::string(info.param.name); });
+                         tarnwell::test::caseName);
 
 // Every value type survives the trip through the file's text, including the
 // shapes QSettings writes lists in (one element alone, an empty list as a marker).
@@ -129,7 +171,7 @@ INSTANTIATE_TEST_SUITE_P(
         RoundTrip{"RecordsWithCommasAndCyrillic", Setting::ApplicationsAndUtilitiesToMonitoring,
                   QVariantList{record("Files, the manager", "org.gnome.Nautilus.desktop"),
                                record("Тетрадь", "notes.desktop")}}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 TEST_F(PreferencesTest, SetterRefusesAValueOfTheWrongTypeAndKeepsTheOldOne) {
     store().setRefreshRate(7);
@@ -172,7 +214,7 @@ INSTANTIATE_TEST_SUITE_P(
                      Setting::ApplicationsAndUtilitiesToMonitoring, QVariant()},
         CorruptValue{"HandWrittenLanguage", "AppleLanguages=ru", Setting::AppleLanguages,
                      QStringList{"ru"}}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 TEST_F(PreferencesTest, ChangesWrittenByAnotherProcessAreReadAtOnce) {
     store().setRefreshRate(5);

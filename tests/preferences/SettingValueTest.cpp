@@ -4,6 +4,8 @@
 
 #include "preferences/QRMSettingValue.h"
 
+#include "CaseName.h"
+
 namespace tarnwell::test {
 namespace {
 
@@ -63,12 +65,9 @@ const TextCase kRefused[] = {
     TextCase{"NotJSON", SettingType::RecordList, "firefox", std::nullopt},
 };
 
-std::string caseName(const ::testing::TestParamInfo<TextCase> &info) {
-    return info.param.name;
-}
 
-INSTANTIATE_TEST_SUITE_P(Accepted, SettingTextTest, ::testing::ValuesIn(kAccepted), caseName);
-INSTANTIATE_TEST_SUITE_P(Refused, SettingTextTest, ::testing::ValuesIn(kRefused), caseName);
+INSTANTIATE_TEST_SUITE_P(Accepted, SettingTextTest, ::testing::ValuesIn(kAccepted), tarnwell::test::caseName);
+INSTANTIATE_TEST_SUITE_P(Refused, SettingTextTest, ::testing::ValuesIn(kRefused), tarnwell::test::caseName);
 
 }  // namespace
 }  // namespace tarnwell::test

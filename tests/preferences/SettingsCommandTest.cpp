@@ -7,6 +7,8 @@
 #include <QSettings>
 #include <QTemporaryDir>
 
+#include "CaseName.h"
+
 namespace tarnwell::test {
 namespace {
 
@@ -73,7 +75,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"FeedOverFtp", {"FeedURL", "ftp://example.org/feed.xml"}, "an https address"},
         Refusal{
             "FeedOverPlainHttp", {"FeedURL", "http://example.org/feed.xml"}, "an https address"}),
-    [](const auto &info) { return std::string(info.param.name); });
+    tarnwell::test::caseName);
 
 TEST_F(SettingsCommandTest, ListingWritesBackDefaultsAndMarksTheOthers) {
     const Outcome result = run({});

@@ -6,6 +6,8 @@
 #include "app/QRMMenu.h"
 #include "ui/DBusMenuExporter.h"
 
+#include "CaseName.h"
+
 namespace tarnwell {
 namespace {
 

@@ -4,6 +4,8 @@
 
 #include "ui/TemplateImage.h"
 
+#include "CaseName.h"
+
 namespace tarnwell {
 namespace {
 

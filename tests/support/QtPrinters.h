@@ -3,7 +3,6 @@
 #include <QString>
 #include <QStringList>
 #include <ostream>
-#include <string>
 
 // Readable failure messages for Qt values in GoogleTest assertions.
 inline void PrintTo(const QString &text, std::ostream *out) {
@@ -13,10 +12,3 @@ inline void PrintTo(const QString &text, std::ostream *out) {
 inline void PrintTo(const QStringList &list, std::ostream *out) {
     *out << '[' << list.join(QStringLiteral(", ")).toStdString() << ']';
 }
-
-namespace tarnwell::test {
-
-// Names each generated test after the `name` of its table row.
-inline constexpr auto caseName = [](const auto &info) { return std::string(info.param.name); };
-
-}  // namespace tarnwell::test

@@ -2,9 +2,9 @@
 
 #include <string>
 
-namespace tarnwell::testing {
+namespace tarnwell::test {
 
-// Table rows name their test after their first field.
+// Names each generated test after the `name` of its table row.
 inline constexpr auto caseName = [](const auto &info) { return std::string(info.param.name); };
 
-}  // namespace tarnwell::testing
+}  // namespace tarnwell::test

@@ -3,8 +3,11 @@
 #include <QFile>
 #include <QTemporaryDir>
 
-// Runs under its own dbus-run-session (see CMakeLists.txt) with an offscreen
-// display and a private runtime folder, so nothing reaches the user's desktop.
+// The main of every test that needs a Qt application: the controller hands
+// cleanings back through the event loop, icons are drawn with QPainter and
+// windows are widgets. An offscreen display and a private runtime folder keep
+// everything away from the user's desktop; bus tests also run under their own
+// dbus-run-session (see their CMakeLists.txt).
 int main(int argc, char **argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QTemporaryDir runtimeDirectory;
