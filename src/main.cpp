@@ -13,6 +13,7 @@
 #include "app/ApplicationSession.h"
 #include "app/ConsoleViews.h"
 #include "app/UsageEvents.h"
+#include "app/WelcomeWindowProcess.h"
 #include "cli/CommandLine.h"
 #include "cli/CrashReportsCommand.h"
 #include "cli/MemoryCommands.h"
@@ -84,6 +85,10 @@ public:
     void firstRun() override { events_.firstRun(); }
     void run() override { events_.run(); }
     void memoryCleaned() override { events_.memoryCleaned(); }
+    void contentViewWithName(const QString &contentName, const QString &contentType,
+                             const QString &contentId) override {
+        events_.contentViewWithName(contentName, contentType, contentId);
+    }
 
 private:
     QRMEventManager &events_;
@@ -100,8 +105,10 @@ int runTrayApplication(int argc, char **argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     const std::unique_ptr<StatusItemView> statusItem = createStatusItemView();
     FacadeUsageEvents usageEvents;
+    WelcomeWindowProcess welcome(WelcomeWindowProcess::installedProgram());
     return runSession(app, statusItem.get(),
-                      &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents);
+                      &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents,
+                      &welcome);
 }
 
 // The same controller in a terminal: a status line per refresh on standard
@@ -113,7 +120,7 @@ int runConsoleApplication(int argc, char **argv) {
     ConsoleStatusItemView statusItem;
     ConsoleNotifier notifier;
     FacadeUsageEvents usageEvents;
-    return runSession(app, &statusItem, &notifier, &usageEvents);
+    return runSession(app, &statusItem, &notifier, &usageEvents, nullptr);
 }
 
 // Without a subcommand: the tray application, or console mode when asked for

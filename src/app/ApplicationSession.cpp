@@ -6,6 +6,7 @@
 
 #include "BuildInfo.h"
 #include "app/TerminationSignals.h"
+#include "app/WelcomeWindowProcess.h"
 #include "localization/QRMLanguageNotifier.h"
 #include "localization/QRMLocalization.h"
 #include "memory/LinuxMemorySource.h"
@@ -29,7 +30,7 @@ std::unique_ptr<QRMMemoryInfo> capturedMemoryInfo() {
 }  // namespace
 
 ApplicationSession::ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier,
-                                       UsageEvents *usageEvents)
+                                       UsageEvents *usageEvents, WelcomeWindowProcess *welcome)
     : capturedMemoryInfo_(capturedMemoryInfo()),
       engine_(capturedMemoryInfo_ ? *capturedMemoryInfo_ : QRMMemoryInfo::sharedMemoryInfo()),
       settings_(QRMPreferencesManager::sharedPreferencesManager()) {
@@ -46,14 +47,32 @@ ApplicationSession::ApplicationSession(StatusItemView *statusItem, UserNotifier 
     QObject::connect(&QRMLanguageNotifier::sharedNotifier(),
                      &QRMLanguageNotifier::languageDidChanged, delegate_.get(),
                      &QRMAppDelegate::languageDidChanged, Qt::DirectConnection);
+    if (welcome) {
+        connectWelcomeWindow(*welcome);
+    }
     delegate_->awakeFromNib();
     delegate_->applicationDidFinishLaunching();
 }
 
 ApplicationSession::~ApplicationSession() = default;
 
+void ApplicationSession::connectWelcomeWindow(WelcomeWindowProcess &welcome) {
+    QRMAppDelegate *delegate = delegate_.get();
+    QObject::connect(delegate, &QRMAppDelegate::welcomePageRequested, &welcome,
+                     &WelcomeWindowProcess::showWelcomePage);
+    QObject::connect(&QRMLanguageNotifier::sharedNotifier(),
+                     &QRMLanguageNotifier::languageDidChanged, &welcome,
+                     &WelcomeWindowProcess::languageDidChanged);
+    QObject::connect(&welcome, &WelcomeWindowProcess::showPreferencesWindowRequested, delegate,
+                     &QRMAppDelegate::showPreferencesWindow);
+    QObject::connect(&welcome, &WelcomeWindowProcess::windowDidLoad, delegate,
+                     &QRMAppDelegate::welcomeWindowDidLoad);
+    QObject::connect(&welcome, &WelcomeWindowProcess::windowWillClose, delegate,
+                     &QRMAppDelegate::welcomeWindowWillClose);
+}
+
 int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *notifier,
-               UsageEvents *usageEvents) {
+               UsageEvents *usageEvents, WelcomeWindowProcess *welcome) {
     QCoreApplication::setApplicationName(QString::fromLatin1(kDisplayName));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kMarketingVersion));
     // A logout or a Ctrl-C ends the event loop, so everything is torn down in
@@ -61,7 +80,7 @@ int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *
     TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &app,
                      &QCoreApplication::quit);
-    ApplicationSession session(statusItem, notifier, usageEvents);
+    ApplicationSession session(statusItem, notifier, usageEvents, welcome);
     return app.exec();
 }
 

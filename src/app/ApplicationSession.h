@@ -15,6 +15,7 @@ namespace tarnwell {
 class StatusItemView;
 class UsageEvents;
 class UserNotifier;
+class WelcomeWindowProcess;
 
 // A running Tarnwell apart from its views: the controller over the shared
 // memory engine, preferences store and interface language, launched in order
@@ -25,14 +26,17 @@ class UserNotifier;
 // tests run the program on a small record of their own.
 class ApplicationSession {
 public:
-    // usageEvents may be null: nothing is reported.
-    ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier,
-                       UsageEvents *usageEvents);
+    // usageEvents may be null: nothing is reported. welcome may be null: no
+    // welcome window (console mode).
+    ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier, UsageEvents *usageEvents,
+                       WelcomeWindowProcess *welcome);
     ~ApplicationSession();
 
     QRMAppDelegate &delegate() { return *delegate_; }
 
 private:
+    void connectWelcomeWindow(WelcomeWindowProcess &welcome);
+
     std::unique_ptr<QRMMemoryInfo> capturedMemoryInfo_;
     QRMMemoryInfoEngine engine_;
     PreferencesAppSettings settings_;
@@ -43,6 +47,6 @@ private:
 // Runs a session over the given views in app's event loop until the quit
 // command, SIGINT or SIGTERM. Returns the exit status.
 int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *notifier,
-               UsageEvents *usageEvents);
+               UsageEvents *usageEvents, WelcomeWindowProcess *welcome);
 
 }  // namespace tarnwell
