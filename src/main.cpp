@@ -22,6 +22,8 @@
 #include "crash/DeliberateCrash.h"
 #include "crash/ReportStore.h"
 #include "crash/TelemetryDirectory.h"
+#include "memory/LinuxMemorySource.h"
+#include "memory/QRMMemoryInfo.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
 #include "ui/StatusItemViewFactory.h"
 
@@ -100,7 +102,7 @@ int runTrayApplication(int argc, char **argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     const std::unique_ptr<StatusItemView> statusItem = createStatusItemView();
     FacadeUsageEvents usageEvents;
-    return runSession(app, statusItem.get(),
+    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), statusItem.get(),
                       &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents);
 }
 
@@ -113,7 +115,7 @@ int runConsoleApplication(int argc, char **argv) {
     ConsoleStatusItemView statusItem;
     ConsoleNotifier notifier;
     FacadeUsageEvents usageEvents;
-    return runSession(app, &statusItem, &notifier, &usageEvents);
+    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &statusItem, &notifier, &usageEvents);
 }
 
 // Without a subcommand: the tray application, or console mode when asked for
@@ -140,5 +142,14 @@ int main(int argc, char **argv) {
     if (argc >= 2 && std::string_view(argv[1]).starts_with(kDebugCrashOption)) {
         return crashOnPurpose(argv[1]);
     }
-    return cli::dispatch(argc, argv, kSubcommands, runApplication);
+    // The one memory source of the process, handed to everything that reads
+    // memory (the controller, the commands, the settings' defaults, the usage
+    // events' attributes). TARNWELL_MEMORY_ROOT points it at a captured
+    // machine. Cleanings are exclusive across the user's processes.
+    QRMMemoryInfo memory(LinuxMemorySource::underRoot(std::getenv("TARNWELL_MEMORY_ROOT")),
+                         std::make_unique<ResidentBlockAllocator>(), CleaningLock::userLockFile());
+    QRMMemoryInfo::setSharedMemoryInfo(&memory);
+    const int status = cli::dispatch(argc, argv, kSubcommands, runApplication);
+    QRMMemoryInfo::setSharedMemoryInfo(nullptr);
+    return status;
 }
