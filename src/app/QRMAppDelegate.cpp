@@ -1,7 +1,5 @@
 #include "app/QRMAppDelegate.h"
 
-#include <thread>
-
 #include <QCoreApplication>
 #include <QUrl>
 
@@ -18,6 +16,7 @@
 #include "app/UsageEvents.h"
 #include "app/UserNotifier.h"
 #include "preferences/QRMConstants.h"
+#include "threads/StartThread.h"
 
 namespace tarnwell {
 
@@ -37,7 +36,7 @@ enum StatusBarIconType {
 
 // The one place the controller starts a thread.
 void runOnNewThread(std::function<void()> task) {
-    std::thread(std::move(task)).detach();
+    threads::startThread(std::move(task)).detach();
 }
 
 }  // namespace

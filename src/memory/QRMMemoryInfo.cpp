@@ -2,12 +2,12 @@
 
 #include <array>
 #include <system_error>
-#include <thread>
 #include <utility>
 
 #include "DecimalText.h"
 #include "LinuxMemorySource.h"
 #include "QRMRecordKeys.h"
+#include "threads/StartThread.h"
 
 namespace tarnwell {
 
@@ -286,7 +286,7 @@ CleaningDecision QRMMemoryInfo::cleanMemoryNow() {
         ++runningThreads_;
     }
     try {
-        std::thread([this] {
+        threads::startThread([this] {
             cleanMemoryBlock();
             cleaningThreadFinished();
         }).detach();
