@@ -32,12 +32,37 @@ using namespace tarnwell;
 namespace {
 
 constexpr std::array kSubcommands{
-    cli::Subcommand{"stats", "[--json] [--watch [SECONDS]]  print the memory statistics",
+    cli::Subcommand{"stats", "[--json [--pretty]] [--watch [SECONDS]]  print the memory statistics",
+                    "Usage: tarnwell stats [--json [--pretty]] [--watch [SECONDS]]\n"
+                    "Prints the memory statistics: each key with its value and, for sizes, the\n"
+                    "size a person reads.\n\n"
+                    "  --json             one JSON object on one line, the stored values\n"
+                    "  --pretty           with --json, indent the object over several lines\n"
+                    "  --watch [SECONDS]  print again every SECONDS (5 unless given)\n",
                     cli::runStats},
     cli::Subcommand{"clean", "[--json]  free memory now and print how much was freed",
+                    "Usage: tarnwell clean [--json]\n"
+                    "Frees memory now and prints free memory before and after and the amount\n"
+                    "freed. Exits with status 1 and says why when no cleaning could run: another\n"
+                    "one is running, or available memory is already within the reserve kept\n"
+                    "for the system.\n\n"
+                    "  --json  print the outcome as a JSON object\n",
                     cli::runClean},
-    cli::Subcommand{"settings", "list, show, change or reset the settings", cli::runSettings},
+    cli::Subcommand{"settings", "list, show, change or reset the settings",
+                    "Usage: tarnwell settings              list every setting with its value\n"
+                    "       tarnwell settings KEY          print one setting\n"
+                    "       tarnwell settings KEY VALUE    change one setting\n"
+                    "       tarnwell settings --reset      remove every stored setting\n"
+                    "       tarnwell settings --keys       list the settings' names\n"
+                    "A value is checked against the setting's type and range; a running\n"
+                    "Tarnwell picks the change up.\n",
+                    cli::runSettings},
     cli::Subcommand{"crash-reports", "list the reports of earlier crashes (--json for JSON)",
+                    "Usage: tarnwell crash-reports [--json]\n"
+                    "Lists the reports earlier crashes left, newest first, with the crashing\n"
+                    "thread's frames as image + offset ('addr2line -e IMAGE OFFSET' names the\n"
+                    "source line).\n\n"
+                    "  --json  everything the reports hold, as JSON\n",
                     cli::runCrashReports},
 };
 

@@ -24,6 +24,7 @@ constexpr std::chrono::seconds kDefaultInterval{5};
 
 struct StatsOptions {
     bool json = false;
+    bool pretty = false;
     bool watch = false;
     std::chrono::seconds interval = kDefaultInterval;
 };
@@ -44,6 +45,8 @@ std::optional<StatsOptions> parseOptions(Arguments args) {
         const std::string_view arg = args[i];
         if (arg == "--json") {
             options.json = true;
+        } else if (arg == "--pretty") {
+            options.pretty = true;
         } else if (arg == "--watch") {
             options.watch = true;
             if (i + 1 < args.size() && !std::string_view(args[i + 1]).starts_with("--")) {
@@ -58,6 +61,10 @@ std::optional<StatsOptions> parseOptions(Arguments args) {
             unknownOptionError("stats", arg);
             return std::nullopt;
         }
+    }
+    if (options.pretty && !options.json) {
+        usageError("stats: --pretty goes with --json");
+        return std::nullopt;
     }
     return options;
 }
@@ -91,7 +98,10 @@ std::string jsonValue(const QRMNumber &value) {
     return std::string(buffer, result.ptr);
 }
 
-void printJson(const QRMStatisticsRecord &record, std::ostream &out) {
+// One line, so that `--watch` gives a line per sample; pretty puts each key
+// on its own indented line instead.
+void printJson(const QRMStatisticsRecord &record, bool pretty, std::ostream &out) {
+    const char *const separator = pretty ? "\n  " : "";
     out << '{';
     bool first = true;
     for (const auto &key : keys::kRecordKeys) {
@@ -99,10 +109,11 @@ void printJson(const QRMStatisticsRecord &record, std::ostream &out) {
         if (found == record.end()) {
             continue;
         }
-        out << (first ? "" : ",") << '"' << key.name << "\":" << jsonValue(found->second);
+        out << (first ? "" : ",") << separator << '"' << key.name << "\":" << (pretty ? " " : "")
+            << jsonValue(found->second);
         first = false;
     }
-    out << "}\n";
+    out << (pretty ? "\n}\n" : "}\n");
 }
 
 void printTable(const QRMStatisticsRecord &record, std::ostream &out) {
@@ -153,7 +164,7 @@ int stats(QRMMemoryInfo &memory, Arguments args, std::ostream &out, std::ostream
         }
         const QRMStatisticsRecord record = memory.info();
         if (options->json) {
-            printJson(record, out);
+            printJson(record, options->pretty, out);
         } else {
             out << (first ? "" : "\n");
             printTable(record, out);

@@ -89,6 +89,15 @@ TEST_F(MemoryCommands, StatsJsonIsOneObjectWithEveryKeyOfTheRecord) {
     EXPECT_EQ(std::count(json.begin(), json.end(), ':'), std::ptrdiff_t(memory->info().size()));
 }
 
+TEST_F(MemoryCommands, PrettyJsonPutsEachKeyOnItsOwnLine) {
+    ASSERT_EQ(runStats({"--json", "--pretty"}), kExitOk);
+    const std::string json = out.str();
+    EXPECT_TRUE(json.starts_with("{\n  \"physicalMemory\": 4294967296,\n  \"")) << json;
+    EXPECT_TRUE(json.ends_with(",\n  \"xsuEncripted\": 0\n}\n")) << json;
+    EXPECT_EQ(std::count(json.begin(), json.end(), '\n'),
+              std::ptrdiff_t(memory->info().size()) + 2);
+}
+
 TEST_F(MemoryCommands, StatsJsonWritesNullForNotANumber) {
     state->vmStatistics = VmStatistics{};
     state->vmStatistics->pageSize = 4096;
@@ -141,6 +150,7 @@ INSTANTIATE_TEST_SUITE_P(Arguments, MemoryCommandUsage,
                                          BadArguments{
                                              "FractionalInterval", {"--watch", "1.5"}, false},
                                          BadArguments{"WordInterval", {"--watch", "soon"}, false},
+                                         BadArguments{"PrettyWithoutJson", {"--pretty"}, false},
                                          BadArguments{"CleanUnknownOption", {"--force"}, true},
                                          BadArguments{"CleanStrayArgument", {"now"}, true}),
                          [](const auto &info) { return std::string(info.param.name); });
