@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <barrier>
-#include <climits>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -14,7 +13,6 @@
 #include "CrashTestSupport.h"
 #include "crash/CrashReporter.h"
 #include "crash/DeliberateCrash.h"
-#include "crash/ThreadSignalStack.h"
 
 namespace tarnwell::crash {
 namespace {
@@ -156,32 +154,6 @@ TEST(SignalCaptureTest, ErrnoOfTheFaultIsRecorded) {
     const auto records = activeRecords(reports.path(), "signal.crsrecord");
     ASSERT_FALSE(records.empty());
     EXPECT_EQ(records[0].find("signal")->unsignedAt("errno"), uint64_t(EMFILE));
-}
-
-// Runs out of stack long before depth could reach its limit.
-[[gnu::noinline]] int recurseDeeply(int depth) {
-    volatile char frame[256];
-    frame[0] = char(depth);
-    if (depth == INT_MAX) {
-        return 0;
-    }
-    return recurseDeeply(depth + 1) + frame[0];
-}
-
-// Only a thread with its own signal stack can record the overflow of its stack.
-TEST(SignalCaptureTest, StackOverflowOnStartedThreadIsRecorded) {
-    TemporaryDirectory reports;
-    const ChildEnd end = runCapturedInChild(reports.path(), [] {
-        std::thread([] {
-            const ThreadSignalStack signalStack;
-            recurseDeeply(0);
-        }).join();
-    });
-    ASSERT_TRUE(end.finished);
-    EXPECT_EQ(end.signal, SIGSEGV);
-    const auto records = activeRecords(reports.path(), "signal.crsrecord");
-    ASSERT_EQ(records.size(), 2u);
-    EXPECT_EQ(records[0].find("signal")->stringAt("name"), "SIGSEGV");
 }
 
 // Two threads faulting together must neither hang nor both write a report: whichever

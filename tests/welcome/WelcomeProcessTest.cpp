@@ -11,7 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include "CaseName.h"
 #include "app/WelcomeMessages.h"
 #include "app/WelcomeWindowProcess.h"
 #include "welcome/TrayChannel.h"
@@ -19,39 +18,26 @@
 namespace tarnwell::testing {
 namespace {
 
-struct LinesCase {
-    const char *name;
-    QList<QByteArray> chunks;
-    QList<QByteArray> lines;
-};
-
-class Lines : public ::testing::TestWithParam<LinesCase> {};
-
-TEST_P(Lines, AreCutAtNewlinesAndCapped) {
-    MessageLines buffer;
-    QList<QByteArray> lines;
-    for (const QByteArray &chunk : GetParam().chunks) {
-        lines += buffer.append(chunk);
+TEST(MessageLines, AreCutAtNewlinesAndCapped) {
+    const QByteArray longest(64, 'y');
+    const struct {
+        QList<QByteArray> chunks, lines;
+    } cases[] = {
+        {{"raise\nlanguageDidChanged\n"}, {"raise", "languageDidChanged"}},
+        {{"rai", "se", "\n", "raise"}, {"raise"}},
+        {{longest + "\n"}, {longest}},
+        // One byte too many, in two chunks: dropped up to its end, no further.
+        {{longest.left(40), longest.mid(40) + "z tail\nraise\n"}, {"raise"}},
+    };
+    for (const auto &c : cases) {
+        MessageLines buffer;
+        QList<QByteArray> lines;
+        for (const QByteArray &chunk : c.chunks) {
+            lines += buffer.append(chunk);
+        }
+        EXPECT_EQ(lines, c.lines) << c.chunks.join('|').toStdString();
     }
-    EXPECT_EQ(lines, GetParam().lines);
 }
-
-const QByteArray k65 = QByteArray(65, 'x');
-const QByteArray k64 = QByteArray(64, 'y');
-
-INSTANTIATE_TEST_SUITE_P(Chunks, Lines,
-                         ::testing::Values(LinesCase{"TwoInOneChunk",
-                                                     {"raise\nlanguageDidChanged\n"},
-                                                     {"raise", "languageDidChanged"}},
-                                           LinesCase{
-                                               "SplitAcrossChunks", {"rai", "se", "\n"}, {"raise"}},
-                                           LinesCase{"NoNewlineYet", {"raise"}, {}},
-                                           LinesCase{"EmptyLine", {"\n"}, {""}},
-                                           LinesCase{"LongestLineKept", {k64 + "\n"}, {k64}},
-                                           LinesCase{"OverlongLineDroppedWhole",
-                                                     {k65.left(40), k65.mid(40) + "tail\nraise\n"},
-                                                     {"raise"}}),
-                         caseName);
 
 TEST(TrayChannel, ReadsMessagesAndNoticesTheTrayGoing) {
     int toWindow[2];
