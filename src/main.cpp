@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include <QApplication>
+#include <QTimer>
 
 #include "BuildInfo.h"
 #include "analytics/facade/QRMEventManager.h"
@@ -89,6 +90,12 @@ private:
     QRMEventManager &events_;
 };
 
+// Once the event loop runs, Qt and every library have set themselves up, so a signal
+// handler one of them installed over ours can be seen.
+void checkForeignSignalHandlersWhenRunning() {
+    QTimer::singleShot(0, [] { crash::checkForeignSignalHandlersOnce(); });
+}
+
 bool hasDisplay() {
     return !qEnvironmentVariableIsEmpty("DISPLAY") ||
            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
@@ -100,6 +107,7 @@ int runTrayApplication(int argc, char **argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     const std::unique_ptr<StatusItemView> statusItem = createStatusItemView();
     FacadeUsageEvents usageEvents;
+    checkForeignSignalHandlersWhenRunning();
     return runSession(app, statusItem.get(),
                       &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents);
 }
@@ -113,6 +121,7 @@ int runConsoleApplication(int argc, char **argv) {
     ConsoleStatusItemView statusItem;
     ConsoleNotifier notifier;
     FacadeUsageEvents usageEvents;
+    checkForeignSignalHandlersWhenRunning();
     return runSession(app, &statusItem, &notifier, &usageEvents);
 }
 
