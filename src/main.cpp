@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include <QApplication>
+#include <QTimer>
 
 #include "BuildInfo.h"
 #include "analytics/facade/QRMEventManager.h"
@@ -121,6 +122,12 @@ private:
     QRMEventManager &events_;
 };
 
+// Once the event loop runs, Qt and every library have set themselves up, so a signal
+// handler one of them installed over ours can be seen.
+void checkForeignSignalHandlersWhenRunning() {
+    QTimer::singleShot(0, [] { crash::checkForeignSignalHandlersOnce(); });
+}
+
 bool hasDisplay() {
     return !qEnvironmentVariableIsEmpty("DISPLAY") ||
            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
@@ -133,6 +140,7 @@ int runTrayApplication(int argc, char **argv) {
     const std::unique_ptr<StatusItemView> statusItem = createStatusItemView();
     FacadeUsageEvents usageEvents;
     WelcomeWindowProcess welcome(WelcomeWindowProcess::installedProgram());
+    checkForeignSignalHandlersWhenRunning();
     return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), statusItem.get(),
                       &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents,
                       &welcome);
@@ -147,6 +155,7 @@ int runConsoleApplication(int argc, char **argv) {
     ConsoleStatusItemView statusItem;
     ConsoleNotifier notifier;
     FacadeUsageEvents usageEvents;
+    checkForeignSignalHandlersWhenRunning();
     return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &statusItem, &notifier, &usageEvents,
                       nullptr);
 }
