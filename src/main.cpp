@@ -7,12 +7,14 @@
 #include <string_view>
 
 #include <QApplication>
+#include <QTimer>
 
 #include "BuildInfo.h"
 #include "analytics/facade/QRMEventManager.h"
 #include "app/ApplicationSession.h"
 #include "app/ConsoleViews.h"
 #include "app/UsageEvents.h"
+#include "app/WelcomeWindowProcess.h"
 #include "cli/CommandLine.h"
 #include "cli/CrashReportsCommand.h"
 #include "cli/MemoryCommands.h"
@@ -22,6 +24,8 @@
 #include "crash/DeliberateCrash.h"
 #include "crash/ReportStore.h"
 #include "crash/TelemetryDirectory.h"
+#include "memory/LinuxMemorySource.h"
+#include "memory/QRMMemoryInfo.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
 #include "ui/StatusItemViewFactory.h"
 
@@ -109,10 +113,20 @@ public:
     void firstRun() override { events_.firstRun(); }
     void run() override { events_.run(); }
     void memoryCleaned() override { events_.memoryCleaned(); }
+    void contentViewWithName(const QString &contentName, const QString &contentType,
+                             const QString &contentId) override {
+        events_.contentViewWithName(contentName, contentType, contentId);
+    }
 
 private:
     QRMEventManager &events_;
 };
+
+// Once the event loop runs, Qt and every library have set themselves up, so a signal
+// handler one of them installed over ours can be seen.
+void checkForeignSignalHandlersWhenRunning() {
+    QTimer::singleShot(0, [] { crash::checkForeignSignalHandlersOnce(); });
+}
 
 bool hasDisplay() {
     return !qEnvironmentVariableIsEmpty("DISPLAY") ||
@@ -125,8 +139,11 @@ int runTrayApplication(int argc, char **argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     const std::unique_ptr<StatusItemView> statusItem = createStatusItemView();
     FacadeUsageEvents usageEvents;
-    return runSession(app, statusItem.get(),
-                      &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents);
+    WelcomeWindowProcess welcome(WelcomeWindowProcess::installedProgram());
+    checkForeignSignalHandlersWhenRunning();
+    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), statusItem.get(),
+                      &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents,
+                      &welcome);
 }
 
 // The same controller in a terminal: a status line per refresh on standard
@@ -138,7 +155,9 @@ int runConsoleApplication(int argc, char **argv) {
     ConsoleStatusItemView statusItem;
     ConsoleNotifier notifier;
     FacadeUsageEvents usageEvents;
-    return runSession(app, &statusItem, &notifier, &usageEvents);
+    checkForeignSignalHandlersWhenRunning();
+    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &statusItem, &notifier, &usageEvents,
+                      nullptr);
 }
 
 // Without a subcommand: the tray application, or console mode when asked for
@@ -165,5 +184,14 @@ int main(int argc, char **argv) {
     if (argc >= 2 && std::string_view(argv[1]).starts_with(kDebugCrashOption)) {
         return crashOnPurpose(argv[1]);
     }
-    return cli::dispatch(argc, argv, kSubcommands, runApplication);
+    // The one memory source of the process, handed to everything that reads
+    // memory (the controller, the commands, the settings' defaults, the usage
+    // events' attributes). TARNWELL_MEMORY_ROOT points it at a captured
+    // machine. Cleanings are exclusive across the user's processes.
+    QRMMemoryInfo memory(LinuxMemorySource::underRoot(std::getenv("TARNWELL_MEMORY_ROOT")),
+                         std::make_unique<ResidentBlockAllocator>(), CleaningLock::userLockFile());
+    QRMMemoryInfo::setSharedMemoryInfo(&memory);
+    const int status = cli::dispatch(argc, argv, kSubcommands, runApplication);
+    QRMMemoryInfo::setSharedMemoryInfo(nullptr);
+    return status;
 }

@@ -10,6 +10,7 @@
 #include "memory/DecimalText.h"
 #include "memory/QRMMemoryInfo.h"
 #include "memory/QRMRecordKeys.h"
+#include "memory/RecordFigures.h"
 
 namespace tarnwell::cli {
 
@@ -129,8 +130,11 @@ void printTable(const QRMStatisticsRecord &record, std::ostream &out) {
         out << std::left << std::setw(kKeyWidth) << key.name << std::right << std::setw(kValueWidth)
             << valueText(found->second);
         if (key.isByteSize) {
-            out << "  "
-                << QRMMemoryInfo::adaptiveMemorySize(found->second.toUInt64(), true, false, false);
+            // The value column keeps the stored number; the size a person
+            // reads is exact where the stored one wraps at 4 GiB.
+            const uint64_t bytes =
+                key.countKey.empty() ? found->second.toUInt64() : exactBytes(record, key.countKey);
+            out << "  " << QRMMemoryInfo::adaptiveMemorySize(bytes, true, false, false);
         }
         out << '\n';
     }
@@ -138,14 +142,26 @@ void printTable(const QRMStatisticsRecord &record, std::ostream &out) {
 
 }  // namespace
 
-int stats(QRMMemoryInfo &memory, Arguments args, std::ostream &out,
+bool refreshed(QRMMemoryInfo &memory, std::ostream &err) {
+    memory.refresh();
+    const std::string problem = memory.sampleProblem();
+    if (problem.empty()) {
+        return true;
+    }
+    err << "tarnwell: " << consoleText("MemoryUnreadable") << ": " << problem << '\n';
+    return false;
+}
+
+int stats(QRMMemoryInfo &memory, Arguments args, std::ostream &out, std::ostream &err,
           const WaitForNextRefresh &waitForNextRefresh) {
     const auto options = parseOptions(args);
     if (!options) {
         return kExitUsage;
     }
     for (bool first = true;; first = false) {
-        memory.refresh();
+        if (!refreshed(memory, err)) {
+            return kExitFailure;
+        }
         const QRMStatisticsRecord record = memory.info();
         if (options->json) {
             printJson(record, options->pretty, out);
@@ -161,7 +177,7 @@ int stats(QRMMemoryInfo &memory, Arguments args, std::ostream &out,
 }
 
 int runStats(Arguments args) {
-    return stats(QRMMemoryInfo::sharedMemoryInfo(), args, std::cout,
+    return stats(QRMMemoryInfo::sharedMemoryInfo(), args, std::cout, std::cerr,
                  [](std::chrono::seconds interval) {
                      std::this_thread::sleep_for(interval);
                      return true;

@@ -140,13 +140,19 @@ bool startCrashReporting(const CrashReportingOptions &options) {
     installSignalCapture(context);
     installExceptionCapture(context);
     context.enabled = true;
-    if (!context.foreignHandlerCheckDisabled) {
-        checkForeignSignalHandlers(STDERR_FILENO);
-    }
     if (options.watchImages) {
         imageWatcher.start();
     }
     return true;
+}
+
+void checkForeignSignalHandlersOnce() {
+    static std::once_flag checked;
+    const CrashContext *context = crashContext();
+    if (context == nullptr || !context->enabled || context->foreignHandlerCheckDisabled) {
+        return;
+    }
+    std::call_once(checked, [] { checkForeignSignalHandlers(STDERR_FILENO); });
 }
 
 void refreshBinaryImages() {

@@ -19,6 +19,7 @@
 #include <QSettings>
 #include <QSignalSpy>
 
+#include "BuildInfo.h"
 #include "TestNotificationServer.h"
 #include "TestStatusNotifierWatcher.h"
 #include "ThrowAwayRun.h"
@@ -104,6 +105,9 @@ protected:
         QSettings settings(run.settingsFile(), QSettings::IniFormat);
         settings.setValue("refreshRate", 3600);
         settings.setValue("statusBarText", 2);
+        // Welcomed already: this test is about the tray, not the web view.
+        settings.setValue("isWelcomeShown", true);
+        settings.setValue("bundleBuild", kBuildNumber);
         settings.sync();
 
         QDBusConnection bus = QDBusConnection::sessionBus();
@@ -138,9 +142,8 @@ protected:
     }
 
     QVariant itemProperty(const QString &name) {
-        QDBusMessage call =
-            QDBusMessage::createMethodCall(watcher.senders.value(0), "/StatusNotifierItem",
-                                           "org.freedesktop.DBus.Properties", "Get");
+        QDBusMessage call = QDBusMessage::createMethodCall(
+            watcher.senders.value(0), "/StatusNotifierItem", "org.freedesktop.DBus.Properties", "Get");
         call << QStringLiteral("org.kde.StatusNotifierItem") << name;
         const QDBusMessage reply = QDBusConnection::sessionBus().call(call);
         if (reply.type() != QDBusMessage::ReplyMessage) {
@@ -181,8 +184,8 @@ TEST_F(TrayEndToEnd, CleanFromTheMenuNotifies) {
     // 96 MiB more free memory after the cleaning than before it.
     writeMeminfo(proc, 100 * 1024);
     QSignalSpy notified(&notifications, &test::TestNotificationServer::notified);
-    QDBusMessage event = QDBusMessage::createMethodCall(watcher.senders.value(0), menuPath,
-                                                        "com.canonical.dbusmenu", "Event");
+    QDBusMessage event =
+        QDBusMessage::createMethodCall(watcher.senders.value(0), menuPath, "com.canonical.dbusmenu", "Event");
     event << clean->id << QStringLiteral("clicked") << QVariant::fromValue(QDBusVariant(QString()))
           << 0u;
     QDBusConnection::sessionBus().call(event, QDBus::NoBlock);

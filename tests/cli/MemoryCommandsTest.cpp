@@ -54,7 +54,7 @@ protected:
     }
 
     int runStats(const std::vector<const char *> &args, int refreshes = 1) {
-        return stats(*memory, argumentsOf(args), out, [&](std::chrono::seconds interval) {
+        return stats(*memory, argumentsOf(args), out, err, [&](std::chrono::seconds interval) {
             waits.push_back(interval);
             return int(waits.size()) < refreshes;
         });
@@ -64,6 +64,7 @@ protected:
         std::make_shared<test::FakeMemorySource::State>();
     std::unique_ptr<QRMMemoryInfo> memory;
     std::ostringstream out;
+    std::ostringstream err;
     std::vector<std::chrono::seconds> waits;
 };
 
@@ -115,11 +116,12 @@ TEST_F(MemoryCommands, WatchRefreshesEveryInterval) {
 
 TEST_F(MemoryCommands, WatchShowsNewFiguresAndDefaultsToFiveSeconds) {
     int calls = 0;
-    stats(*memory, argumentsOf({"--watch", "--json"}), out, [&](std::chrono::seconds interval) {
-        EXPECT_EQ(interval, std::chrono::seconds(5));
-        state->vmStatistics->freeCount = 1;
-        return ++calls < 2;
-    });
+    stats(*memory, argumentsOf({"--watch", "--json"}), out, err,
+          [&](std::chrono::seconds interval) {
+              EXPECT_EQ(interval, std::chrono::seconds(5));
+              state->vmStatistics->freeCount = 1;
+              return ++calls < 2;
+          });
     // The first object shows the old figure, the second the new one.
     const std::string json = out.str();
     EXPECT_LT(json.find("\"freeCount\":4096,"), json.find('\n'));
@@ -137,7 +139,8 @@ class MemoryCommandUsage : public MemoryCommands,
 
 TEST_P(MemoryCommandUsage, IsAUsageError) {
     const auto &args = GetParam().args;
-    const int status = GetParam().clean ? clean(*memory, argumentsOf(args), out) : runStats(args);
+    const int status =
+        GetParam().clean ? clean(*memory, argumentsOf(args), out, err) : runStats(args);
     EXPECT_EQ(status, kExitUsage);
     EXPECT_EQ(out.str(), "");
 }
@@ -175,7 +178,7 @@ TEST_P(CleanOutput, ReportsTheOutcome) {
         [this, gained = c.freePagesGained] { state->vmStatistics->freeCount += gained; });
     auto &preferences = QRMPreferencesManager::sharedPreferencesManager();
     preferences.setAppleLanguages(QStringList{c.language});
-    const int status = clean(*memory, argumentsOf(c.args), out);
+    const int status = clean(*memory, argumentsOf(c.args), out, err);
     preferences.setAppleLanguages(QStringList{"en"});
     EXPECT_EQ(status, c.status);
     EXPECT_EQ(out.str(), c.output);
