@@ -95,7 +95,7 @@ INSTANTIATE_TEST_SUITE_P(
         ReachabilityCase{"EndlessBody", ScriptedReply::endlessBody(QByteArray(kToken) + "xyz"),
                          false},
         ReachabilityCase{"Stall", ScriptedReply::stall(), false, true}),
-    caseName);
+    test::caseName);
 
 TEST(Reachability, FollowsRedirectsOnTheSiteOnly) {
     TestHttpServer site;
@@ -177,7 +177,7 @@ TEST_P(RemotePage, ReplacesTheLocalPageWhenTheSiteAnswers) {
 INSTANTIATE_TEST_SUITE_P(Runs, RemotePage,
                          ::testing::Values(RemotePageCase{"FirstRun", false, "welcomefirstrun120"},
                                            RemotePageCase{"Later", true, "welcome120"}),
-                         caseName);
+                         test::caseName);
 
 struct LanguageCase {
     const char *name;
@@ -217,7 +217,7 @@ INSTANTIATE_TEST_SUITE_P(
         LanguageCase{"Ukrainian", "ukr", "uk", "Ласкаво просимо до Tarnwell",
                      "Відкрийте налаштування, щоб вибрати, як Tarnwell показує та очищає пам’ять.",
                      "Налаштування"}),
-    caseName);
+    test::caseName);
 
 TEST(WelcomeController, MissingLocalPageLeavesTheViewEmptyAndSaysSo) {
     ControllerRig rig;

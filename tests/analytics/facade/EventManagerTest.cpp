@@ -28,7 +28,7 @@ public:
     MemorySample sample() override {
         VmStatistics statistics;
         statistics.pageSize = 4096;
-        return MemorySample{bytes_, statistics, SwapUsage{}};
+        return MemorySample{bytes_, statistics, SwapUsage{}, {}};
     }
 
 private:
