@@ -34,6 +34,9 @@ cp -r "$panel_config/." "$home/config/"
 chmod -R u+w "$home/config"
 export HOME="$home" XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data" \
     XDG_CACHE_HOME="$home/cache" XDG_RUNTIME_DIR="$home/runtime"
+# Welcomed already: the screenshots are of the panel, not of the welcome window.
+"$tarnwell" settings isWelcomeShown true >/dev/null
+"$tarnwell" settings bundleBuild "$("$tarnwell" --version | sed -n 's/.*(\(.*\))$/\1/p')" >/dev/null
 
 # Xvfb picks a free display and reports it.
 exec {display_fd}<> <(:)
