@@ -39,14 +39,15 @@ public:
 };
 
 constexpr char kApiKey[] = "test-account-key";
+constexpr char kInstallId[] = "0e8a6ad2-6b1c-4b36-9d55-2f0e7c1e4a11";
 
 class EventsKit : public testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(root.isValid());
         // An installation seen before, so no install event gets in the way.
-        QDir().mkpath(root.path());
-        writeFile(QDir(root.path()).filePath("install_id"), "INSTALL-1");
+        QDir().mkpath(eventsDirectory());
+        writeFile(QDir(root.path()).filePath("install_id"), kInstallId);
     }
 
     std::unique_ptr<EVTEventsController> start(const QUrl &url,
@@ -135,7 +136,7 @@ TEST_F(EventsKit, BecomingActiveSendsTheFileWithOneMetadataLineFirst) {
     const QJsonObject metadata =
         QJsonDocument::fromJson(test::linePayload(upload.lines.first())).object();
     EXPECT_EQ(metadata.value("api_key").toString(), kApiKey);
-    EXPECT_EQ(metadata.value("install_id").toString(), "INSTALL-1");
+    EXPECT_EQ(metadata.value("install_id").toString(), kInstallId);
     EXPECT_EQ(metadata.value("started_at").toInteger(), static_cast<qint64>(login.timestamp()));
     EXPECT_EQ(metadata.value("bundle_id").toString(), "app.tarnwell.Tarnwell");
     EXPECT_FALSE(metadata.value("session_id").toString().isEmpty());
@@ -359,7 +360,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto &info) { return std::string(info.param.name); });
 
 TEST_F(EventsKit, FirstStartRecordsTheInstallationOnce) {
-    QFile::remove(QDir(root.path()).filePath("install_id"));
+    QDir(eventsDirectory()).removeRecursively();
     {
         auto kit = start(QUrl());
         kit->waitUntilIdle();
