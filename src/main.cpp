@@ -23,7 +23,9 @@
 #include "crash/ReportStore.h"
 #include "crash/TelemetryDirectory.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
+#include "preferences/QRMPreferencesManager.h"
 #include "ui/StatusItemViewFactory.h"
+#include "updates/ApplicationUpdater.h"
 
 using namespace tarnwell;
 
@@ -100,8 +102,10 @@ int runTrayApplication(int argc, char **argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     const std::unique_ptr<StatusItemView> statusItem = createStatusItemView();
     FacadeUsageEvents usageEvents;
-    return runSession(app, statusItem.get(),
-                      &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents);
+    QRMUserNotificationsManager &notifier =
+        QRMUserNotificationsManager::sharedUserNotificationsManager();
+    ApplicationUpdater updater(QRMPreferencesManager::sharedPreferencesManager(), notifier);
+    return runSession(app, statusItem.get(), &notifier, &usageEvents, &updater.updater());
 }
 
 // The same controller in a terminal: a status line per refresh on standard

@@ -29,7 +29,7 @@ std::unique_ptr<QRMMemoryInfo> capturedMemoryInfo() {
 }  // namespace
 
 ApplicationSession::ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier,
-                                       UsageEvents *usageEvents)
+                                       UsageEvents *usageEvents, UpdateChecks *updater)
     : capturedMemoryInfo_(capturedMemoryInfo()),
       engine_(capturedMemoryInfo_ ? *capturedMemoryInfo_ : QRMMemoryInfo::sharedMemoryInfo()),
       settings_(QRMPreferencesManager::sharedPreferencesManager()) {
@@ -41,7 +41,8 @@ ApplicationSession::ApplicationSession(StatusItemView *statusItem, UserNotifier 
                                  statusItem,
                                  notifier,
                                  {},
-                                 usageEvents});
+                                 usageEvents,
+                                 updater});
     // Direct, so the menu is in the new language by the time the change returns.
     QObject::connect(&QRMLanguageNotifier::sharedNotifier(),
                      &QRMLanguageNotifier::languageDidChanged, delegate_.get(),
@@ -53,7 +54,7 @@ ApplicationSession::ApplicationSession(StatusItemView *statusItem, UserNotifier 
 ApplicationSession::~ApplicationSession() = default;
 
 int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *notifier,
-               UsageEvents *usageEvents) {
+               UsageEvents *usageEvents, UpdateChecks *updater) {
     QCoreApplication::setApplicationName(QString::fromLatin1(kDisplayName));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kMarketingVersion));
     // A logout or a Ctrl-C ends the event loop, so everything is torn down in
@@ -61,7 +62,7 @@ int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *
     TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &app,
                      &QCoreApplication::quit);
-    ApplicationSession session(statusItem, notifier, usageEvents);
+    ApplicationSession session(statusItem, notifier, usageEvents, updater);
     return app.exec();
 }
 

@@ -13,6 +13,7 @@ class QCoreApplication;
 namespace tarnwell {
 
 class StatusItemView;
+class UpdateChecks;
 class UsageEvents;
 class UserNotifier;
 
@@ -25,9 +26,10 @@ class UserNotifier;
 // tests run the program on a small record of their own.
 class ApplicationSession {
 public:
-    // usageEvents may be null: nothing is reported.
-    ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier,
-                       UsageEvents *usageEvents);
+    // usageEvents may be null: nothing is reported; updater may be null: no
+    // update checks.
+    ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier, UsageEvents *usageEvents,
+                       UpdateChecks *updater = nullptr);
     ~ApplicationSession();
 
     QRMAppDelegate &delegate() { return *delegate_; }
@@ -43,6 +45,6 @@ private:
 // Runs a session over the given views in app's event loop until the quit
 // command, SIGINT or SIGTERM. Returns the exit status.
 int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *notifier,
-               UsageEvents *usageEvents);
+               UsageEvents *usageEvents, UpdateChecks *updater = nullptr);
 
 }  // namespace tarnwell

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <QDir>
+#include <QPushButton>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTcpServer>
@@ -12,6 +13,7 @@
 #include "preferences/QRMPreferencesManager.h"
 #include "updates/PackageInstaller.h"
 #include "updates/QRMUpdater.h"
+#include "updates/UpdateWindow.h"
 
 namespace tarnwell::test {
 namespace {
@@ -390,6 +392,44 @@ TEST_F(UpdaterTest, ADueScheduledCheckRunsByItself) {
     finishSession();
     EXPECT_THAT(ui_.calls, ElementsAre("notify 101 ready=0"));
     EXPECT_EQ(preferences_.value(Setting::LastUpdateCheckTime).toLongLong(), kNow);
+}
+
+QPushButton *button(QWidget &window, const char *name) {
+    return window.findChild<QPushButton *>(QLatin1StringView(name));
+}
+
+TEST_F(UpdaterTest, TheWindowTakesTheUserThroughNotificationDecisionInstallAndRestart) {
+    QStringList notifications;
+    std::function<void()> click;
+    int restarts = 0;
+    UpdateWindow window(
+        *updater_, [](const QString &key) { return key + " %1 %2"; },
+        [&](const QString &title, const QString &, const QString &, std::function<void()> onClick) {
+            notifications << title;
+            click = std::move(onClick);
+        },
+        [&] { ++restarts; });
+    updater_->setUserInterface(&window);
+    serve(feed("101"));
+    check(&QRMUpdater::checkForUpdatesInBackground);
+    ASSERT_EQ(notifications, QStringList{"UpdateNotificationAvailable v101 %2"});
+    EXPECT_FALSE(window.isVisible());
+
+    click();
+    ASSERT_TRUE(window.isVisible());
+    EXPECT_TRUE(button(window, "install")->isVisible());
+    button(window, "skip")->click();
+    EXPECT_EQ(preferences_.value(Setting::SkippedVersion).toString(), "101");
+    EXPECT_FALSE(window.isVisible());
+
+    click();
+    server_.script(ScriptedReply::respond(200, {}, kPackage));
+    button(window, "install")->click();
+    finishSession();
+    EXPECT_THAT(installer_.installed, ElementsAre(kPackage));
+    ASSERT_TRUE(button(window, "restartNow")->isVisible());
+    button(window, "restartNow")->click();
+    EXPECT_EQ(restarts, 1);
 }
 
 TEST(SystemPackageInstaller, InstallsThroughAptWithTheUsersConsent) {
