@@ -14,6 +14,7 @@
 #include "app/ApplicationSession.h"
 #include "app/ConsoleViews.h"
 #include "app/UsageEvents.h"
+#include "app/WelcomeWindowProcess.h"
 #include "cli/CommandLine.h"
 #include "cli/CrashReportsCommand.h"
 #include "cli/MemoryCommands.h"
@@ -114,6 +115,10 @@ public:
     void firstRun() override { events_.firstRun(); }
     void run() override { events_.run(); }
     void memoryCleaned() override { events_.memoryCleaned(); }
+    void contentViewWithName(const QString &contentName, const QString &contentType,
+                             const QString &contentId) override {
+        events_.contentViewWithName(contentName, contentType, contentId);
+    }
 
 private:
     QRMEventManager &events_;
@@ -136,12 +141,13 @@ int runTrayApplication(int argc, char **argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     const std::unique_ptr<StatusItemView> statusItem = createStatusItemView();
     FacadeUsageEvents usageEvents;
+    WelcomeWindowProcess welcome(WelcomeWindowProcess::installedProgram());
     checkForeignSignalHandlersWhenRunning();
     QRMUserNotificationsManager &notifier =
         QRMUserNotificationsManager::sharedUserNotificationsManager();
     ApplicationUpdater updater(QRMPreferencesManager::sharedPreferencesManager(), notifier);
     return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), statusItem.get(), &notifier,
-                      &usageEvents, &updater.updater());
+                      &usageEvents, &welcome, &updater.updater());
 }
 
 // The same controller in a terminal: a status line per refresh on standard
@@ -154,7 +160,8 @@ int runConsoleApplication(int argc, char **argv) {
     ConsoleNotifier notifier;
     FacadeUsageEvents usageEvents;
     checkForeignSignalHandlersWhenRunning();
-    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &statusItem, &notifier, &usageEvents);
+    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &statusItem, &notifier, &usageEvents,
+                      nullptr);
 }
 
 // Without a subcommand: the tray application, or console mode when asked for
