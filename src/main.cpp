@@ -29,7 +29,9 @@
 #include "memory/LinuxMemorySource.h"
 #include "memory/QRMMemoryInfo.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
+#include "preferences/QRMPreferencesManager.h"
 #include "ui/StatusItemViewFactory.h"
+#include "updates/ApplicationUpdater.h"
 
 using namespace tarnwell;
 
@@ -163,9 +165,11 @@ int runTrayApplication(int argc, char **argv) {
     FacadeUsageEvents usageEvents;
     WelcomeWindowProcess welcome(WelcomeWindowProcess::installedProgram());
     checkForeignSignalHandlersWhenRunning();
-    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), statusItem.get(),
-                      &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents,
-                      &welcome);
+    QRMUserNotificationsManager &notifier =
+        QRMUserNotificationsManager::sharedUserNotificationsManager();
+    ApplicationUpdater updater(QRMPreferencesManager::sharedPreferencesManager(), notifier);
+    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), statusItem.get(), &notifier,
+                      &usageEvents, &welcome, &updater.updater());
 }
 
 // The same controller in a terminal: a status line per refresh on standard
