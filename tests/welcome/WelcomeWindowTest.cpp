@@ -53,7 +53,7 @@ struct PagesFolder {
 };
 
 // Runs one check against address to its end: its answer, and whether it
-// came before the deadline.
+// came well before the deadline.
 std::pair<bool, bool> check(const QUrl &address) {
     QNetworkAccessManager network;
     HostReachabilityCheck check(network, address, kToken, kTimeout);
@@ -62,7 +62,8 @@ std::pair<bool, bool> check(const QUrl &address) {
     clock.start();
     check.start();
     EXPECT_TRUE(finished.wait(5000));
-    const bool early = clock.elapsed() < kTimeout.count();
+    // Half the timeout: Qt's coarse timers may fire 5 % early.
+    const bool early = clock.elapsed() < kTimeout.count() / 2;
     QTest::qWait(50);
     EXPECT_EQ(finished.size(), 1);
     return {!finished.isEmpty() && finished.at(0).at(0).toBool(), early};
