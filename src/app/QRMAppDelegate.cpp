@@ -268,6 +268,14 @@ void QRMAppDelegate::setStatusItemTitle(const QString &title) {
 }
 
 void QRMAppDelegate::refreshStatusMenu() {
+    // A language chosen in another process (`tarnwell settings AppleLanguages
+    // ru`) reaches every lookup at once but sends no languageDidChanged here:
+    // the static titles follow the language of the figures.
+    if (const QString language = localized_(QStringLiteral("language"));
+        language != staticTitlesLanguage_) {
+        staticTitlesLanguage_ = language;
+        statusMenu_.setStaticTitles(localized_);
+    }
     refreshStatusItemTitle();
     refreshStatusItemImage();
     statusMenu_.refreshTitles(
@@ -279,19 +287,27 @@ void QRMAppDelegate::refreshStatusMenu() {
 void QRMAppDelegate::refreshStatusItemTitle() {
     QString title;
     const int64_t textType = settings_.statusBarTextType();
+    const QRMStatisticsRecord record = engine_.info();
+    const QString percentText =
+        QString::asprintf("%.2f %%", floatValue(record, keys::freePercents));
+    const QString sizeTextOfFree = sizeText(unsignedValue(record, keys::freeBytes), false);
     if (textType != kTextNone) {
         if (settings_.statusBarTextWithInfo()) {
             title = QStringLiteral("%1: ").arg(localized_(QStringLiteral("Free")));
         }
-        const QRMStatisticsRecord record = engine_.info();
         if (textType == kTextPercent) {
-            title += QString::asprintf("%.2f %%", floatValue(record, keys::freePercents));
+            title += percentText;
         } else if (textType == kTextSize) {
-            title += sizeText(unsignedValue(record, keys::freeBytes), false);
+            title += sizeTextOfFree;
         }
     }
     if (statusItem_) {
         statusItem_->setTitle(title);
+        // A bare figure on the panel says neither free nor used; the tool tip
+        // names it, whatever the title shows.
+        statusItem_->setToolTip(
+            QStringLiteral("%1: %2 (%3)")
+                .arg(localized_(QStringLiteral("FreeMemory")), sizeTextOfFree, percentText));
     }
 }
 
@@ -342,6 +358,7 @@ QString QRMAppDelegate::getTotallyCleanedString() const {
 }
 
 void QRMAppDelegate::languageDidChanged() {
+    staticTitlesLanguage_ = localized_(QStringLiteral("language"));
     statusMenu_.setStaticTitles(localized_);
     refreshStatusMenu();
 }

@@ -123,6 +123,8 @@ private:
     QImage statusBarIconStatic2D_;
     QImage statusBarIconStatic3D_;
 
+    // The language the static menu titles were last set in.
+    QString staticTitlesLanguage_;
     bool memoryCleaningInProgress_ = false;
     uint64_t freeMemoryBefore_ = 0;
     uint64_t freeMemoryAfter_ = 0;

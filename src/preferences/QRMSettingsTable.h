@@ -35,6 +35,8 @@ enum class Setting {
     SelectedLanguage,
     AppleLanguages,
     CollectUsageEvents,
+    StatusBarTextPlacement,
+    StatusBarAppearance,
 };
 
 // How a value is kept. The settings file is text, so "refreshRate" (a number
@@ -100,6 +102,8 @@ inline constexpr std::array kSettingsTable{
     SettingDefinition{Setting::SelectedLanguage, "selectedLanguage", SettingType::Integer, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
     SettingDefinition{Setting::AppleLanguages, "AppleLanguages", SettingType::StringList, DefaultRule::NotWritten, DefaultValue::Nothing, 0},
     SettingDefinition{Setting::CollectUsageEvents, "collectUsageEvents", SettingType::Boolean, DefaultRule::WriteBack, DefaultValue::Fixed, 1},
+    SettingDefinition{Setting::StatusBarTextPlacement, "statusBarTextPlacement", SettingType::Integer, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::StatusBarAppearance, "statusBarAppearance", SettingType::Integer, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
 };
 // clang-format on
 
