@@ -14,6 +14,9 @@ packages=(
     libgtest-dev libgmock-dev googletest libbenchmark-dev hyperfine
     # readelf, the independent check of build-ids in the crash tests
     binutils
+    # the application icon's PNGs, the Debian package and the checks of what is installed
+    librsvg2-bin dpkg-dev file desktop-file-utils appstream lintian man-db groff-base
+    bash-completion
     # a desktop for the tests: display, window manager, session bus, notifications
     xvfb xauth x11-utils openbox dbus dbus-x11 dunst xdotool
     # text drawn into the status icon, in the tests as on a desktop

@@ -1,38 +1,19 @@
 #include "app/ApplicationSession.h"
 
-#include <filesystem>
-
 #include <QCoreApplication>
 
 #include "BuildInfo.h"
 #include "app/TerminationSignals.h"
 #include "localization/QRMLanguageNotifier.h"
 #include "localization/QRMLocalization.h"
-#include "memory/LinuxMemorySource.h"
 #include "memory/QRMMemoryInfo.h"
 #include "preferences/QRMPreferencesManager.h"
 
 namespace tarnwell {
 
-namespace {
-
-std::unique_ptr<QRMMemoryInfo> capturedMemoryInfo() {
-    const QString root = qEnvironmentVariable("TARNWELL_MEMORY_ROOT");
-    if (root.isEmpty()) {
-        return nullptr;
-    }
-    const std::filesystem::path base = root.toStdString();
-    return std::make_unique<QRMMemoryInfo>(
-        std::make_unique<LinuxMemorySource>(base / "proc", base / "sys"));
-}
-
-}  // namespace
-
-ApplicationSession::ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier,
-                                       UsageEvents *usageEvents)
-    : capturedMemoryInfo_(capturedMemoryInfo()),
-      engine_(capturedMemoryInfo_ ? *capturedMemoryInfo_ : QRMMemoryInfo::sharedMemoryInfo()),
-      settings_(QRMPreferencesManager::sharedPreferencesManager()) {
+ApplicationSession::ApplicationSession(QRMMemoryInfo &memory, StatusItemView *statusItem,
+                                       UserNotifier *notifier, UsageEvents *usageEvents)
+    : engine_(memory), settings_(QRMPreferencesManager::sharedPreferencesManager()) {
     delegate_ = std::make_unique<QRMAppDelegate>(
         QRMAppDelegate::Services{engine_,
                                  settings_,
@@ -52,8 +33,8 @@ ApplicationSession::ApplicationSession(StatusItemView *statusItem, UserNotifier 
 
 ApplicationSession::~ApplicationSession() = default;
 
-int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *notifier,
-               UsageEvents *usageEvents) {
+int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *statusItem,
+               UserNotifier *notifier, UsageEvents *usageEvents) {
     QCoreApplication::setApplicationName(QString::fromLatin1(kDisplayName));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kMarketingVersion));
     // A logout or a Ctrl-C ends the event loop, so everything is torn down in
@@ -61,7 +42,7 @@ int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *
     TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &app,
                      &QCoreApplication::quit);
-    ApplicationSession session(statusItem, notifier, usageEvents);
+    ApplicationSession session(memory, statusItem, notifier, usageEvents);
     return app.exec();
 }
 
