@@ -15,6 +15,7 @@
 #include "app/ApplicationSession.h"
 #include "app/ConsoleViews.h"
 #include "app/UsageEvents.h"
+#include "app/WelcomeWindowProcess.h"
 #include "cli/CommandLine.h"
 #include "cli/CrashReportsCommand.h"
 #include "cli/MemoryCommands.h"
@@ -116,6 +117,10 @@ public:
     void firstRun() override { events_.firstRun(); }
     void run() override { events_.run(); }
     void memoryCleaned() override { events_.memoryCleaned(); }
+    void contentViewWithName(const QString &contentName, const QString &contentType,
+                             const QString &contentId) override {
+        events_.contentViewWithName(contentName, contentType, contentId);
+    }
 
 private:
     QRMEventManager &events_;
@@ -150,9 +155,11 @@ int runTrayApplication(int argc, char **argv) {
     QObject::connect(&instance, &SingleInstance::showRequested, &host,
                      [&host] { host.popUpMenu(QCursor::pos()); });
     FacadeUsageEvents usageEvents;
+    WelcomeWindowProcess welcome(WelcomeWindowProcess::installedProgram());
     checkForeignSignalHandlersWhenRunning();
     return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &host,
-                      &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents);
+                      &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents,
+                      &welcome);
 }
 
 // The same controller in a terminal: a status line per refresh on standard
@@ -167,7 +174,8 @@ int runConsoleApplication(int argc, char **argv, const QString &why = {}) {
     ConsoleNotifier notifier;
     FacadeUsageEvents usageEvents;
     checkForeignSignalHandlersWhenRunning();
-    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &statusItem, &notifier, &usageEvents);
+    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &statusItem, &notifier, &usageEvents,
+                      nullptr);
 }
 
 // Without a subcommand: the tray application, or console mode when asked for

@@ -435,6 +435,17 @@ void QRMAppDelegate::showWelcomePage() {
     emit welcomePageRequested();
 }
 
+void QRMAppDelegate::welcomeWindowDidLoad() {
+    if (usageEvents_) {
+        usageEvents_->contentViewWithName(QStringLiteral("Welcome"), QStringLiteral("Window"),
+                                          QStringLiteral("welcomeWindow"));
+    }
+}
+
+void QRMAppDelegate::welcomeWindowWillClose() {
+    settings_.setIsWelcomeShown(true);
+}
+
 void QRMAppDelegate::openSharePage(const QString &page, const QString &figure,
                                    const QString &campaign) {
     const QString query = QRMMakeURL().makeUTMParamsURLPartWith({}, {}, {}, {}, campaign);

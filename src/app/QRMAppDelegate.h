@@ -95,6 +95,9 @@ public slots:
     void showLearnMorePage();
     void showProductPage();
     void showPrivacyPage();
+    // From the welcome window: its first page loaded, or the user closed it.
+    void welcomeWindowDidLoad();
+    void welcomeWindowWillClose();
 
 signals:
     // Emitted at the end of setMemoryCleaningInProgress().

@@ -123,6 +123,7 @@ struct FakeSettings : AppSettings {
     }
     bool isFirstRun() override { return build.isEmpty(); }
     bool isWelcomeShown() override { return welcomeShown; }
+    void setIsWelcomeShown(bool shown) override { welcomeShown = shown; }
     QString bundleBuild() override { return build; }
     void setBundleBuild(const QString &b) override { build = b; }
 };
@@ -156,6 +157,10 @@ struct FakeUsageEvents : UsageEvents {
     void firstRun() override { ++firstRuns; }
     void run() override { ++runs; }
     void memoryCleaned() override { ++cleanings; }
+    std::vector<QStringList> contentViews;
+    void contentViewWithName(const QString &name, const QString &type, const QString &id) override {
+        contentViews.push_back({name, type, id});
+    }
 };
 
 struct FakeUrlOpener : UrlOpener {

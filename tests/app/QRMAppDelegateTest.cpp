@@ -442,5 +442,23 @@ INSTANTIATE_TEST_SUITE_P(Launches, WelcomePage,
                                            WelcomeCase{"Updated", true, "0", true}),
                          caseName);
 
+TEST(WelcomeWindow, ClosingItKeepsItAwayUntilTheNextUpdate) {
+    ControllerRig rig;
+    auto first = rig.start();
+    QSignalSpy requested(first.get(), &QRMAppDelegate::welcomePageRequested);
+    first->applicationDidFinishLaunching();
+    ASSERT_EQ(requested.size(), 1);
+    first->welcomeWindowDidLoad();
+    EXPECT_EQ(rig.usageEvents.contentViews,
+              std::vector<QStringList>({{"Welcome", "Window", "welcomeWindow"}}));
+    first->welcomeWindowWillClose();
+    first.reset();
+
+    auto next = rig.start();
+    QSignalSpy again(next.get(), &QRMAppDelegate::welcomePageRequested);
+    next->applicationDidFinishLaunching();
+    EXPECT_TRUE(again.isEmpty());
+}
+
 }  // namespace
 }  // namespace tarnwell::testing

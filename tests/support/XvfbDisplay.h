@@ -1,56 +1,68 @@
 #pragma once
 
-#include <QByteArray>
-#include <QDeadlineTimer>
-#include <QProcess>
-#include <QTemporaryFile>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
 
 namespace tarnwell::test {
 
-// A private X server for one test: Xvfb picks a free display number and
-// writes it to a file, which this reads. display() is empty when Xvfb could
-// not start.
+// A virtual X display of the test's own, on a display number Xvfb picks
+// itself (so parallel tests never collide); DISPLAY points at it while it
+// lives. Made before the application object, ended after it.
 class XvfbDisplay {
 public:
     XvfbDisplay() {
-        if (!displayFile_.open()) {
+        int numberPipe[2];
+        if (::pipe(numberPipe) != 0) {
             return;
         }
-        // -displayfd writes to an inherited descriptor; QProcess inherits only
-        // the standard ones, so the number goes through a shell redirection.
-        server_.start(QStringLiteral("sh"),
-                      {QStringLiteral("-c"),
-                       QStringLiteral("exec Xvfb -displayfd 3 -nolisten tcp -screen 0 640x480x24 "
-                                      "3>\"$0\" 2>/dev/null"),
-                       displayFile_.fileName()});
-        if (!server_.waitForStarted()) {
-            return;
+        pid_ = ::fork();
+        if (pid_ == 0) {
+            ::close(numberPipe[0]);
+            const std::string fd = std::to_string(numberPipe[1]);
+            ::execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-nolisten", "tcp", "-screen", "0",
+                     "1024x768x24", static_cast<char *>(nullptr));
+            ::_exit(127);
         }
-        QDeadlineTimer deadline(10000);
-        while (!deadline.hasExpired()) {
-            displayFile_.seek(0);
-            const QByteArray number = displayFile_.readAll().trimmed();
-            if (!number.isEmpty()) {
-                display_ = ":" + number;
-                return;
+        ::close(numberPipe[1]);
+        // Xvfb writes the number once it accepts clients.
+        char number[16] = {};
+        size_t got = 0;
+        while (got + 1 < sizeof number) {
+            const ssize_t n = ::read(numberPipe[0], number + got, 1);
+            if (n <= 0 || number[got] == '\n') {
+                break;
             }
-            server_.waitForFinished(50);
-            if (server_.state() == QProcess::NotRunning) {
-                return;
-            }
+            got += size_t(n);
         }
-    }
-    ~XvfbDisplay() {
-        server_.terminate();
-        server_.waitForFinished(5000);
+        ::close(numberPipe[0]);
+        number[got] = 0;
+        if (got > 0) {
+            display_ = std::string(":") + number;
+            ::setenv("DISPLAY", display_.c_str(), 1);
+        }
     }
 
-    QByteArray display() const { return display_; }
+    ~XvfbDisplay() {
+        if (pid_ > 0) {
+            ::kill(pid_, SIGTERM);
+            ::waitpid(pid_, nullptr, 0);
+        }
+    }
+
+    XvfbDisplay(const XvfbDisplay &) = delete;
+    XvfbDisplay &operator=(const XvfbDisplay &) = delete;
+
+    // Empty when Xvfb could not start.
+    const std::string &display() const { return display_; }
 
 private:
-    QTemporaryFile displayFile_;
-    QProcess server_;
-    QByteArray display_;
+    pid_t pid_ = -1;
+    std::string display_;
 };
 
 }  // namespace tarnwell::test

@@ -252,19 +252,20 @@ private:
 class OnXServer : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (x.display().isEmpty()) {
+        if (x.display().empty()) {
             GTEST_SKIP() << "Xvfb did not start";
         }
     }
+    QByteArray display() const { return QByteArray::fromStdString(x.display()); }
     test::XvfbDisplay x;
 };
 
 TEST_F(OnXServer, ALegacyTrayIsSeenComingAndGoing) {
-    XcbLegacyTrayPresence tray(x.display());
+    XcbLegacyTrayPresence tray(display());
     EXPECT_FALSE(tray.isPresent());
     QSignalSpy changed(&tray, &LegacyTrayPresence::changed);
 
-    SelectionOwner trayer(x.display(), "_NET_SYSTEM_TRAY_S0");
+    SelectionOwner trayer(display(), "_NET_SYSTEM_TRAY_S0");
     ASSERT_TRUE(changed.wait(5000));
     EXPECT_TRUE(tray.isPresent());
 
@@ -274,9 +275,9 @@ TEST_F(OnXServer, ALegacyTrayIsSeenComingAndGoing) {
 }
 
 TEST_F(OnXServer, TheXSettingsThemeTurnsThePanelDark) {
-    SelectionOwner manager(x.display(), "_XSETTINGS_S0");
+    SelectionOwner manager(display(), "_XSETTINGS_S0");
     manager.setProperty("_XSETTINGS_SETTINGS", xsettingsBlob(false, "Greybird"));
-    X11ManagerSelection xsettings("_XSETTINGS_S", "_XSETTINGS_SETTINGS", x.display());
+    X11ManagerSelection xsettings("_XSETTINGS_S", "_XSETTINGS_SETTINGS", display());
     QTemporaryDir empty;
     PanelAppearance appearance({empty.path(), {}, QStringLiteral("XFCE"), QString()}, {},
                                &xsettings);
