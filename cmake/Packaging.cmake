@@ -23,9 +23,10 @@ inactive memory rises above one, every few minutes, or when chosen
 applications start, quit, hide or show. A console mode and the commands
 'tarnwell stats' and 'tarnwell clean' serve machines without a desktop.")
 # The libraries come from dpkg-shlibdeps; Qt's plugins are loaded at run time,
-# so the SVG renderer and the display plugins are named here.
+# so the SVG renderer and the display plugins are named here, and so is the web
+# engine's helper process that the welcome window starts.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libqt6svg6, qt6-qpa-plugins")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libqt6svg6, qt6-qpa-plugins, libqt6webenginecore6-bin")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "dbus-user-session")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "pkexec")
 

@@ -7,12 +7,15 @@
 #include <string_view>
 
 #include <QApplication>
+#include <QTimer>
 
 #include "BuildInfo.h"
+#include "analytics/EVTConfiguration.h"
 #include "analytics/facade/QRMEventManager.h"
 #include "app/ApplicationSession.h"
 #include "app/ConsoleViews.h"
 #include "app/UsageEvents.h"
+#include "app/WelcomeWindowProcess.h"
 #include "cli/CommandLine.h"
 #include "cli/CrashReportsCommand.h"
 #include "cli/MemoryCommands.h"
@@ -21,11 +24,14 @@
 #include "crash/CrashReporter.h"
 #include "crash/DeliberateCrash.h"
 #include "crash/ReportStore.h"
+#include "crash/RunIdentity.h"
 #include "crash/TelemetryDirectory.h"
 #include "memory/LinuxMemorySource.h"
 #include "memory/QRMMemoryInfo.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
+#include "preferences/QRMPreferencesManager.h"
 #include "ui/StatusItemViewFactory.h"
+#include "updates/ApplicationUpdater.h"
 
 using namespace tarnwell;
 
@@ -66,6 +72,16 @@ constexpr std::array kSubcommands{
                     cli::runCrashReports},
 };
 
+// One installation and one run, as both kits report them: the install identifier
+// lives in the events kit's folder, where it has always been kept.
+const crash::RunIdentity &runIdentity() {
+    static const crash::RunIdentity identity = crash::makeRunIdentity(
+        EVTConfiguration::installIdPath(
+            EVTConfiguration::rootDirectoryForBundle(QString::fromLatin1(kBundleIdentifier)))
+            .toStdString());
+    return identity;
+}
+
 // First thing in main: a crash anywhere later, start-up included, leaves a report.
 void installCrashReporting() {
     const std::string telemetry = crash::telemetryDirectory(kBundleIdentifier);
@@ -81,6 +97,14 @@ void installCrashReporting() {
     options.metadata.bundleIdentifier = kBundleIdentifier;
     options.metadata.buildVersion = kBuildNumber;
     options.metadata.displayVersion = kMarketingVersion;
+    options.metadata.installId = runIdentity().installId;
+    options.metadata.sessionId = runIdentity().sessionId;
+    const QString apiKey = EVTConfiguration::forApplication(QString::fromLatin1(kBundleIdentifier),
+                                                            kMarketingVersion, kBuildNumber)
+                               .apiKey;
+    if (!apiKey.isEmpty()) {
+        options.metadata.apiKey = apiKey.toStdString();
+    }
     crash::startCrashReporting(options);
 }
 
@@ -102,7 +126,9 @@ int crashOnPurpose(std::string_view option) {
 class FacadeUsageEvents : public UsageEvents {
 public:
     FacadeUsageEvents() : events_(QRMEventManager::sharedEventManager()) {
-        events_.startEvents(QString::fromLatin1(kBundleIdentifier));
+        events_.startEvents(QString::fromLatin1(kBundleIdentifier),
+                            QString::fromStdString(runIdentity().installId),
+                            QString::fromStdString(runIdentity().sessionId));
     }
     ~FacadeUsageEvents() override {
         events_.applicationWillTerminate();
@@ -111,10 +137,20 @@ public:
     void firstRun() override { events_.firstRun(); }
     void run() override { events_.run(); }
     void memoryCleaned() override { events_.memoryCleaned(); }
+    void contentViewWithName(const QString &contentName, const QString &contentType,
+                             const QString &contentId) override {
+        events_.contentViewWithName(contentName, contentType, contentId);
+    }
 
 private:
     QRMEventManager &events_;
 };
+
+// Once the event loop runs, Qt and every library have set themselves up, so a signal
+// handler one of them installed over ours can be seen.
+void checkForeignSignalHandlersWhenRunning() {
+    QTimer::singleShot(0, [] { crash::checkForeignSignalHandlersOnce(); });
+}
 
 bool hasDisplay() {
     return !qEnvironmentVariableIsEmpty("DISPLAY") ||
@@ -127,8 +163,13 @@ int runTrayApplication(int argc, char **argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     const std::unique_ptr<StatusItemView> statusItem = createStatusItemView();
     FacadeUsageEvents usageEvents;
-    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), statusItem.get(),
-                      &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents);
+    WelcomeWindowProcess welcome(WelcomeWindowProcess::installedProgram());
+    checkForeignSignalHandlersWhenRunning();
+    QRMUserNotificationsManager &notifier =
+        QRMUserNotificationsManager::sharedUserNotificationsManager();
+    ApplicationUpdater updater(QRMPreferencesManager::sharedPreferencesManager(), notifier);
+    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), statusItem.get(), &notifier,
+                      &usageEvents, &welcome, &updater.updater());
 }
 
 // The same controller in a terminal: a status line per refresh on standard
@@ -140,7 +181,9 @@ int runConsoleApplication(int argc, char **argv) {
     ConsoleStatusItemView statusItem;
     ConsoleNotifier notifier;
     FacadeUsageEvents usageEvents;
-    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &statusItem, &notifier, &usageEvents);
+    checkForeignSignalHandlersWhenRunning();
+    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &statusItem, &notifier, &usageEvents,
+                      nullptr);
 }
 
 // Without a subcommand: the tray application, or console mode when asked for

@@ -4,6 +4,7 @@
 
 #include "BuildInfo.h"
 #include "app/TerminationSignals.h"
+#include "app/WelcomeWindowProcess.h"
 #include "localization/QRMLanguageNotifier.h"
 #include "localization/QRMLocalization.h"
 #include "memory/QRMMemoryInfo.h"
@@ -12,7 +13,8 @@
 namespace tarnwell {
 
 ApplicationSession::ApplicationSession(QRMMemoryInfo &memory, StatusItemView *statusItem,
-                                       UserNotifier *notifier, UsageEvents *usageEvents)
+                                       UserNotifier *notifier, UsageEvents *usageEvents,
+                                       WelcomeWindowProcess *welcome, UpdateChecks *updater)
     : engine_(memory), settings_(QRMPreferencesManager::sharedPreferencesManager()) {
     delegate_ = std::make_unique<QRMAppDelegate>(
         QRMAppDelegate::Services{engine_,
@@ -22,19 +24,39 @@ ApplicationSession::ApplicationSession(QRMMemoryInfo &memory, StatusItemView *st
                                  statusItem,
                                  notifier,
                                  {},
-                                 usageEvents});
+                                 usageEvents,
+                                 updater});
     // Direct, so the menu is in the new language by the time the change returns.
     QObject::connect(&QRMLanguageNotifier::sharedNotifier(),
                      &QRMLanguageNotifier::languageDidChanged, delegate_.get(),
                      &QRMAppDelegate::languageDidChanged, Qt::DirectConnection);
+    if (welcome) {
+        connectWelcomeWindow(*welcome);
+    }
     delegate_->awakeFromNib();
     delegate_->applicationDidFinishLaunching();
 }
 
 ApplicationSession::~ApplicationSession() = default;
 
+void ApplicationSession::connectWelcomeWindow(WelcomeWindowProcess &welcome) {
+    QRMAppDelegate *delegate = delegate_.get();
+    QObject::connect(delegate, &QRMAppDelegate::welcomePageRequested, &welcome,
+                     &WelcomeWindowProcess::showWelcomePage);
+    QObject::connect(&QRMLanguageNotifier::sharedNotifier(),
+                     &QRMLanguageNotifier::languageDidChanged, &welcome,
+                     &WelcomeWindowProcess::languageDidChanged);
+    QObject::connect(&welcome, &WelcomeWindowProcess::showPreferencesWindowRequested, delegate,
+                     &QRMAppDelegate::showPreferencesWindow);
+    QObject::connect(&welcome, &WelcomeWindowProcess::windowDidLoad, delegate,
+                     &QRMAppDelegate::welcomeWindowDidLoad);
+    QObject::connect(&welcome, &WelcomeWindowProcess::windowWillClose, delegate,
+                     &QRMAppDelegate::welcomeWindowWillClose);
+}
+
 int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *statusItem,
-               UserNotifier *notifier, UsageEvents *usageEvents) {
+               UserNotifier *notifier, UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
+               UpdateChecks *updater) {
     QCoreApplication::setApplicationName(QString::fromLatin1(kDisplayName));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kMarketingVersion));
     // A logout or a Ctrl-C ends the event loop, so everything is torn down in
@@ -42,7 +64,7 @@ int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *sta
     TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &app,
                      &QCoreApplication::quit);
-    ApplicationSession session(memory, statusItem, notifier, usageEvents);
+    ApplicationSession session(memory, statusItem, notifier, usageEvents, welcome, updater);
     return app.exec();
 }
 

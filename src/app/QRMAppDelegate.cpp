@@ -14,6 +14,7 @@
 #include "app/SizeText.h"
 #include "app/StatusIcons.h"
 #include "app/StatusItemView.h"
+#include "app/UpdateChecks.h"
 #include "app/UrlOpener.h"
 #include "app/UsageEvents.h"
 #include "app/UserNotifier.h"
@@ -52,6 +53,7 @@ QRMAppDelegate::QRMAppDelegate(Services services, QObject *parent)
       pendingStatusItem_(services.statusItem),
       notifier_(services.notifier),
       usageEvents_(services.usageEvents),
+      updater_(services.updater),
       runInBackground_(services.runInBackground ? std::move(services.runInBackground)
                                                 : BackgroundRunner(runOnNewThread)) {
     connect(&refreshMemoryInfoTimer_, &QTimer::timeout, this, &QRMAppDelegate::refreshMemoryInfo);
@@ -117,6 +119,11 @@ void QRMAppDelegate::awakeFromNib() {
 }
 
 void QRMAppDelegate::applicationDidFinishLaunching() {
+    if (updater_ && settings_.isFirstRun()) {
+        updater_->setAutomaticallyChecksForUpdates(true);
+        updater_->setAutomaticallyDownloadsUpdates(true);
+        updater_->checkForUpdatesInBackground();
+    }
     engine_.refresh();
     refreshStatusMenu();
     setupRefreshMemoryInfoTimer();
@@ -421,11 +428,24 @@ void QRMAppDelegate::showPreferencesWindow() {
 }
 
 void QRMAppDelegate::checkForUpdates() {
-    emit updateCheckRequested();
+    if (updater_) {
+        updater_->checkForUpdates();
+    }
 }
 
 void QRMAppDelegate::showWelcomePage() {
     emit welcomePageRequested();
+}
+
+void QRMAppDelegate::welcomeWindowDidLoad() {
+    if (usageEvents_) {
+        usageEvents_->contentViewWithName(QStringLiteral("Welcome"), QStringLiteral("Window"),
+                                          QStringLiteral("welcomeWindow"));
+    }
+}
+
+void QRMAppDelegate::welcomeWindowWillClose() {
+    settings_.setIsWelcomeShown(true);
 }
 
 void QRMAppDelegate::openSharePage(const QString &page, const QString &figure,

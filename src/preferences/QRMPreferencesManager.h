@@ -32,9 +32,11 @@ public:
     static QRMPreferencesManager &sharedPreferencesManager();
 
     // settings: the backing file; physicalMemory: source of the threshold
-    // defaults; stableFeedURL: default of the feed in use.
+    // defaults; stableFeedURL: default of the feed in use, which is not written
+    // back when it comes from a run-time override.
     QRMPreferencesManager(std::unique_ptr<QSettings> settings,
-                          PhysicalMemoryProvider physicalMemory, QUrl stableFeedURL);
+                          PhysicalMemoryProvider physicalMemory, QUrl stableFeedURL,
+                          bool stableFeedFromOverride = false);
     ~QRMPreferencesManager();
     QRMPreferencesManager(const QRMPreferencesManager &) = delete;
     QRMPreferencesManager &operator=(const QRMPreferencesManager &) = delete;
@@ -172,6 +174,7 @@ private:
     std::unique_ptr<QSettings> settings_;
     PhysicalMemoryProvider physicalMemory_;
     QUrl stableFeedURL_;
+    bool stableFeedFromOverride_;
     Updater *updater_ = nullptr;
     bool writeFailureReported_ = false;
 };

@@ -16,6 +16,7 @@
 #include "app/MemoryEngine.h"
 #include "app/QRMAppDelegate.h"
 #include "app/StatusItemView.h"
+#include "app/UpdateChecks.h"
 #include "app/UrlOpener.h"
 #include "app/UsageEvents.h"
 #include "app/UserNotifier.h"
@@ -123,6 +124,7 @@ struct FakeSettings : AppSettings {
     }
     bool isFirstRun() override { return build.isEmpty(); }
     bool isWelcomeShown() override { return welcomeShown; }
+    void setIsWelcomeShown(bool shown) override { welcomeShown = shown; }
     QString bundleBuild() override { return build; }
     void setBundleBuild(const QString &b) override { build = b; }
 };
@@ -154,11 +156,27 @@ struct FakeUsageEvents : UsageEvents {
     void firstRun() override { ++firstRuns; }
     void run() override { ++runs; }
     void memoryCleaned() override { ++cleanings; }
+    std::vector<QStringList> contentViews;
+    void contentViewWithName(const QString &name, const QString &type, const QString &id) override {
+        contentViews.push_back({name, type, id});
+    }
 };
 
 struct FakeUrlOpener : UrlOpener {
     std::vector<QUrl> opened;
     void openURL(const QUrl &url) override { opened.push_back(url); }
+};
+
+struct FakeUpdateChecks : UpdateChecks {
+    QStringList calls;
+    void setAutomaticallyChecksForUpdates(bool on) override {
+        calls << QString("checks %1").arg(on);
+    }
+    void setAutomaticallyDownloadsUpdates(bool on) override {
+        calls << QString("downloads %1").arg(on);
+    }
+    void checkForUpdatesInBackground() override { calls << "background"; }
+    void checkForUpdates() override { calls << "user"; }
 };
 
 // Words that differ from their keys, so a test sees which key was used.
@@ -189,12 +207,13 @@ struct ControllerRig {
     FakeNotifier notifier;
     FakeUrlOpener urlOpener;
     FakeUsageEvents usageEvents;
+    FakeUpdateChecks updater;
     Localizer localized = fakeLocalizer();
 
     std::unique_ptr<QRMAppDelegate> start() {
-        auto delegate = std::make_unique<QRMAppDelegate>(
-            QRMAppDelegate::Services{engine, settings, localized, urlOpener, &statusItem, &notifier,
-                                     [](std::function<void()> task) { task(); }, &usageEvents});
+        auto delegate = std::make_unique<QRMAppDelegate>(QRMAppDelegate::Services{
+            engine, settings, localized, urlOpener, &statusItem, &notifier,
+            [](std::function<void()> task) { task(); }, &usageEvents, &updater});
         delegate->awakeFromNib();
         return delegate;
     }

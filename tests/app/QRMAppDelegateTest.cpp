@@ -398,6 +398,12 @@ TEST_P(WelcomePage, ShownOnFirstLaunchAndAfterAnUpdate) {
     EXPECT_EQ(rig.usageEvents.firstRuns, c.storedBuild[0] == 0 ? 1 : 0);
     EXPECT_EQ(rig.usageEvents.runs, c.storedBuild[0] == 0 ? 0 : 1);
     EXPECT_EQ(rig.settings.build, QString::fromLatin1(kBuildNumber));
+    // The first run turns automatic updates on and checks at once; the menu's
+    // command asks for a check that answers.
+    delegate->statusMenu().checkForUpdates->trigger();
+    EXPECT_EQ(rig.updater.calls,
+              c.storedBuild[0] == 0 ? QStringList({"checks 1", "downloads 1", "background", "user"})
+                                    : QStringList({"user"}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Launches, WelcomePage,
@@ -405,6 +411,24 @@ INSTANTIATE_TEST_SUITE_P(Launches, WelcomePage,
                                            WelcomeCase{"SameBuild", true, kBuildNumber, false},
                                            WelcomeCase{"Updated", true, "0", true}),
                          caseName);
+
+TEST(WelcomeWindow, ClosingItKeepsItAwayUntilTheNextUpdate) {
+    ControllerRig rig;
+    auto first = rig.start();
+    QSignalSpy requested(first.get(), &QRMAppDelegate::welcomePageRequested);
+    first->applicationDidFinishLaunching();
+    ASSERT_EQ(requested.size(), 1);
+    first->welcomeWindowDidLoad();
+    EXPECT_EQ(rig.usageEvents.contentViews,
+              std::vector<QStringList>({{"Welcome", "Window", "welcomeWindow"}}));
+    first->welcomeWindowWillClose();
+    first.reset();
+
+    auto next = rig.start();
+    QSignalSpy again(next.get(), &QRMAppDelegate::welcomePageRequested);
+    next->applicationDidFinishLaunching();
+    EXPECT_TRUE(again.isEmpty());
+}
 
 }  // namespace
 }  // namespace tarnwell::testing

@@ -6,7 +6,7 @@ source "$(dirname "$0")/checks.sh"
 DESTDIR=$scratch cmake --install "$build" --prefix /usr >/dev/null || { echo "FAIL: install"; exit 1; }
 root=$scratch/usr
 
-for path in bin/tarnwell share/applications/app.tarnwell.Tarnwell.desktop \
+for path in bin/tarnwell libexec/tarnwell/tarnwell-welcome share/applications/app.tarnwell.Tarnwell.desktop \
     share/metainfo/app.tarnwell.Tarnwell.metainfo.xml share/man/man1/tarnwell.1.gz \
     share/bash-completion/completions/tarnwell share/zsh/vendor-completions/_tarnwell \
     share/icons/hicolor/scalable/apps/app.tarnwell.Tarnwell.svg \

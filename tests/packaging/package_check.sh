@@ -13,13 +13,15 @@ field() { dpkg-deb -f "$deb" "$1"; }
 [[ $(field Version) =~ ^[0-9]+\.[0-9]+\.[0-9]+-[0-9]+$ ]] || fail "Version: $(field Version)"
 [ "$(field Architecture)" = "$(dpkg --print-architecture)" ] || fail "Architecture"
 # Libraries found by dpkg-shlibdeps, and the plugins Qt loads at run time.
-for dependency in libqt6core6 libqt6widgets6 libqt6dbus6 libc6 libqt6svg6 qt6-qpa-plugins; do
+for dependency in libqt6core6 libqt6widgets6 libqt6dbus6 libc6 libqt6svg6 qt6-qpa-plugins \
+    libqt6webenginewidgets6 libqt6webenginecore6-bin; do
     field Depends | grep -q "$dependency" || fail "Depends lacks $dependency: $(field Depends)"
 done
 [ -n "$(field Description)" ] || fail "no description"
 
 contents=$(dpkg-deb -c "$deb" | awk '{print $6}')
-for path in ./usr/bin/tarnwell ./usr/share/applications/app.tarnwell.Tarnwell.desktop \
+for path in ./usr/bin/tarnwell ./usr/libexec/tarnwell/tarnwell-welcome \
+    ./usr/share/applications/app.tarnwell.Tarnwell.desktop \
     ./usr/share/metainfo/app.tarnwell.Tarnwell.metainfo.xml ./usr/share/man/man1/tarnwell.1.gz \
     ./usr/share/icons/hicolor/48x48/apps/app.tarnwell.Tarnwell.png ./usr/share/doc/tarnwell/copyright; do
     grep -qx -- "$path" <<<"$contents" || fail "package lacks $path"
