@@ -1,5 +1,7 @@
 #include "app/QRMAppDelegate.h"
 
+#include <system_error>
+
 #include <QCoreApplication>
 #include <QUrl>
 
@@ -197,16 +199,25 @@ void QRMAppDelegate::cleanMemoryNow(CleaningTrigger trigger) {
         std::lock_guard lock(backgroundMutex_);
         ++backgroundTasks_;
     }
-    runInBackground_([this] {
-        // A refusal is not a finished cleaning: treating it as one re-ran the
-        // threshold check, which asked again at once, thousands of times a
-        // second while memory was short.
-        if (!engine_.cleanMemoryNow().started()) {
-            QMetaObject::invokeMethod(this, &QRMAppDelegate::memoryCleaningDeclined,
-                                      Qt::QueuedConnection);
-        }
+    const auto declined = [this] {
+        QMetaObject::invokeMethod(this, &QRMAppDelegate::memoryCleaningDeclined,
+                                  Qt::QueuedConnection);
+    };
+    try {
+        runInBackground_([this, declined] {
+            // A refusal is not a finished cleaning: treating it as one re-ran
+            // the threshold check, which asked again at once, thousands of
+            // times a second while memory was short.
+            if (!engine_.cleanMemoryNow().started()) {
+                declined();
+            }
+            backgroundTaskFinished();
+        });
+    } catch (const std::system_error &) {
+        // No thread to be had: as good as a refusal.
         backgroundTaskFinished();
-    });
+        declined();
+    }
 }
 
 void QRMAppDelegate::backgroundTaskFinished() {
