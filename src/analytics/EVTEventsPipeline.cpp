@@ -5,6 +5,7 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QSaveFile>
 #include <QUuid>
@@ -14,6 +15,7 @@
 #include "EVTFilePackager.h"
 #include "EVTLog.h"
 #include "EVTWriteEventOperation.h"
+#include "crash/RunIdentity.h"
 
 namespace tarnwell {
 
@@ -46,10 +48,17 @@ EVTEventsPipeline::EVTEventsPipeline(const EVTConfiguration &configuration,
       collectionEnabled_(configuration.collectionEnabled),
       uploader_(configuration, std::move(queue), runner, std::move(random),
                 std::move(uploadFinished)) {
+    // The kit's first start on this installation is when its folder is first made: the
+    // install identifier may already exist, made by another command's crash reporter.
+    const bool firstInstall = !QFileInfo::exists(eventsDirectory_);
     QDir().mkpath(eventsDirectory_);
-    bool firstInstall = false;
-    installId_ = installId(firstInstall);
-    metadata_ = EVTMetadata::current(configuration_, newUuid(), installId_);
+    if (configuration_.installId.isEmpty()) {
+        const crash::RunIdentity identity = crash::makeRunIdentity(
+            EVTConfiguration::installIdPath(configuration_.rootDirectory).toStdString());
+        configuration_.installId = QString::fromStdString(identity.installId);
+        configuration_.sessionId = QString::fromStdString(identity.sessionId);
+    }
+    metadata_ = EVTMetadata::current(configuration_);
     currentPath_ = newLogPath();
 
     // The crash reporter sends the previous run's metadata with its reports;
@@ -85,25 +94,6 @@ EVTEventsPipeline::EVTEventsPipeline(const EVTConfiguration &configuration,
 
 EVTEventsPipeline::~EVTEventsPipeline() = default;
 
-QString EVTEventsPipeline::installId(bool &firstInstall) const {
-    const QString path = QDir(configuration_.rootDirectory).filePath(QLatin1String(kInstallIdFile));
-    QFile file(path);
-    if (file.open(QIODevice::ReadOnly)) {
-        const QString stored = QString::fromUtf8(file.readAll()).trimmed();
-        if (!stored.isEmpty()) {
-            return stored;
-        }
-    }
-    firstInstall = true;
-    const QString made = newUuid();
-    QSaveFile out(path);
-    if (out.open(QIODevice::WriteOnly)) {
-        out.write(made.toUtf8());
-        out.commit();
-    }
-    return made;
-}
-
 QString EVTEventsPipeline::newLogPath() const {
     return QDir(eventsDirectory_)
         .filePath(newUuid() + u'.' + QLatin1String(EVTFilePackager::kLogExtension));
@@ -132,7 +122,7 @@ bool EVTEventsPipeline::sampledOut() const {
         return false;
     }
     const QByteArray digest =
-        QCryptographicHash::hash(installId_.toUtf8(), QCryptographicHash::Sha1);
+        QCryptographicHash::hash(configuration_.installId.toUtf8(), QCryptographicHash::Sha1);
     quint64 bucket = 0;
     for (int i = 0; i < 8; ++i) {
         bucket = (bucket << 8) | static_cast<quint8>(digest.at(i));

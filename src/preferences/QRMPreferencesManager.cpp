@@ -35,16 +35,18 @@ std::optional<uint64_t> physicalMemoryFromStatistics() {
 QRMPreferencesManager &QRMPreferencesManager::sharedPreferencesManager() {
     static QRMPreferencesManager manager(
         std::make_unique<QSettings>(QStringLiteral("Tarnwell"), QStringLiteral("Tarnwell")),
-        physicalMemoryFromStatistics, QRMConstants::sharedConstants().updatesURL());
+        physicalMemoryFromStatistics, QRMConstants::sharedConstants().updatesURL(),
+        QRMConstants::siteURLOverridden());
     return manager;
 }
 
 QRMPreferencesManager::QRMPreferencesManager(std::unique_ptr<QSettings> settings,
                                              PhysicalMemoryProvider physicalMemory,
-                                             QUrl stableFeedURL)
+                                             QUrl stableFeedURL, bool stableFeedFromOverride)
     : settings_(std::move(settings)),
       physicalMemory_(std::move(physicalMemory)),
-      stableFeedURL_(std::move(stableFeedURL)) {}
+      stableFeedURL_(std::move(stableFeedURL)),
+      stableFeedFromOverride_(stableFeedFromOverride) {}
 
 QRMPreferencesManager::~QRMPreferencesManager() = default;
 
@@ -101,7 +103,10 @@ QVariant QRMPreferencesManager::value(Setting setting) {
         return *stored;
     }
     QVariant fallback = defaultValue(setting);
-    if (definition.rule == DefaultRule::WriteBack) {
+    // An override's feed holds for this run only; stored, it would outlive it.
+    const bool fromOverride =
+        definition.defaultValue == DefaultValue::StableFeed && stableFeedFromOverride_;
+    if (definition.rule == DefaultRule::WriteBack && !fromOverride) {
         writeLocked(keyOf(definition), storableSettingValue(definition.type, fallback));
     }
     return fallback;

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 #include <QCoreApplication>
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QSignalSpy>
+#include <QTest>
 
 #include "CaseName.h"
 #include "QtPrinters.h"
@@ -66,6 +68,27 @@ TEST(UserNotificationsWithoutService, CostTheCallerNothing) {
     ASSERT_TRUE(notified.wait(10000));
     ASSERT_EQ(server.received.size(), 1);
     EXPECT_EQ(server.received.first().body, QStringLiteral("seen"));
+}
+
+TEST(UserNotificationsWithAction, ClickingRunsTheActionOfThatNotificationOnly) {
+    TestNotificationServer server;
+    QSignalSpy notified(&server, &TestNotificationServer::notified);
+    QRMUserNotificationsManager manager(QDBusConnection::sessionBus());
+    QStringList activated;
+    manager.showNotificationWithAction("Tarnwell 2.0 is available", "", "Show",
+                                       [&] { activated << "first"; });
+    ASSERT_TRUE(notified.wait(10000));
+    manager.showNotificationWithAction("second", "", "Show", [&] { activated << "second"; });
+    ASSERT_TRUE(notified.wait(10000));
+    EXPECT_EQ(server.received.first().actions, QStringList({"default", "Show"}));
+
+    server.emitSignal("ActionInvoked", 1, "other-action");
+    server.emitSignal("NotificationClosed", 2);
+    server.emitSignal("ActionInvoked", 2, "default");
+    server.emitSignal("ActionInvoked", 1, "default");
+    // Signals arrive in order, so the earlier ones have been handled by then.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !activated.isEmpty(); }, 10000));
+    EXPECT_EQ(activated, QStringList{"first"});
 }
 
 }  // namespace
