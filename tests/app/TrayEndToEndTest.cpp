@@ -144,8 +144,9 @@ protected:
     }
 
     QVariant itemProperty(const QString &name) {
-        QDBusMessage call = QDBusMessage::createMethodCall(
-            watcher.senders.value(0), "/StatusNotifierItem", "org.freedesktop.DBus.Properties", "Get");
+        QDBusMessage call =
+            QDBusMessage::createMethodCall(watcher.senders.value(0), "/StatusNotifierItem",
+                                           "org.freedesktop.DBus.Properties", "Get");
         call << QStringLiteral("org.kde.StatusNotifierItem") << name;
         const QDBusMessage reply = QDBusConnection::sessionBus().call(call);
         if (reply.type() != QDBusMessage::ReplyMessage) {
@@ -186,8 +187,8 @@ TEST_F(TrayEndToEnd, CleanFromTheMenuNotifies) {
     // 96 MiB more free memory after the cleaning than before it.
     writeMeminfo(proc, 100 * 1024);
     QSignalSpy notified(&notifications, &test::TestNotificationServer::notified);
-    QDBusMessage event =
-        QDBusMessage::createMethodCall(watcher.senders.value(0), menuPath, "com.canonical.dbusmenu", "Event");
+    QDBusMessage event = QDBusMessage::createMethodCall(watcher.senders.value(0), menuPath,
+                                                        "com.canonical.dbusmenu", "Event");
     event << clean->id << QStringLiteral("clicked") << QVariant::fromValue(QDBusVariant(QString()))
           << 0u;
     QDBusConnection::sessionBus().call(event, QDBus::NoBlock);
@@ -205,7 +206,7 @@ TEST_F(TrayEndToEnd, CleanFromTheMenuNotifies) {
 }
 
 TEST_F(TrayEndToEnd, ASecondStartHandsOverToTheFirstAndExits) {
-    QSignalSpy registered(&watcher, &TestWatcher::StatusNotifierItemRegistered);
+    QSignalSpy registered(&watcher, &test::TestStatusNotifierWatcher::itemRegistered);
     run.start();
     ASSERT_TRUE(registered.wait(30000));
 

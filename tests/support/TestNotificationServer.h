@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QList>
 #include <QObject>
 #include <QString>
@@ -13,6 +14,7 @@ struct ReceivedNotification {
     uint replacesId = 0;
     QString summary;
     QString body;
+    QStringList actions;
     QVariantMap hints;
     int expireTimeout = 0;
 };
@@ -36,11 +38,23 @@ public:
 
 public slots:
     uint Notify(const QString &appName, uint replacesId, const QString &, const QString &summary,
-                const QString &body, const QStringList &, const QVariantMap &hints,
+                const QString &body, const QStringList &actions, const QVariantMap &hints,
                 int expireTimeout) {
-        received.append({appName, replacesId, summary, body, hints, expireTimeout});
+        received.append({appName, replacesId, summary, body, actions, hints, expireTimeout});
         emit notified();
         return uint(received.size());
+    }
+
+    // What the service sends when the user clicks (or closes) notification id.
+    void emitSignal(const QString &name, uint id, const QString &actionKey = {}) {
+        QDBusMessage message =
+            QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/Notifications"),
+                                       QStringLiteral("org.freedesktop.Notifications"), name);
+        message << id;
+        if (name == u"ActionInvoked") {
+            message << actionKey;
+        }
+        connection_.send(message);
     }
 
 signals:
