@@ -20,8 +20,7 @@ protected:
     QString settingsPath() const { return dir_.filePath("Tarnwell.conf"); }
     std::unique_ptr<QRMPreferencesManager> makeStore(const QString &path) {
         return std::make_unique<QRMPreferencesManager>(
-            std::make_unique<QSettings>(path, QSettings::IniFormat),
-            [this] { return installedMemory_; }, kStableFeed);
+            path, [this] { return installedMemory_; }, kStableFeed);
     }
     QRMPreferencesManager &store() {
         if (!store_) {
