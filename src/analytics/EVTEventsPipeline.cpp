@@ -1,7 +1,5 @@
 #include "EVTEventsPipeline.h"
 
-#include <climits>
-
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
@@ -12,6 +10,7 @@
 #include "EVTCleanupFilesOperation.h"
 #include "EVTEvent.h"
 #include "EVTFilePackager.h"
+#include "EVTKitFiles.h"
 #include "EVTLog.h"
 #include "EVTWriteEventOperation.h"
 
@@ -21,16 +20,6 @@ namespace {
 
 QString newUuid() {
     return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
-}
-
-QStringList filesWithExtension(const QString &directory, const char *extension) {
-    const QDir dir(directory);
-    QStringList paths;
-    for (const QString &name :
-         dir.entryList({QStringLiteral("*.") + QLatin1String(extension)}, QDir::Files)) {
-        paths << dir.filePath(name);
-    }
-    return paths;
 }
 
 }  // namespace
@@ -54,9 +43,10 @@ EVTEventsPipeline::EVTEventsPipeline(const EVTConfiguration &configuration,
 
     // The crash reporter sends the previous run's metadata with its reports;
     // from now on that is this run's.
-    QSaveFile crashMetadata(
-        QDir(configuration_.rootDirectory).filePath(QLatin1String(kCrashMetadataFile)));
-    if (crashMetadata.open(QIODevice::WriteOnly)) {
+    const QString crashMetadataPath =
+        QDir(configuration_.rootDirectory).filePath(QLatin1String(kCrashMetadataFile));
+    QSaveFile crashMetadata(crashMetadataPath);
+    if (EVTKitFiles::mayReplace(crashMetadataPath) && crashMetadata.open(QIODevice::WriteOnly)) {
         const double now = QDateTime::currentMSecsSinceEpoch() / 1000.0;
         crashMetadata.write(QJsonDocument(metadata_.payload(now)).toJson(QJsonDocument::Compact));
         crashMetadata.commit();
@@ -87,17 +77,19 @@ EVTEventsPipeline::~EVTEventsPipeline() = default;
 
 QString EVTEventsPipeline::installId(bool &firstInstall) const {
     const QString path = QDir(configuration_.rootDirectory).filePath(QLatin1String(kInstallIdFile));
-    QFile file(path);
-    if (file.open(QIODevice::ReadOnly)) {
-        const QString stored = QString::fromUtf8(file.readAll()).trimmed();
-        if (!stored.isEmpty()) {
-            return stored;
-        }
+    const std::optional<QString> stored = EVTKitFiles::readInstallId(path);
+    if (stored && !stored->isEmpty()) {
+        return *stored;
+    }
+    const QString made = newUuid();
+    // A file that is there but not an identifier is left as it is; this run goes
+    // by a fresh one, and no installation is recorded for it.
+    if (stored) {
+        return made;
     }
     firstInstall = true;
-    const QString made = newUuid();
     QSaveFile out(path);
-    if (out.open(QIODevice::WriteOnly)) {
+    if (EVTKitFiles::mayReplace(path) && out.open(QIODevice::WriteOnly)) {
         out.write(made.toUtf8());
         out.commit();
     }
@@ -194,14 +186,13 @@ void EVTEventsPipeline::submit(const QString &logPath) {
 // A run that ended before its files went out leaves them at whatever step
 // it reached; each is taken on from there.
 void EVTEventsPipeline::cleanupAndProcessExistingFiles() {
-    for (const QString &log :
-         filesWithExtension(eventsDirectory_, EVTFilePackager::kLogExtension)) {
+    for (const QString &log : EVTKitFiles::list(eventsDirectory_, EVTKitFiles::Kind::Log)) {
         if (log != currentPath_) {
             EVTFilePackager::compress(log);
         }
     }
     for (const QString &compressed :
-         filesWithExtension(eventsDirectory_, EVTFilePackager::kCompressedExtension)) {
+         EVTKitFiles::list(eventsDirectory_, EVTKitFiles::Kind::Compressed)) {
         EVTFilePackager::package(compressed, EVTFilePackager::generateBoundary());
     }
     EVTCleanupFilesOperation(eventsDirectory_, settings_.maxPendingSendFiles()).run();
@@ -209,7 +200,7 @@ void EVTEventsPipeline::cleanupAndProcessExistingFiles() {
 
 void EVTEventsPipeline::uploadAllMultipartFiles() {
     for (const QString &packaged :
-         filesWithExtension(eventsDirectory_, EVTFilePackager::kPackagedExtension)) {
+         EVTKitFiles::list(eventsDirectory_, EVTKitFiles::Kind::Packaged)) {
         upload(packaged);
     }
 }
@@ -219,8 +210,8 @@ void EVTEventsPipeline::upload(const QString &packagedPath) {
     if (!url.isValid() || url.isEmpty() || configuration_.apiKey.isEmpty()) {
         return;
     }
-    const double timeout = settings_.defaultUploadTimeout() * 1000.0;
-    uploader_.upload(packagedPath, url, timeout >= INT_MAX ? INT_MAX : static_cast<int>(timeout));
+    uploader_.upload(packagedPath, url,
+                     static_cast<int>(settings_.defaultUploadTimeout() * 1000.0));
 }
 
 void EVTEventsPipeline::setCollectionEnabled(bool enabled) {
@@ -234,10 +225,9 @@ void EVTEventsPipeline::setCollectionEnabled(bool enabled) {
 }
 
 void EVTEventsPipeline::removeAllLogs() {
-    for (const char *extension :
-         {EVTFilePackager::kLogExtension, EVTFilePackager::kCompressedExtension,
-          EVTFilePackager::kPackagedExtension}) {
-        for (const QString &path : filesWithExtension(eventsDirectory_, extension)) {
+    for (const EVTKitFiles::Kind kind :
+         {EVTKitFiles::Kind::Log, EVTKitFiles::Kind::Compressed, EVTKitFiles::Kind::Packaged}) {
+        for (const QString &path : EVTKitFiles::list(eventsDirectory_, kind)) {
             QFile::remove(path);
         }
     }
@@ -250,7 +240,7 @@ void EVTEventsPipeline::setupFlushTimer() {
     }
     flushTimer_ = std::make_unique<QTimer>();
     flushTimer_->setObjectName(QStringLiteral("io.telemetry.events.TimedEventsFlush"));
-    flushTimer_->setInterval(static_cast<int>(std::min(interval * 1000.0, double{INT_MAX})));
+    flushTimer_->setInterval(static_cast<int>(interval * 1000.0));
     QObject::connect(flushTimer_.get(), &QTimer::timeout, [this] { rotateAndSubmitCurrentLog(); });
     flushTimer_->start();
 }
