@@ -17,6 +17,7 @@
 #include "cli/CrashReportsCommand.h"
 #include "cli/MemoryCommands.h"
 #include "cli/SettingsCommand.h"
+#include "cli/UserFolders.h"
 #include "crash/CrashLog.h"
 #include "crash/CrashReporter.h"
 #include "crash/DeliberateCrash.h"
@@ -39,7 +40,8 @@ constexpr std::array kSubcommands{
                     cli::runCrashReports},
 };
 
-// First thing in main: a crash anywhere later, start-up included, leaves a report.
+// First thing in main once the folders are settled: a crash anywhere later, start-up
+// included, leaves a report.
 void installCrashReporting() {
     const std::string telemetry = crash::telemetryDirectory(kBundleIdentifier);
     if (telemetry.empty()) {
@@ -136,6 +138,10 @@ int runApplication(int argc, char **argv) {
 }  // namespace
 
 int main(int argc, char **argv) {
+    if (const auto refusal = cli::settleUserFolders()) {
+        std::fprintf(stderr, "tarnwell: %s\n", refusal->c_str());
+        return cli::kExitFailure;
+    }
     installCrashReporting();
     if (argc >= 2 && std::string_view(argv[1]).starts_with(kDebugCrashOption)) {
         return crashOnPurpose(argv[1]);
