@@ -25,46 +25,25 @@ constexpr qint64 kLargestCompressed = kLargestLog + kLargestLog / 64;
 constexpr qint64 kLargestPackaged = kLargestCompressed + 1024;
 constexpr qint64 kLargestInstallId = 64;
 
-const QRegularExpression &namePattern(EVTKitFiles::Kind kind) {
-    static const QRegularExpression log(
-        QStringLiteral("^[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}\\.log$"));
-    static const QRegularExpression compressed(
-        QStringLiteral("^[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}\\.gz$"));
-    static const QRegularExpression packaged(
-        QStringLiteral("^Boundary-[0-9a-f]{32}\\.multipartmime$"));
-    switch (kind) {
-        case EVTKitFiles::Kind::Log:
-            return log;
-        case EVTKitFiles::Kind::Compressed:
-            return compressed;
-        case EVTKitFiles::Kind::Packaged:
-            break;
-    }
-    return packaged;
-}
+// What the kit writes of each kind, in the order of EVTKitFiles::Kind.
+struct KindOfFile {
+    const char *extension;
+    QRegularExpression name;
+    qint64 largest;
+};
 
-const char *extension(EVTKitFiles::Kind kind) {
-    switch (kind) {
-        case EVTKitFiles::Kind::Log:
-            return EVTFilePackager::kLogExtension;
-        case EVTKitFiles::Kind::Compressed:
-            return EVTFilePackager::kCompressedExtension;
-        case EVTKitFiles::Kind::Packaged:
-            break;
-    }
-    return EVTFilePackager::kPackagedExtension;
-}
-
-qint64 largest(EVTKitFiles::Kind kind) {
-    switch (kind) {
-        case EVTKitFiles::Kind::Log:
-            return kLargestLog;
-        case EVTKitFiles::Kind::Compressed:
-            return kLargestCompressed;
-        case EVTKitFiles::Kind::Packaged:
-            break;
-    }
-    return kLargestPackaged;
+const KindOfFile &kindOf(EVTKitFiles::Kind kind) {
+    static const QString uuid =
+        QStringLiteral("^[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}\\.");
+    static const KindOfFile kinds[] = {
+        {EVTFilePackager::kLogExtension, QRegularExpression(uuid + "log$"), kLargestLog},
+        {EVTFilePackager::kCompressedExtension, QRegularExpression(uuid + "gz$"),
+         kLargestCompressed},
+        {EVTFilePackager::kPackagedExtension,
+         QRegularExpression(QStringLiteral("^Boundary-[0-9a-f]{32}\\.multipartmime$")),
+         kLargestPackaged},
+    };
+    return kinds[static_cast<int>(kind)];
 }
 
 // A folder that is full of foreign files would otherwise fill the log at every
@@ -151,11 +130,11 @@ QStringList EVTKitFiles::list(const QString &directory, Kind kind) {
     // System: FIFOs, devices and sockets too, so they are logged like the rest.
     for (const QString &name : dir.entryList(QDir::Files | QDir::System, QDir::Name)) {
         const QString path = dir.filePath(name);
-        if (QFileInfo(name).suffix() != QLatin1String(extension(kind))) {
+        if (QFileInfo(name).suffix() != QLatin1String(kindOf(kind).extension)) {
             continue;
         }
         struct stat status {};
-        if (!namePattern(kind).match(name).hasMatch()) {
+        if (!kindOf(kind).name.match(name).hasMatch()) {
             leaveAlone(path, QStringLiteral("not a name the kit makes"));
         } else if (::lstat(QFile::encodeName(path).constData(), &status) != 0 ||
                    !S_ISREG(status.st_mode)) {
@@ -168,11 +147,11 @@ QStringList EVTKitFiles::list(const QString &directory, Kind kind) {
 }
 
 std::optional<QByteArray> EVTKitFiles::read(const QString &path, Kind kind) {
-    if (!namePattern(kind).match(QFileInfo(path).fileName()).hasMatch()) {
+    if (!kindOf(kind).name.match(QFileInfo(path).fileName()).hasMatch()) {
         leaveAlone(path, QStringLiteral("not a name the kit makes"));
         return std::nullopt;
     }
-    const crash::BoundedRead read = readOwnFile(path, largest(kind));
+    const crash::BoundedRead read = readOwnFile(path, kindOf(kind).largest);
     if (read.refusal == crash::FileRefusal::Missing) {
         return std::nullopt;
     }
