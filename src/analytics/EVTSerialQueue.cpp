@@ -5,11 +5,25 @@
 #include <QThread>
 
 #include "EVTLog.h"
+#include "threads/StartThread.h"
 
 namespace tarnwell {
 
+namespace {
+
+// Qt creates the thread; its body still gets its own signal stack before the event loop
+// runs anything.
+class SignalStackThread : public QThread {
+protected:
+    void run() override {
+        threads::runWithSignalStack([this] { exec(); });
+    }
+};
+
+}  // namespace
+
 EVTSerialQueue::EVTSerialQueue(std::chrono::milliseconds stopTimeout)
-    : thread_(std::make_unique<QThread>()),
+    : thread_(std::make_unique<SignalStackThread>()),
       context_(std::make_unique<QObject>()),
       stopTimeout_(stopTimeout) {
     thread_->setObjectName(QStringLiteral("io.telemetry.events.EventQueue"));

@@ -15,25 +15,25 @@ namespace tarnwell {
 class StatusItemView;
 class UsageEvents;
 class UserNotifier;
+class WelcomeWindowProcess;
 
-// A running Tarnwell apart from its views: the controller over the shared
-// memory engine, preferences store and interface language, launched in order
-// (first sample, status item and titles, timers). The views must outlive it.
-//
-// With TARNWELL_MEMORY_ROOT set to a folder holding "proc" and "sys"
-// captures, the engine reads those instead of the machine's, so end-to-end
-// tests run the program on a small record of their own.
+// A running Tarnwell apart from its views: the controller over the memory
+// engine main() built, the shared preferences store and the interface
+// language, launched in order (first sample, status item and titles,
+// timers). The memory engine and the views must outlive it.
 class ApplicationSession {
 public:
-    // usageEvents may be null: nothing is reported.
-    ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier,
-                       UsageEvents *usageEvents);
+    // usageEvents may be null: nothing is reported. welcome may be null: no
+    // welcome window (console mode).
+    ApplicationSession(QRMMemoryInfo &memory, StatusItemView *statusItem, UserNotifier *notifier,
+                       UsageEvents *usageEvents, WelcomeWindowProcess *welcome);
     ~ApplicationSession();
 
     QRMAppDelegate &delegate() { return *delegate_; }
 
 private:
-    std::unique_ptr<QRMMemoryInfo> capturedMemoryInfo_;
+    void connectWelcomeWindow(WelcomeWindowProcess &welcome);
+
     QRMMemoryInfoEngine engine_;
     PreferencesAppSettings settings_;
     DesktopUrlOpener urlOpener_;
@@ -42,7 +42,7 @@ private:
 
 // Runs a session over the given views in app's event loop until the quit
 // command, SIGINT or SIGTERM. Returns the exit status.
-int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *notifier,
-               UsageEvents *usageEvents);
+int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *statusItem,
+               UserNotifier *notifier, UsageEvents *usageEvents, WelcomeWindowProcess *welcome);
 
 }  // namespace tarnwell

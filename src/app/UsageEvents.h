@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 namespace tarnwell {
 
 // The usage events the controller reports. The production implementation
@@ -12,6 +14,9 @@ public:
     virtual void run() = 0;
     // After each completed cleaning; called on the engine's cleaning thread.
     virtual void memoryCleaned() = 0;
+    // A window finished loading, for example ("Welcome", "Window", "welcomeWindow").
+    virtual void contentViewWithName(const QString &contentName, const QString &contentType,
+                                     const QString &contentId) = 0;
 };
 
 }  // namespace tarnwell

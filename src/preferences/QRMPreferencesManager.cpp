@@ -8,6 +8,7 @@
 #include "memory/QRMMemoryInfo.h"
 #include "memory/QRMRecordKeys.h"
 #include "preferences/QRMConstants.h"
+#include "preferences/QRMSettingRange.h"
 #include "preferences/QRMSettingValue.h"
 #include "preferences/SettingsFileCheck.h"
 #include "preferences/Updater.h"
@@ -40,14 +41,13 @@ std::optional<uint64_t> physicalMemoryFromStatistics() {
     return found->second.toUInt64();
 }
 
-// The value a reader gets: within its row's interval limits, if it has any.
-QVariant withinLimits(Setting setting, QVariant value) {
-    for (const IntervalLimits &limits : kIntervalLimits) {
-        if (limits.id == setting && value.isValid()) {
-            return qint64(std::clamp<qint64>(value.toLongLong(), limits.floor, limits.ceiling));
-        }
+// The value a reader gets: within its row's interval bounds, if it has any.
+QVariant withinBounds(Setting setting, QVariant value) {
+    const std::optional<IntervalBounds> bounds = intervalBounds(setting);
+    if (!bounds || !value.isValid()) {
+        return value;
     }
-    return value;
+    return qint64(std::clamp<qint64>(value.toLongLong(), bounds->minimum, bounds->maximum));
 }
 
 }  // namespace
@@ -137,7 +137,7 @@ QVariant QRMPreferencesManager::value(Setting setting) {
     const SettingDefinition &definition = settingDefinition(setting);
     std::lock_guard lock(mutex_);
     if (std::optional<QVariant> stored = storedValueLocked(definition)) {
-        return withinLimits(setting, *stored);
+        return withinBounds(setting, *stored);
     }
     QVariant fallback = defaultValue(setting);
     if (definition.rule == DefaultRule::WriteBack) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <climits>
 #include <cstdint>
 #include <span>
 #include <string_view>
@@ -113,20 +112,6 @@ consteval bool tableFollowsEnumOrder() {
     return true;
 }
 static_assert(tableFollowsEnumOrder(), "kSettingsTable rows must follow the order of Setting");
-
-// The settings a timer runs on. A value below the floor would make the timer spin
-// (0 fires continuously); one above the ceiling does not fit the timer's
-// millisecond int and wraps, often to a spinning 0. The getters hand out the value
-// within these bounds, which is also what `tarnwell settings` shows.
-struct IntervalLimits {
-    Setting id;
-    int64_t floor;
-    int64_t ceiling;
-};
-inline constexpr std::array kIntervalLimits{
-    IntervalLimits{Setting::RefreshRate, 1, INT_MAX / 1000},           // seconds
-    IntervalLimits{Setting::AutoCleanEveryTime, 1, INT_MAX / 60'000},  // minutes
-};
 
 constexpr const SettingDefinition &settingDefinition(Setting setting) {
     return kSettingsTable[size_t(setting)];
