@@ -12,6 +12,8 @@ packages=(
     # the welcome window's web view (its own executable, never linked into tarnwell)
     qt6-webengine-dev
     libgl-dev libegl-dev zlib1g-dev libxcb1-dev libxcb-ewmh-dev
+    # update signatures (Ed25519)
+    libssl-dev
     # tests and benchmarks
     libgtest-dev libgmock-dev googletest libbenchmark-dev hyperfine
     # readelf, the independent check of build-ids in the crash tests

@@ -10,6 +10,7 @@
 #include <QTimer>
 
 #include "BuildInfo.h"
+#include "analytics/EVTConfiguration.h"
 #include "analytics/facade/QRMEventManager.h"
 #include "app/ApplicationSession.h"
 #include "app/ConsoleViews.h"
@@ -24,11 +25,14 @@
 #include "crash/CrashReporter.h"
 #include "crash/DeliberateCrash.h"
 #include "crash/ReportStore.h"
+#include "crash/RunIdentity.h"
 #include "crash/TelemetryDirectory.h"
 #include "memory/LinuxMemorySource.h"
 #include "memory/QRMMemoryInfo.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
+#include "preferences/QRMPreferencesManager.h"
 #include "ui/StatusItemViewFactory.h"
+#include "updates/ApplicationUpdater.h"
 
 using namespace tarnwell;
 
@@ -69,6 +73,16 @@ constexpr std::array kSubcommands{
                     cli::runCrashReports},
 };
 
+// One installation and one run, as both kits report them: the install identifier
+// lives in the events kit's folder, where it has always been kept.
+const crash::RunIdentity &runIdentity() {
+    static const crash::RunIdentity identity = crash::makeRunIdentity(
+        EVTConfiguration::installIdPath(
+            EVTConfiguration::rootDirectoryForBundle(QString::fromLatin1(kBundleIdentifier)))
+            .toStdString());
+    return identity;
+}
+
 // First thing in main once the folders are settled: a crash anywhere later, start-up
 // included, leaves a report.
 void installCrashReporting() {
@@ -85,6 +99,14 @@ void installCrashReporting() {
     options.metadata.bundleIdentifier = kBundleIdentifier;
     options.metadata.buildVersion = kBuildNumber;
     options.metadata.displayVersion = kMarketingVersion;
+    options.metadata.installId = runIdentity().installId;
+    options.metadata.sessionId = runIdentity().sessionId;
+    const QString apiKey = EVTConfiguration::forApplication(QString::fromLatin1(kBundleIdentifier),
+                                                            kMarketingVersion, kBuildNumber)
+                               .apiKey;
+    if (!apiKey.isEmpty()) {
+        options.metadata.apiKey = apiKey.toStdString();
+    }
     crash::startCrashReporting(options);
 }
 
@@ -106,7 +128,9 @@ int crashOnPurpose(std::string_view option) {
 class FacadeUsageEvents : public UsageEvents {
 public:
     FacadeUsageEvents() : events_(QRMEventManager::sharedEventManager()) {
-        events_.startEvents(QString::fromLatin1(kBundleIdentifier));
+        events_.startEvents(QString::fromLatin1(kBundleIdentifier),
+                            QString::fromStdString(runIdentity().installId),
+                            QString::fromStdString(runIdentity().sessionId));
     }
     ~FacadeUsageEvents() override {
         events_.applicationWillTerminate();
@@ -143,9 +167,11 @@ int runTrayApplication(int argc, char **argv) {
     FacadeUsageEvents usageEvents;
     WelcomeWindowProcess welcome(WelcomeWindowProcess::installedProgram());
     checkForeignSignalHandlersWhenRunning();
-    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), statusItem.get(),
-                      &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents,
-                      &welcome);
+    QRMUserNotificationsManager &notifier =
+        QRMUserNotificationsManager::sharedUserNotificationsManager();
+    ApplicationUpdater updater(QRMPreferencesManager::sharedPreferencesManager(), notifier);
+    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), statusItem.get(), &notifier,
+                      &usageEvents, &welcome, &updater.updater());
 }
 
 // The same controller in a terminal: a status line per refresh on standard

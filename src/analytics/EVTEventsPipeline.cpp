@@ -3,6 +3,7 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QSaveFile>
 #include <QUuid>
@@ -13,6 +14,7 @@
 #include "EVTKitFiles.h"
 #include "EVTLog.h"
 #include "EVTWriteEventOperation.h"
+#include "crash/RunIdentity.h"
 
 namespace tarnwell {
 
@@ -35,10 +37,17 @@ EVTEventsPipeline::EVTEventsPipeline(const EVTConfiguration &configuration,
       collectionEnabled_(configuration.collectionEnabled),
       uploader_(configuration, std::move(queue), runner, std::move(random),
                 std::move(uploadFinished)) {
+    // The kit's first start on this installation is when its folder is first made: the
+    // install identifier may already exist, made by another command's crash reporter.
+    const bool firstInstall = !QFileInfo::exists(eventsDirectory_);
     QDir().mkpath(eventsDirectory_);
-    bool firstInstall = false;
-    installId_ = installId(firstInstall);
-    metadata_ = EVTMetadata::current(configuration_, newUuid(), installId_);
+    if (configuration_.installId.isEmpty()) {
+        const crash::RunIdentity identity = crash::makeRunIdentity(
+            EVTConfiguration::installIdPath(configuration_.rootDirectory).toStdString());
+        configuration_.installId = QString::fromStdString(identity.installId);
+        configuration_.sessionId = QString::fromStdString(identity.sessionId);
+    }
+    metadata_ = EVTMetadata::current(configuration_);
     currentPath_ = newLogPath();
 
     // The crash reporter sends the previous run's metadata with its reports;
@@ -75,27 +84,6 @@ EVTEventsPipeline::EVTEventsPipeline(const EVTConfiguration &configuration,
 
 EVTEventsPipeline::~EVTEventsPipeline() = default;
 
-QString EVTEventsPipeline::installId(bool &firstInstall) const {
-    const QString path = QDir(configuration_.rootDirectory).filePath(QLatin1String(kInstallIdFile));
-    const std::optional<QString> stored = EVTKitFiles::readInstallId(path);
-    if (stored && !stored->isEmpty()) {
-        return *stored;
-    }
-    const QString made = newUuid();
-    // A file that is there but not an identifier is left as it is; this run goes
-    // by a fresh one, and no installation is recorded for it.
-    if (stored) {
-        return made;
-    }
-    firstInstall = true;
-    QSaveFile out(path);
-    if (EVTKitFiles::mayReplace(path) && out.open(QIODevice::WriteOnly)) {
-        out.write(made.toUtf8());
-        out.commit();
-    }
-    return made;
-}
-
 QString EVTEventsPipeline::newLogPath() const {
     return QDir(eventsDirectory_)
         .filePath(newUuid() + u'.' + QLatin1String(EVTFilePackager::kLogExtension));
@@ -124,7 +112,7 @@ bool EVTEventsPipeline::sampledOut() const {
         return false;
     }
     const QByteArray digest =
-        QCryptographicHash::hash(installId_.toUtf8(), QCryptographicHash::Sha1);
+        QCryptographicHash::hash(configuration_.installId.toUtf8(), QCryptographicHash::Sha1);
     quint64 bucket = 0;
     for (int i = 0; i < 8; ++i) {
         bucket = (bucket << 8) | static_cast<quint8>(digest.at(i));

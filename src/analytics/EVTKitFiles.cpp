@@ -23,7 +23,6 @@ constexpr qint64 kLargestLog = EVTKitFiles::kLargestPayloadSize + EVTKitFiles::k
 // deflate's worst case on incompressible input is a few bytes in a thousand more.
 constexpr qint64 kLargestCompressed = kLargestLog + kLargestLog / 64;
 constexpr qint64 kLargestPackaged = kLargestCompressed + 1024;
-constexpr qint64 kLargestInstallId = 64;
 
 // What the kit writes of each kind, in the order of EVTKitFiles::Kind.
 struct KindOfFile {
@@ -174,24 +173,6 @@ bool EVTKitFiles::mayReplace(const QString &path) {
     }
     leaveAlone(path, QStringLiteral("a link or special file where the kit writes"));
     return false;
-}
-
-std::optional<QString> EVTKitFiles::readInstallId(const QString &path) {
-    const crash::BoundedRead read = readOwnFile(path, kLargestInstallId);
-    if (read.refusal == crash::FileRefusal::Missing) {
-        return std::nullopt;
-    }
-    if (read.refusal != crash::FileRefusal::None) {
-        leaveAlone(path, describe(read));
-        return QString();
-    }
-    static const QRegularExpression pattern(QStringLiteral("^[0-9A-Za-z-]{1,64}$"));
-    const QString id = QString::fromLatin1(QByteArray::fromStdString(read.bytes)).trimmed();
-    if (!pattern.match(id).hasMatch()) {
-        leaveAlone(path, QStringLiteral("not an installation identifier"));
-        return QString();
-    }
-    return id;
 }
 
 }  // namespace tarnwell

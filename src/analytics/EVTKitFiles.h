@@ -39,10 +39,6 @@ public:
     // regular file. QSaveFile follows links and renames over what it finds, so a
     // link or a device in the way would be replaced or written through.
     static bool mayReplace(const QString &path);
-    // An installation identifier as the kit makes it: 1 to 64 letters, digits and
-    // dashes. Nothing when the file is missing; an empty string when it is there but
-    // is not one (logged once).
-    static std::optional<QString> readInstallId(const QString &path);
 };
 
 }  // namespace tarnwell

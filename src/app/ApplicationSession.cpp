@@ -14,7 +14,7 @@ namespace tarnwell {
 
 ApplicationSession::ApplicationSession(QRMMemoryInfo &memory, StatusItemView *statusItem,
                                        UserNotifier *notifier, UsageEvents *usageEvents,
-                                       WelcomeWindowProcess *welcome)
+                                       WelcomeWindowProcess *welcome, UpdateChecks *updater)
     : engine_(memory), settings_(QRMPreferencesManager::sharedPreferencesManager()) {
     delegate_ = std::make_unique<QRMAppDelegate>(
         QRMAppDelegate::Services{engine_,
@@ -24,7 +24,8 @@ ApplicationSession::ApplicationSession(QRMMemoryInfo &memory, StatusItemView *st
                                  statusItem,
                                  notifier,
                                  {},
-                                 usageEvents});
+                                 usageEvents,
+                                 updater});
     // Direct, so the menu is in the new language by the time the change returns.
     QObject::connect(&QRMLanguageNotifier::sharedNotifier(),
                      &QRMLanguageNotifier::languageDidChanged, delegate_.get(),
@@ -54,7 +55,8 @@ void ApplicationSession::connectWelcomeWindow(WelcomeWindowProcess &welcome) {
 }
 
 int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *statusItem,
-               UserNotifier *notifier, UsageEvents *usageEvents, WelcomeWindowProcess *welcome) {
+               UserNotifier *notifier, UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
+               UpdateChecks *updater) {
     QCoreApplication::setApplicationName(QString::fromLatin1(kDisplayName));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kMarketingVersion));
     // A logout or a Ctrl-C ends the event loop, so everything is torn down in
@@ -62,7 +64,7 @@ int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *sta
     TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &app,
                      &QCoreApplication::quit);
-    ApplicationSession session(memory, statusItem, notifier, usageEvents, welcome);
+    ApplicationSession session(memory, statusItem, notifier, usageEvents, welcome, updater);
     return app.exec();
 }
 

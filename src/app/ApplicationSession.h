@@ -13,6 +13,7 @@ class QCoreApplication;
 namespace tarnwell {
 
 class StatusItemView;
+class UpdateChecks;
 class UsageEvents;
 class UserNotifier;
 class WelcomeWindowProcess;
@@ -24,9 +25,10 @@ class WelcomeWindowProcess;
 class ApplicationSession {
 public:
     // usageEvents may be null: nothing is reported. welcome may be null: no
-    // welcome window (console mode).
+    // welcome window (console mode). updater may be null: no update checks.
     ApplicationSession(QRMMemoryInfo &memory, StatusItemView *statusItem, UserNotifier *notifier,
-                       UsageEvents *usageEvents, WelcomeWindowProcess *welcome);
+                       UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
+                       UpdateChecks *updater = nullptr);
     ~ApplicationSession();
 
     QRMAppDelegate &delegate() { return *delegate_; }
@@ -43,6 +45,7 @@ private:
 // Runs a session over the given views in app's event loop until the quit
 // command, SIGINT or SIGTERM. Returns the exit status.
 int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *statusItem,
-               UserNotifier *notifier, UsageEvents *usageEvents, WelcomeWindowProcess *welcome);
+               UserNotifier *notifier, UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
+               UpdateChecks *updater = nullptr);
 
 }  // namespace tarnwell

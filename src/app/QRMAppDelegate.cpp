@@ -12,6 +12,7 @@
 #include "app/SizeText.h"
 #include "app/StatusIcons.h"
 #include "app/StatusItemView.h"
+#include "app/UpdateChecks.h"
 #include "app/UrlOpener.h"
 #include "app/UsageEvents.h"
 #include "app/UserNotifier.h"
@@ -50,6 +51,7 @@ QRMAppDelegate::QRMAppDelegate(Services services, QObject *parent)
       pendingStatusItem_(services.statusItem),
       notifier_(services.notifier),
       usageEvents_(services.usageEvents),
+      updater_(services.updater),
       runInBackground_(services.runInBackground ? std::move(services.runInBackground)
                                                 : BackgroundRunner(runOnNewThread)) {
     connect(&refreshMemoryInfoTimer_, &QTimer::timeout, this, &QRMAppDelegate::refreshMemoryInfo);
@@ -115,6 +117,11 @@ void QRMAppDelegate::awakeFromNib() {
 }
 
 void QRMAppDelegate::applicationDidFinishLaunching() {
+    if (updater_ && settings_.isFirstRun()) {
+        updater_->setAutomaticallyChecksForUpdates(true);
+        updater_->setAutomaticallyDownloadsUpdates(true);
+        updater_->checkForUpdatesInBackground();
+    }
     engine_.refresh();
     refreshStatusMenu();
     setupRefreshMemoryInfoTimer();
@@ -410,7 +417,9 @@ void QRMAppDelegate::showPreferencesWindow() {
 }
 
 void QRMAppDelegate::checkForUpdates() {
-    emit updateCheckRequested();
+    if (updater_) {
+        updater_->checkForUpdates();
+    }
 }
 
 void QRMAppDelegate::showWelcomePage() {

@@ -16,6 +16,7 @@ namespace tarnwell {
 class AppSettings;
 class MemoryEngine;
 class StatusItemView;
+class UpdateChecks;
 class UrlOpener;
 class UsageEvents;
 class UserNotifier;
@@ -49,6 +50,8 @@ public:
         BackgroundRunner runInBackground;
         // Null: no usage events.
         UsageEvents *usageEvents = nullptr;
+        // Null: no update checks.
+        UpdateChecks *updater = nullptr;
     };
 
     // Takes the first sample (which may already start a cleaning, when a
@@ -58,7 +61,8 @@ public:
 
     // Shows the status item with its menu and titles, and reports the launch.
     void awakeFromNib();
-    // Starts the timers and records the build that ran.
+    // Turns automatic update checks on at the first run, starts the timers
+    // and records the build that ran.
     void applicationDidFinishLaunching();
 
     void setupRefreshMemoryInfoTimer();
@@ -104,7 +108,6 @@ signals:
     void memoryCleaningInProgressChanged(bool inProgress);
     // Asks for a window that the controller does not own.
     void preferencesWindowRequested();
-    void updateCheckRequested();
     void welcomePageRequested();
 
 private:
@@ -134,6 +137,7 @@ private:
     StatusItemView *statusItem_ = nullptr;
     UserNotifier *notifier_;
     UsageEvents *usageEvents_;
+    UpdateChecks *updater_;
     BackgroundRunner runInBackground_;
     int memoryCleanedObserver_ = -1;
     // Background tasks still running; the destructor waits for them, since

@@ -56,16 +56,18 @@ QRMPreferencesManager &QRMPreferencesManager::sharedPreferencesManager() {
     static QRMPreferencesManager manager(
         QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
             QStringLiteral("/Tarnwell/Tarnwell.conf"),
-        physicalMemoryFromStatistics, QRMConstants::sharedConstants().updatesURL());
+        physicalMemoryFromStatistics, QRMConstants::sharedConstants().updatesURL(),
+        QRMConstants::siteURLOverridden());
     return manager;
 }
 
 QRMPreferencesManager::QRMPreferencesManager(QString fileName,
                                              PhysicalMemoryProvider physicalMemory,
-                                             QUrl stableFeedURL)
+                                             QUrl stableFeedURL, bool stableFeedFromOverride)
     : fileName_(std::move(fileName)),
       physicalMemory_(std::move(physicalMemory)),
-      stableFeedURL_(std::move(stableFeedURL)) {
+      stableFeedURL_(std::move(stableFeedURL)),
+      stableFeedFromOverride_(stableFeedFromOverride) {
     // QSettings reads the file as it is made, so the file is checked first.
     if (const std::optional<QString> refusal = settingsFileRefusal(fileName_)) {
         warnRefused(fileName_, *refusal);
@@ -140,7 +142,10 @@ QVariant QRMPreferencesManager::value(Setting setting) {
         return withinBounds(setting, *stored);
     }
     QVariant fallback = defaultValue(setting);
-    if (definition.rule == DefaultRule::WriteBack) {
+    // An override's feed holds for this run only; stored, it would outlive it.
+    const bool fromOverride =
+        definition.defaultValue == DefaultValue::StableFeed && stableFeedFromOverride_;
+    if (definition.rule == DefaultRule::WriteBack && !fromOverride) {
         writeLocked(keyOf(definition), storableSettingValue(definition.type, fallback));
     }
     return fallback;

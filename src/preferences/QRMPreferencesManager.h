@@ -34,9 +34,10 @@ public:
     static QRMPreferencesManager &sharedPreferencesManager();
 
     // fileName: the settings file (INI); physicalMemory: source of the
-    // threshold defaults; stableFeedURL: default of the feed in use.
+    // threshold defaults; stableFeedURL: default of the feed in use, which is
+    // not written back when it comes from a run-time override.
     QRMPreferencesManager(QString fileName, PhysicalMemoryProvider physicalMemory,
-                          QUrl stableFeedURL);
+                          QUrl stableFeedURL, bool stableFeedFromOverride = false);
     ~QRMPreferencesManager();
     QRMPreferencesManager(const QRMPreferencesManager &) = delete;
     QRMPreferencesManager &operator=(const QRMPreferencesManager &) = delete;
@@ -179,6 +180,7 @@ private:
     QVariantMap memory_;                   // the values while the file is refused
     PhysicalMemoryProvider physicalMemory_;
     QUrl stableFeedURL_;
+    bool stableFeedFromOverride_;
     Updater *updater_ = nullptr;
     bool writeFailureReported_ = false;
 };

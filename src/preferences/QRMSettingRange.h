@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QUrl>
 #include <QVariant>
 #include <cstdint>
 #include <optional>
@@ -29,6 +30,9 @@ struct IntervalBounds {
     int64_t maximum;
 };
 std::optional<IntervalBounds> intervalBounds(Setting setting);
+// An address the update feeds may come from: https, or http to this machine only (a
+// local test server); plain http elsewhere would let anyone on the way swap the feed.
+bool isAcceptedFeedAddress(const QUrl &url);
 
 // The thresholds' upper bound in MB: half the installed memory, rounded down.
 uint64_t thresholdBoundMB(uint64_t installedMemory);

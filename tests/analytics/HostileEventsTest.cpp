@@ -34,7 +34,7 @@ QByteArray readAll(const QString &path) {
 // A file of each kind as the kit writes it, by name.
 QMap<QString, QByteArray> kitFiles(const QString &staging) {
     const QDir dir(staging);
-    const EVTMetadata metadata = EVTMetadata::current(EVTConfiguration{}, "SESSION", "INSTALL");
+    const EVTMetadata metadata = EVTMetadata::current(EVTConfiguration{});
     const QString log = dir.filePath("0A1B2C3D-0000-4000-8000-00000000000A.log");
     EVTWriteEventOperation(log, EVTEvent::custom("kept", {}), metadata).run();
     QMap<QString, QByteArray> files{{QFileInfo(log).fileName(), readAll(log)}};

@@ -24,7 +24,7 @@ protected:
     QString path(const QString &name) const { return QDir(dir.path()).filePath(name); }
 
     QTemporaryDir dir;
-    EVTMetadata metadata = EVTMetadata::current(EVTConfiguration{}, "SESSION", "INSTALL");
+    EVTMetadata metadata = EVTMetadata::current(EVTConfiguration{});
 };
 
 TEST_F(EventFile, OnlyANewFileStartsWithTheMetadataLine) {

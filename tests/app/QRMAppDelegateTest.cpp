@@ -434,6 +434,12 @@ TEST_P(WelcomePage, ShownOnFirstLaunchAndAfterAnUpdate) {
     EXPECT_EQ(rig.usageEvents.firstRuns, c.storedBuild[0] == 0 ? 1 : 0);
     EXPECT_EQ(rig.usageEvents.runs, c.storedBuild[0] == 0 ? 0 : 1);
     EXPECT_EQ(rig.settings.build, QString::fromLatin1(kBuildNumber));
+    // The first run turns automatic updates on and checks at once; the menu's
+    // command asks for a check that answers.
+    delegate->statusMenu().checkForUpdates->trigger();
+    EXPECT_EQ(rig.updater.calls,
+              c.storedBuild[0] == 0 ? QStringList({"checks 1", "downloads 1", "background", "user"})
+                                    : QStringList({"user"}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Launches, WelcomePage,

@@ -224,6 +224,14 @@ TEST_F(PreferencesTest, FeedChangeReachesTheUpdaterEvenWhenUnchanged) {
     EXPECT_EQ(updater.calls, QStringList({beta, "check", beta, "check"}));
 }
 
+TEST_F(PreferencesTest, FeedFromARunTimeOverrideIsNeverStored) {
+    const QUrl local("http://127.0.0.1:8931/download/appcast.xml");
+    QRMPreferencesManager overridden(
+        settingsPath(), [] { return std::nullopt; }, local, true);
+    EXPECT_EQ(overridden.updatesFeedURL(), local);
+    EXPECT_FALSE(restartedStore()->hasStoredValue(Setting::FeedURL));
+}
+
 TEST_F(PreferencesTest, CountersWrittenFromTwoThreadsAllArrive) {
     QRMPreferencesManager &shared = store();
     std::thread other([&shared] {

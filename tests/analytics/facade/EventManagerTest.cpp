@@ -28,7 +28,7 @@ public:
     MemorySample sample() override {
         VmStatistics statistics;
         statistics.pageSize = 4096;
-        return MemorySample{bytes_, statistics, SwapUsage{}};
+        return MemorySample{bytes_, statistics, SwapUsage{}, {}};
     }
 
 private:
@@ -49,10 +49,7 @@ protected:
         configuration.rootDirectory = folder.filePath("analytics");
         configuration.bundleIdentifier = "app.tarnwell.Tarnwell";
         // An installation seen before: only the manager's events get written.
-        QDir().mkpath(configuration.rootDirectory);
-        QFile installId(configuration.rootDirectory + "/install_id");
-        ASSERT_TRUE(installId.open(QIODevice::WriteOnly) && installId.write("INSTALL") > 0);
-        installId.close();
+        QDir().mkpath(configuration.rootDirectory + "/events");
         ASSERT_NE(EVTEvents::start(configuration), nullptr);
     }
     void TearDown() override { EVTEvents::stop(); }
