@@ -42,6 +42,10 @@ start() {
 ticks() { awk '{ print $14 + $15 }' "/proc/$1/stat"; }
 rss() { awk '/^VmRSS:/ { print $2 }' "/proc/$1/status"; }
 
+# Welcomed already: the idle cost is the tray's, not the welcome window's.
+welcomed() { env XDG_CONFIG_HOME="$work/tarnwell/config" "$build/src/tarnwell" settings "$@" >/dev/null; }
+welcomed isWelcomeShown true
+welcomed bundleBuild "$("$build/src/tarnwell" --version | sed -n 's/.*(\(.*\))$/\1/p')"
 if [ "$host" = xfce-indicator ]; then
     panel_home="$work/panel"
     mkdir -p "$panel_home/config"

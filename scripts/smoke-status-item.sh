@@ -43,10 +43,9 @@ cp -r "$panel_config/." "$home/config/"
 chmod -R u+w "$home/config"
 export HOME="$home" XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data" \
     XDG_CACHE_HOME="$home/cache" XDG_RUNTIME_DIR="$home/runtime"
-# Welcomed already, so the welcome window does not cover the panel.
-build_number=$("$tarnwell" --version | sed -n 's/.*(\(.*\))$/\1/p')
+# Welcomed already: the screenshots are of the panel, not of the welcome window.
 "$tarnwell" settings isWelcomeShown true >/dev/null
-"$tarnwell" settings bundleBuild "$build_number" >/dev/null
+"$tarnwell" settings bundleBuild "$("$tarnwell" --version | sed -n 's/.*(\(.*\))$/\1/p')" >/dev/null
 # tint2 announces its panel colour nowhere (no theme setting of its own): on a
 # desktop its dark look would come with a dark GTK theme, here the setting says it.
 [ "$host" = tint2 ] && "$tarnwell" settings statusBarAppearance 2 >/dev/null
