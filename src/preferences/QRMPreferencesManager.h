@@ -127,6 +127,19 @@ public:
     void setStatusBarTextType(qint64 type) { setValue(Setting::StatusBarTextType, type); }
     bool statusBarTextWithInfo() { return value(Setting::StatusBarTextWithInfo).toBool(); }
     void setStatusBarTextWithInfo(bool on) { setValue(Setting::StatusBarTextWithInfo, on); }
+    // Where the title goes on the panel: 0 as the host allows (a label where it
+    // shows one, drawn into the icon elsewhere), 1 always the label, 2 always
+    // drawn into the icon.
+    qint64 statusBarTextPlacement() { return value(Setting::StatusBarTextPlacement).toLongLong(); }
+    void setStatusBarTextPlacement(qint64 placement) {
+        setValue(Setting::StatusBarTextPlacement, placement);
+    }
+    // The panel's colour for template icons and drawn text: 0 as the desktop
+    // says, 1 light, 2 dark.
+    qint64 statusBarAppearance() { return value(Setting::StatusBarAppearance).toLongLong(); }
+    void setStatusBarAppearance(qint64 appearance) {
+        setValue(Setting::StatusBarAppearance, appearance);
+    }
     // Bytes.
     quint64 lastTimeCleaned() { return value(Setting::LastTimeCleaned).toULongLong(); }
     void setLastTimeCleaned(quint64 bytes) { setValue(Setting::LastTimeCleaned, bytes); }

@@ -22,6 +22,8 @@ std::optional<IntegerRange> integerRange(Setting setting, std::optional<uint64_t
         case Setting::StatusBarIconType:
             return IntegerRange{0, 4, ""};
         case Setting::StatusBarTextType:
+        case Setting::StatusBarTextPlacement:
+        case Setting::StatusBarAppearance:
             return IntegerRange{0, 2, ""};
         case Setting::SelectedLanguage:
             return IntegerRange{0, 3, ""};
