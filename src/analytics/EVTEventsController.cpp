@@ -26,7 +26,14 @@ EVTEventsController::EVTEventsController(EVTConfiguration configuration,
 }
 
 EVTEventsController::~EVTEventsController() {
-    queue_->stop([this] { pipeline_.reset(); });
+    // What this run recorded leaves now, not when the file happens to fill up at some
+    // later run: packaged, it is sent as soon as the service can be reached.
+    queue_->stop([this] {
+        if (pipeline_) {
+            pipeline_->rotateAndSubmitCurrentLog();
+        }
+        pipeline_.reset();
+    });
 }
 
 void EVTEventsController::enqueueEvent(EVTEvent event) {
