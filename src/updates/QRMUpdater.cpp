@@ -86,7 +86,7 @@ void QRMUpdater::setAutomaticallyDownloadsUpdates(bool on) {
 
 qint64 QRMUpdater::updateCheckInterval() {
     return std::clamp(preferences_.value(Setting::UpdateCheckInterval).toLongLong(),
-                      updateCheckInterval::kHourly, kLongestInterval);
+                      updateInterval::kHourly, kLongestInterval);
 }
 
 void QRMUpdater::setUpdateCheckInterval(qint64 seconds) {

@@ -169,6 +169,10 @@ struct FakeUrlOpener : UrlOpener {
 
 struct FakeUpdateChecks : UpdateChecks {
     QStringList calls;
+    bool automaticallyChecksForUpdates() override { return false; }
+    qint64 updateCheckInterval() override { return 86'400; }
+    void setUpdateCheckInterval(qint64) override {}
+    bool automaticallyDownloadsUpdates() override { return false; }
     void setAutomaticallyChecksForUpdates(bool on) override {
         calls << QString("checks %1").arg(on);
     }

@@ -158,7 +158,7 @@ TEST_P(FeedFaultTest, UserIsToldWhyAndABackgroundCheckStaysSilentUntilTheNextInt
     server_.script(GetParam().reply);
     check(&QRMUpdater::checkForUpdatesInBackground);
     EXPECT_THAT(ui_.calls, IsEmpty());
-    EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateCheckInterval::kDaily));
+    EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateInterval::kDaily));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -361,18 +361,18 @@ TEST_F(UpdaterTest, InformationCheckShowsNothingAndFeedChangesGoThroughTheStore)
 TEST_F(UpdaterTest, ScheduleFollowsTheIntervalAndLastCheckAcrossRestarts) {
     EXPECT_FALSE(updater_->nextScheduledCheck()) << "off until turned on";
     updater_->setAutomaticallyChecksForUpdates(true);
-    updater_->setUpdateCheckInterval(updateCheckInterval::kWeekly);
+    updater_->setUpdateCheckInterval(updateInterval::kWeekly);
     EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(0)) << "never checked";
     serve(feed("100"));
     check(&QRMUpdater::checkForUpdatesInBackground);
 
     clock_ += 3600;
     updater_ = makeUpdater();
-    EXPECT_EQ(updater_->updateCheckInterval(), updateCheckInterval::kWeekly);
+    EXPECT_EQ(updater_->updateCheckInterval(), updateInterval::kWeekly);
     EXPECT_EQ(updater_->nextScheduledCheck(),
-              std::chrono::seconds(updateCheckInterval::kWeekly - 3600));
+              std::chrono::seconds(updateInterval::kWeekly - 3600));
     clock_ = kNow - 1000;  // the clock was set back
-    EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateCheckInterval::kWeekly));
+    EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateInterval::kWeekly));
 
     for (const auto &[stored, used] : {std::pair<const char *, qint64>{"0", 3600},
                                        {"-5", 3600},
