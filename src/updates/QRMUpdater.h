@@ -119,6 +119,10 @@ private:
     UpdateDownload *transfer_ = nullptr;  // the feed, release notes or package in flight
     std::unique_ptr<QTemporaryFile> partialPackage_;
     bool cancelRequested_ = false;
+    // The running session answers the user (their check, their install).
+    bool userSession_ = false;
+    // The user asked while a background session ran: checked when it ends.
+    bool userCheckPending_ = false;
     bool installing_ = false;
     std::optional<AppcastItem> foundItem_;
     QString readyPackage_;  // verified download of foundItem_, or empty

@@ -191,6 +191,16 @@ TEST_F(UpdaterTest, NoNetworkAndInsecureAddressesAreClearErrors) {
     EXPECT_THAT(server_.requests(), IsEmpty());
 }
 
+TEST_F(UpdaterTest, AUserCheckDuringABackgroundCheckIsAnsweredAfterIt) {
+    server_.script(ScriptedReply::stall());
+    serve(feed("100"));
+    updater_->checkForUpdatesInBackground();
+    updater_->checkForUpdates();
+    finishSession();
+    finishSession();
+    EXPECT_THAT(ui_.calls, ElementsAre("up to date 1.0"));
+}
+
 TEST_F(UpdaterTest, ARedirectOnTheSameHostIsFollowed) {
     server_.script(ScriptedReply::respond(301, {{"Location", "/moved.xml"}}));
     serve(feed("100"));
@@ -369,8 +379,7 @@ TEST_F(UpdaterTest, ScheduleFollowsTheIntervalAndLastCheckAcrossRestarts) {
     clock_ += 3600;
     updater_ = makeUpdater();
     EXPECT_EQ(updater_->updateCheckInterval(), updateInterval::kWeekly);
-    EXPECT_EQ(updater_->nextScheduledCheck(),
-              std::chrono::seconds(updateInterval::kWeekly - 3600));
+    EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateInterval::kWeekly - 3600));
     clock_ = kNow - 1000;  // the clock was set back
     EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateInterval::kWeekly));
 
