@@ -1,5 +1,7 @@
 #include "app/QRMAppDelegate.h"
 
+#include <system_error>
+
 #include <QCoreApplication>
 #include <QUrl>
 
@@ -197,16 +199,25 @@ void QRMAppDelegate::cleanMemoryNow(CleaningTrigger trigger) {
         std::lock_guard lock(backgroundMutex_);
         ++backgroundTasks_;
     }
-    runInBackground_([this] {
-        // A refusal is not a finished cleaning: treating it as one re-ran the
-        // threshold check, which asked again at once, thousands of times a
-        // second while memory was short.
-        if (!engine_.cleanMemoryNow().started()) {
-            QMetaObject::invokeMethod(this, &QRMAppDelegate::memoryCleaningDeclined,
-                                      Qt::QueuedConnection);
-        }
+    const auto declined = [this] {
+        QMetaObject::invokeMethod(this, &QRMAppDelegate::memoryCleaningDeclined,
+                                  Qt::QueuedConnection);
+    };
+    try {
+        runInBackground_([this, declined] {
+            // A refusal is not a finished cleaning: treating it as one re-ran
+            // the threshold check, which asked again at once, thousands of
+            // times a second while memory was short.
+            if (!engine_.cleanMemoryNow().started()) {
+                declined();
+            }
+            backgroundTaskFinished();
+        });
+    } catch (const std::system_error &) {
+        // No thread to be had: as good as a refusal.
         backgroundTaskFinished();
-    });
+        declined();
+    }
 }
 
 void QRMAppDelegate::backgroundTaskFinished() {
@@ -319,6 +330,14 @@ void QRMAppDelegate::setStatusItemTitle(const QString &title) {
 }
 
 void QRMAppDelegate::refreshStatusMenu() {
+    // A language chosen in another process (`tarnwell settings AppleLanguages
+    // ru`) reaches every lookup at once but sends no languageDidChanged here:
+    // the static titles follow the language of the figures.
+    if (const QString language = localized_(QStringLiteral("language"));
+        language != staticTitlesLanguage_) {
+        staticTitlesLanguage_ = language;
+        statusMenu_.setStaticTitles(localized_);
+    }
     refreshStatusItemTitle();
     refreshStatusItemImage();
     statusMenu_.refreshTitles(
@@ -330,6 +349,9 @@ void QRMAppDelegate::refreshStatusMenu() {
 void QRMAppDelegate::refreshStatusItemTitle() {
     QString title;
     const int64_t textType = settings_.statusBarTextType();
+    const QRMStatisticsRecord record = engine_.info();
+    const QString freePercent = percentText(floatValue(record, keys::freePercents));
+    const QString freeSize = sizeText(exactBytes(record, keys::freeCount), false);
     const std::string problem = engine_.sampleProblem();
     if (!problem.empty()) {
         // Whatever the text setting: hosts show the title as the tool tip,
@@ -340,15 +362,21 @@ void QRMAppDelegate::refreshStatusItemTitle() {
         if (settings_.statusBarTextWithInfo()) {
             title = QStringLiteral("%1: ").arg(localized_(QStringLiteral("Free")));
         }
-        const QRMStatisticsRecord record = engine_.info();
         if (textType == kTextPercent) {
-            title += percentText(floatValue(record, keys::freePercents));
+            title += freePercent;
         } else if (textType == kTextSize) {
-            title += sizeText(exactBytes(record, keys::freeCount), false);
+            title += freeSize;
         }
     }
     if (statusItem_) {
         statusItem_->setTitle(title);
+        // A bare figure on the panel says neither free nor used; the tool tip
+        // names it, whatever the title shows (and repeats an unreadable sample).
+        statusItem_->setToolTip(
+            problem.empty()
+                ? QStringLiteral("%1: %2 (%3)")
+                      .arg(localized_(QStringLiteral("FreeMemory")), freeSize, freePercent)
+                : title);
     }
 }
 
@@ -399,6 +427,7 @@ QString QRMAppDelegate::getTotallyCleanedString() const {
 }
 
 void QRMAppDelegate::languageDidChanged() {
+    staticTitlesLanguage_ = localized_(QStringLiteral("language"));
     statusMenu_.setStaticTitles(localized_);
     refreshStatusMenu();
 }

@@ -131,11 +131,13 @@ struct FakeSettings : AppSettings {
 
 struct FakeStatusItem : StatusItemView {
     std::vector<QString> titles;
+    QString toolTip;
     QImage image;
     bool isTemplate = false;
     int images = 0;  // redraws, counted by the benchmark
 
     void setTitle(const QString &title) override { titles.push_back(title); }
+    void setToolTip(const QString &text) override { toolTip = text; }
     void setImage(const QImage &i, bool t) override {
         image = i;
         isTemplate = t;

@@ -62,8 +62,7 @@ class UpdaterTest : public ::testing::Test {
 protected:
     UpdaterTest()
         : preferences_(
-              std::make_unique<QSettings>(dir_.filePath("Tarnwell.conf"), QSettings::IniFormat),
-              [] { return std::nullopt; }, QUrl()) {
+              dir_.filePath("Tarnwell.conf"), [] { return std::nullopt; }, QUrl()) {
         updater_ = makeUpdater();
     }
 
