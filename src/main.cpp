@@ -22,8 +22,14 @@
 #include "crash/DeliberateCrash.h"
 #include "crash/ReportStore.h"
 #include "crash/TelemetryDirectory.h"
+#include "localization/QRMLanguageNotifier.h"
+#include "localization/QRMLocalization.h"
+#include "platform/linux/QRMLoginItems.h"
+#include "platform/linux/QRMTaskbarPresence.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
+#include "preferences/QRMPreferencesManager.h"
 #include "ui/StatusItemViewFactory.h"
+#include "ui/preferences/PreferencesWindowOpener.h"
 
 using namespace tarnwell;
 
@@ -84,6 +90,9 @@ public:
     void firstRun() override { events_.firstRun(); }
     void run() override { events_.run(); }
     void memoryCleaned() override { events_.memoryCleaned(); }
+    void contentView(const QString &name, const QString &type, const QString &id) override {
+        events_.contentViewWithName(name, type, id);
+    }
 
 private:
     QRMEventManager &events_;
@@ -100,8 +109,22 @@ int runTrayApplication(int argc, char **argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     const std::unique_ptr<StatusItemView> statusItem = createStatusItemView();
     FacadeUsageEvents usageEvents;
+    QRMPreferencesManager &preferences = QRMPreferencesManager::sharedPreferencesManager();
+    QRMTaskbarPresence taskbarPresence([&preferences] { return preferences.showDockIcon(); });
+    QRMLoginItems &loginItems = QRMLoginItems::sharedLoginItems();
+    const auto windows = [&](ApplicationSession &session) -> std::unique_ptr<QObject> {
+        auto opener = std::make_unique<PreferencesWindowOpener>(PreferencesServices{
+            session.delegate(), preferences, session.engine(),
+            [](const QString &key) { return localized(key); },
+            QRMLanguageNotifier::sharedNotifier(), loginItems, QRMLoginItems::applicationPath(),
+            [&taskbarPresence] { taskbarPresence.showDockIconChanged(); }, &usageEvents});
+        QObject::connect(&session.delegate(), &QRMAppDelegate::preferencesWindowRequested,
+                         opener.get(), &PreferencesWindowOpener::showPreferencesWindow);
+        return opener;
+    };
     return runSession(app, statusItem.get(),
-                      &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents);
+                      &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents,
+                      &loginItems, QRMLoginItems::applicationPath(), windows);
 }
 
 // The same controller in a terminal: a status line per refresh on standard

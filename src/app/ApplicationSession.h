@@ -1,6 +1,10 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+
+#include <QObject>
+#include <QString>
 
 #include "app/MemoryEngine.h"
 #include "app/PreferencesAppSettings.h"
@@ -12,6 +16,7 @@ class QCoreApplication;
 
 namespace tarnwell {
 
+class LoginItems;
 class StatusItemView;
 class UsageEvents;
 class UserNotifier;
@@ -25,12 +30,14 @@ class UserNotifier;
 // tests run the program on a small record of their own.
 class ApplicationSession {
 public:
-    // usageEvents may be null: nothing is reported.
-    ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier,
-                       UsageEvents *usageEvents);
+    // usageEvents may be null: nothing is reported; loginItems may be null:
+    // the first run adds no login item.
+    ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier, UsageEvents *usageEvents,
+                       LoginItems *loginItems = nullptr, const QString &loginItemPath = {});
     ~ApplicationSession();
 
     QRMAppDelegate &delegate() { return *delegate_; }
+    MemoryEngine &engine() { return engine_; }
 
 private:
     std::unique_ptr<QRMMemoryInfo> capturedMemoryInfo_;
@@ -40,9 +47,14 @@ private:
     std::unique_ptr<QRMAppDelegate> delegate_;
 };
 
+// Windows a session opens on request, made once the session runs; they live
+// as long as the session.
+using SessionWindows = std::function<std::unique_ptr<QObject>(ApplicationSession &session)>;
+
 // Runs a session over the given views in app's event loop until the quit
 // command, SIGINT or SIGTERM. Returns the exit status.
 int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *notifier,
-               UsageEvents *usageEvents);
+               UsageEvents *usageEvents, LoginItems *loginItems = nullptr,
+               const QString &loginItemPath = {}, const SessionWindows &windows = {});
 
 }  // namespace tarnwell

@@ -8,6 +8,7 @@
 #include "BuildInfo.h"
 #include "StatusBarIcons.h"
 #include "app/AppSettings.h"
+#include "app/LoginItems.h"
 #include "app/MemoryEngine.h"
 #include "app/QRMMakeURL.h"
 #include "app/RecordValues.h"
@@ -50,6 +51,8 @@ QRMAppDelegate::QRMAppDelegate(Services services, QObject *parent)
       pendingStatusItem_(services.statusItem),
       notifier_(services.notifier),
       usageEvents_(services.usageEvents),
+      loginItems_(services.loginItems),
+      loginItemPath_(std::move(services.loginItemPath)),
       runInBackground_(services.runInBackground ? std::move(services.runInBackground)
                                                 : BackgroundRunner(runOnNewThread)) {
     connect(&refreshMemoryInfoTimer_, &QTimer::timeout, this, &QRMAppDelegate::refreshMemoryInfo);
@@ -98,10 +101,12 @@ void QRMAppDelegate::awakeFromNib() {
         statusItem_->setMenu(statusMenu_.menu());
     }
     languageDidChanged();
-    // Adding the autostart entry on the first run belongs to the login-items
-    // part, which the preferences window brings; until then only the event.
+    const bool firstRun = settings_.isFirstRun();
+    if (firstRun && loginItems_ && !loginItems_->findApplicationAtLoginItems(loginItemPath_)) {
+        loginItems_->addApplicationToLoginItems(loginItemPath_);
+    }
     if (usageEvents_) {
-        if (settings_.isFirstRun()) {
+        if (firstRun) {
             usageEvents_->firstRun();
         } else {
             usageEvents_->run();

@@ -12,6 +12,7 @@
 namespace tarnwell {
 
 class AppSettings;
+class LoginItems;
 class MemoryEngine;
 class StatusItemView;
 class UrlOpener;
@@ -41,6 +42,10 @@ public:
         BackgroundRunner runInBackground;
         // Null: no usage events.
         UsageEvents *usageEvents = nullptr;
+        // Null: the first run adds no login item.
+        LoginItems *loginItems = nullptr;
+        // What a login item starts.
+        QString loginItemPath = {};
     };
 
     // Takes the first sample (which may already start a cleaning, when a
@@ -114,6 +119,8 @@ private:
     StatusItemView *statusItem_ = nullptr;
     UserNotifier *notifier_;
     UsageEvents *usageEvents_;
+    LoginItems *loginItems_;
+    QString loginItemPath_;
     BackgroundRunner runInBackground_;
     int memoryCleanedObserver_ = -1;
 

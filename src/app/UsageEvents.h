@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 namespace tarnwell {
 
 // The usage events the controller reports. The production implementation
@@ -12,6 +14,8 @@ public:
     virtual void run() = 0;
     // After each completed cleaning; called on the engine's cleaning thread.
     virtual void memoryCleaned() = 0;
+    // Each time a window is made (not when an open one is brought forward).
+    virtual void contentView(const QString &name, const QString &type, const QString &id) = 0;
 };
 
 }  // namespace tarnwell

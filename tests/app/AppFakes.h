@@ -142,6 +142,7 @@ struct FakeUsageEvents : UsageEvents {
     void firstRun() override { ++firstRuns; }
     void run() override { ++runs; }
     void memoryCleaned() override { ++cleanings; }
+    void contentView(const QString &, const QString &, const QString &) override {}
 };
 
 struct FakeUrlOpener : UrlOpener {
