@@ -9,7 +9,6 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
-#include <QSignalBlocker>
 #include <QSlider>
 #include <QVBoxLayout>
 
@@ -17,6 +16,7 @@
 #include "app/QRMAppDelegate.h"
 #include "app/RecordValues.h"
 #include "preferences/QRMPreferencesManager.h"
+#include "ui/preferences/PreferencesControls.h"
 #include "ui/preferences/QRMStepper.h"
 
 namespace tarnwell {
@@ -110,9 +110,7 @@ CleaningTab::CleaningTab(PreferencesServices &services, QWidget *parent)
         basic->addWidget(info, row++, 0, 1, 2);
     }
     basic->setColumnStretch(0, 1);
-    cleaningBasic = new QGroupBox;
-    cleaningBasic->setLayout(basic);
-    page->addWidget(cleaningBasic);
+    cleaningBasic = addBox(page, basic);
 
     autoCleanEveryTimeChecked = new QCheckBox;
     autoCleanEveryTimeSlider = new QSlider(Qt::Horizontal);
@@ -124,9 +122,7 @@ CleaningTab::CleaningTab(PreferencesServices &services, QWidget *parent)
     advanced->addWidget(autoCleanEveryTimeChecked);
     advanced->addWidget(autoCleanEveryTimeSlider, 1);
     advanced->addWidget(min);
-    cleaningAdvanced = new QGroupBox;
-    cleaningAdvanced->setLayout(advanced);
-    page->addWidget(cleaningAdvanced);
+    cleaningAdvanced = addBox(page, advanced);
     page->addStretch(1);
 
     QRMPreferencesManager &preferences = services_.preferences;
@@ -168,15 +164,14 @@ CleaningTab::CleaningTab(PreferencesServices &services, QWidget *parent)
 }
 
 void CleaningTab::languageDidChanged() {
-    const Localizer &localized = services_.localized;
-    cleaningBasic->setTitle(localized(QStringLiteral("Basic")));
-    cleaningAdvanced->setTitle(localized(QStringLiteral("Advanced")));
-    autoCleanByFreeSizeChecked->setText(localized(QStringLiteral("autoCleanByFreeSize")));
-    autoCleanByInactiveSizeChecked->setText(localized(QStringLiteral("autoCleanByInactiveSize")));
-    autoCleanEveryTimeChecked->setText(localized(QStringLiteral("autoCleanEveryTime")));
-    autoCleanByFreeSizeTextFieldInfo->setText(localized(QStringLiteral("autoCleanByFreeSizeInfo")));
-    autoCleanByInactiveSizeTextFieldInfo->setText(
-        localized(QStringLiteral("autoCleanByInactiveSizeInfo")));
+    setLocalizedTexts(services_.localized,
+                      {{cleaningBasic, "Basic"},
+                       {cleaningAdvanced, "Advanced"},
+                       {autoCleanByFreeSizeChecked, "autoCleanByFreeSize"},
+                       {autoCleanByInactiveSizeChecked, "autoCleanByInactiveSize"},
+                       {autoCleanEveryTimeChecked, "autoCleanEveryTime"},
+                       {autoCleanByFreeSizeTextFieldInfo, "autoCleanByFreeSizeInfo"},
+                       {autoCleanByInactiveSizeTextFieldInfo, "autoCleanByInactiveSizeInfo"}});
     showInterval(services_.preferences.autoCleanEveryTime());
 }
 
@@ -227,20 +222,15 @@ void CleaningTab::onAutoCleanEveryTimeChecked(bool on) {
 }
 
 void CleaningTab::showInterval(qint64 minutes) {
-    if (minutes < kMinInterval || minutes > kMaxInterval) {
-        minutes = services_.preferences.defaultValue(Setting::AutoCleanEveryTime).toLongLong();
-    }
-    const QSignalBlocker blocker(autoCleanEveryTimeSlider);
-    autoCleanEveryTimeSlider->setValue(int(minutes));
-    min->setText(
-        QStringLiteral("%1 %2").arg(minutes).arg(services_.localized(QStringLiteral("min"))));
+    showSliderValue(autoCleanEveryTimeSlider, min, minutes,
+                    services_.preferences.defaultValue(Setting::AutoCleanEveryTime).toLongLong(),
+                    services_.localized(QStringLiteral("min")));
 }
 
 void CleaningTab::autoCleanEveryTime(int minutes) {
     services_.preferences.setAutoCleanEveryTime(minutes);
-    min->setText(QStringLiteral("%1 %2")
-                     .arg(services_.preferences.autoCleanEveryTime())
-                     .arg(services_.localized(QStringLiteral("min"))));
+    min->setText(valueWithUnit(services_.preferences.autoCleanEveryTime(),
+                               services_.localized(QStringLiteral("min"))));
     // Also while a cleaning runs: this timer is not stopped during one.
     if (services_.preferences.autoCleanEveryTimeChecked()) {
         restartAutoCleanEveryTimeTimer();

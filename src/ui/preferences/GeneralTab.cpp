@@ -8,7 +8,6 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QSignalBlocker>
 #include <QSlider>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -17,6 +16,7 @@
 #include "app/QRMAppDelegate.h"
 #include "localization/QRMLocalization.h"
 #include "preferences/QRMPreferencesManager.h"
+#include "ui/preferences/PreferencesControls.h"
 
 namespace tarnwell {
 
@@ -32,13 +32,6 @@ constexpr qint64 kIconTypes = 5;     // none, 2D, 3D, black pie, colour pie
 // timers count whole milliseconds, so the delay is rounded up.
 constexpr auto kLoginItemRereadDelay =
     std::chrono::ceil<std::chrono::milliseconds>(std::chrono::nanoseconds(100'000'001));
-
-QGroupBox *addBox(QVBoxLayout *page, QLayout *contents) {
-    auto *box = new QGroupBox;
-    box->setLayout(contents);
-    page->addWidget(box);
-    return box;
-}
 
 // The stored type when it is one the pop-up offers, else the default.
 qint64 storedOrDefault(QRMPreferencesManager &preferences, Setting setting, qint64 count) {
@@ -62,9 +55,8 @@ GeneralTab::GeneralTab(PreferencesServices &services, QWidget *parent)
     generalBasic = addBox(page, basic);
 
     showDockIcon = new QCheckBox;
-    auto *additional = new QVBoxLayout;
-    additional->addWidget(showDockIcon);
-    generalAdditional = addBox(page, additional);
+    generalAdditional = addBox(page, new QVBoxLayout);
+    generalAdditional->layout()->addWidget(showDockIcon);
 
     updateEvery = new QLabel;
     refreshRateSlider = new QSlider(Qt::Horizontal);
@@ -99,9 +91,8 @@ GeneralTab::GeneralTab(PreferencesServices &services, QWidget *parent)
     generalVisuals = addBox(page, visuals);
 
     showNotificationsAfterCleaning = new QCheckBox;
-    auto *notifications = new QVBoxLayout;
-    notifications->addWidget(showNotificationsAfterCleaning);
-    generalNotifications = addBox(page, notifications);
+    generalNotifications = addBox(page, new QVBoxLayout);
+    generalNotifications->layout()->addWidget(showNotificationsAfterCleaning);
     page->addStretch(1);
 
     // Values, then actions: setting a value must not count as a user's change.
@@ -126,22 +117,21 @@ GeneralTab::GeneralTab(PreferencesServices &services, QWidget *parent)
 
 void GeneralTab::languageDidChanged() {
     const Localizer &localized = services_.localized;
-    generalBasic->setTitle(localized(QStringLiteral("Basic")));
-    generalAdditional->setTitle(localized(QStringLiteral("Additional")));
-    generalAdvanced->setTitle(localized(QStringLiteral("Advanced")));
-    generalVisuals->setTitle(localized(QStringLiteral("Visuals")));
-    generalNotifications->setTitle(localized(QStringLiteral("Notifications")));
-    startApplicationWhenComputerStarts->setText(
-        localized(QStringLiteral("startApplicationWhenComputerStarts")));
-    showDockIcon->setText(localized(QStringLiteral("showDockIcon")));
-    statusBarTextWithInfo->setText(localized(QStringLiteral("statusBarTextWithInfo")));
-    showNotificationsAfterCleaning->setText(
-        localized(QStringLiteral("showNotificationsAfterCleaning")));
-    language->setText(localized(QStringLiteral("Language")));
-    updateEvery->setText(localized(QStringLiteral("updateEvery")));
-    updateEveryInfo->setText(localized(QStringLiteral("updateEveryInfo")));
-    statusBarText->setText(localized(QStringLiteral("statusBarText")));
-    statusBarIcon->setText(localized(QStringLiteral("statusBarIcon")));
+    setLocalizedTexts(localized,
+                      {{generalBasic, "Basic"},
+                       {generalAdditional, "Additional"},
+                       {generalAdvanced, "Advanced"},
+                       {generalVisuals, "Visuals"},
+                       {generalNotifications, "Notifications"},
+                       {startApplicationWhenComputerStarts, "startApplicationWhenComputerStarts"},
+                       {showDockIcon, "showDockIcon"},
+                       {statusBarTextWithInfo, "statusBarTextWithInfo"},
+                       {showNotificationsAfterCleaning, "showNotificationsAfterCleaning"},
+                       {language, "Language"},
+                       {updateEvery, "updateEvery"},
+                       {updateEveryInfo, "updateEveryInfo"},
+                       {statusBarText, "statusBarText"},
+                       {statusBarIcon, "statusBarIcon"}});
 
     languageComboBox->clear();
     for (const char *key : {"Automatic", "English", "Russian", "Ukrainian"}) {
@@ -186,21 +176,15 @@ void GeneralTab::changeLanguage(int index) {
 }
 
 void GeneralTab::showRefreshRate() {
-    qint64 seconds = services_.preferences.refreshRate();
-    if (seconds < kMinRefreshRate || seconds > kMaxRefreshRate) {
-        seconds = services_.preferences.defaultValue(Setting::RefreshRate).toLongLong();
-    }
-    const QSignalBlocker blocker(refreshRateSlider);
-    refreshRateSlider->setValue(int(seconds));
-    updateEverySec->setText(
-        QStringLiteral("%1 %2").arg(seconds).arg(services_.localized(QStringLiteral("sec"))));
+    showSliderValue(refreshRateSlider, updateEverySec, services_.preferences.refreshRate(),
+                    services_.preferences.defaultValue(Setting::RefreshRate).toLongLong(),
+                    services_.localized(QStringLiteral("sec")));
 }
 
 void GeneralTab::changeRefreshRate(int seconds) {
     services_.preferences.setRefreshRate(seconds);
-    updateEverySec->setText(QStringLiteral("%1 %2")
-                                .arg(services_.preferences.refreshRate())
-                                .arg(services_.localized(QStringLiteral("sec"))));
+    updateEverySec->setText(valueWithUnit(services_.preferences.refreshRate(),
+                                          services_.localized(QStringLiteral("sec"))));
     QRMAppDelegate &delegate = services_.appDelegate;
     if (!delegate.memoryCleaningInProgress()) {
         delegate.invalidateRefreshMemoryInfoTimer();

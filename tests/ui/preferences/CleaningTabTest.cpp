@@ -125,10 +125,10 @@ TEST(CleaningTab, ThresholdBoxChecksTheRulesWhenSwitchedOnAndIdle) {
         PreferencesRig rig;
         rig.store("autoCleanByFreeSize", 1024);
         rig.store("autoCleanByFreeSizeChecked", row.checkedBefore);
-        QRMAppDelegate &delegate = rig.start();
+        rig.start();
         rig.pendingCleanings.clear();
         if (row.cleaning) {
-            delegate.cleanMemoryNow();
+            rig.delegate->cleanMemoryNow();
         }
         auto window = rig.open();
 
@@ -142,10 +142,7 @@ TEST(CleaningTab, IntervalRestartsThePeriodicTimerOnlyWhileChecked) {
     for (const bool cleaning : {false, true}) {
         SCOPED_TRACE(cleaning ? "cleaning" : "idle");
         PreferencesRig rig;
-        QRMAppDelegate &delegate = rig.start();
-        if (cleaning) {
-            delegate.cleanMemoryNow();
-        }
+        QRMAppDelegate &delegate = rig.start(cleaning);
         auto window = rig.open();
         CleaningTab &tab = *window->tabCleaning;
         ASSERT_EQ(tab.autoCleanEveryTimeSlider->value(), 10);

@@ -89,11 +89,7 @@ TEST(GeneralTab, RefreshSliderRestartsTheTimerUnlessACleaningRuns) {
     for (const bool cleaning : {false, true}) {
         SCOPED_TRACE(cleaning ? "cleaning" : "idle");
         PreferencesRig rig;
-        QRMAppDelegate &delegate = rig.start();
-        if (cleaning) {
-            delegate.cleanMemoryNow();
-            ASSERT_TRUE(delegate.memoryCleaningInProgress());
-        }
+        QRMAppDelegate &delegate = rig.start(cleaning);
         auto window = rig.open();
         ASSERT_EQ(window->tabGeneral->refreshRateSlider->value(), 5);
 

@@ -69,13 +69,17 @@ struct PreferencesRig {
         file.setValue(key, value);
     }
 
-    QRMAppDelegate &start() {
+    // cleaning: with a cleaning started that does not end.
+    QRMAppDelegate &start(bool cleaning = false) {
         delegate = std::make_unique<QRMAppDelegate>(QRMAppDelegate::Services{
             engine, settings, fakeLocalizer(), urlOpener, &statusItem, nullptr,
             [this](std::function<void()> task) { pendingCleanings.push_back(std::move(task)); },
             &usageEvents, &loginItems, applicationPath});
         delegate->awakeFromNib();
         delegate->applicationDidFinishLaunching();
+        if (cleaning) {
+            delegate->cleanMemoryNow();
+        }
         return *delegate;
     }
 
