@@ -7,12 +7,14 @@
 #include <string_view>
 
 #include <QApplication>
+#include <QTimer>
 
 #include "BuildInfo.h"
 #include "analytics/facade/QRMEventManager.h"
 #include "app/ApplicationSession.h"
 #include "app/ConsoleViews.h"
 #include "app/UsageEvents.h"
+#include "app/WelcomeWindowProcess.h"
 #include "cli/CommandLine.h"
 #include "cli/CrashReportsCommand.h"
 #include "cli/MemoryCommands.h"
@@ -24,6 +26,8 @@
 #include "crash/TelemetryDirectory.h"
 #include "localization/QRMLanguageNotifier.h"
 #include "localization/QRMLocalization.h"
+#include "memory/LinuxMemorySource.h"
+#include "memory/QRMMemoryInfo.h"
 #include "platform/linux/QRMLoginItems.h"
 #include "platform/linux/QRMTaskbarPresence.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
@@ -36,12 +40,37 @@ using namespace tarnwell;
 namespace {
 
 constexpr std::array kSubcommands{
-    cli::Subcommand{"stats", "[--json] [--watch [SECONDS]]  print the memory statistics",
+    cli::Subcommand{"stats", "[--json [--pretty]] [--watch [SECONDS]]  print the memory statistics",
+                    "Usage: tarnwell stats [--json [--pretty]] [--watch [SECONDS]]\n"
+                    "Prints the memory statistics: each key with its value and, for sizes, the\n"
+                    "size a person reads.\n\n"
+                    "  --json             one JSON object on one line, the stored values\n"
+                    "  --pretty           with --json, indent the object over several lines\n"
+                    "  --watch [SECONDS]  print again every SECONDS (5 unless given)\n",
                     cli::runStats},
     cli::Subcommand{"clean", "[--json]  free memory now and print how much was freed",
+                    "Usage: tarnwell clean [--json]\n"
+                    "Frees memory now and prints free memory before and after and the amount\n"
+                    "freed. Exits with status 1 and says why when no cleaning could run: another\n"
+                    "one is running, or available memory is already within the reserve kept\n"
+                    "for the system.\n\n"
+                    "  --json  print the outcome as a JSON object\n",
                     cli::runClean},
-    cli::Subcommand{"settings", "list, show, change or reset the settings", cli::runSettings},
+    cli::Subcommand{"settings", "list, show, change or reset the settings",
+                    "Usage: tarnwell settings              list every setting with its value\n"
+                    "       tarnwell settings KEY          print one setting\n"
+                    "       tarnwell settings KEY VALUE    change one setting\n"
+                    "       tarnwell settings --reset      remove every stored setting\n"
+                    "       tarnwell settings --keys       list the settings' names\n"
+                    "A value is checked against the setting's type and range; a running\n"
+                    "Tarnwell picks the change up.\n",
+                    cli::runSettings},
     cli::Subcommand{"crash-reports", "list the reports of earlier crashes (--json for JSON)",
+                    "Usage: tarnwell crash-reports [--json]\n"
+                    "Lists the reports earlier crashes left, newest first, with the crashing\n"
+                    "thread's frames as image + offset ('addr2line -e IMAGE OFFSET' names the\n"
+                    "source line).\n\n"
+                    "  --json  everything the reports hold, as JSON\n",
                     cli::runCrashReports},
 };
 
@@ -90,13 +119,20 @@ public:
     void firstRun() override { events_.firstRun(); }
     void run() override { events_.run(); }
     void memoryCleaned() override { events_.memoryCleaned(); }
-    void contentView(const QString &name, const QString &type, const QString &id) override {
-        events_.contentViewWithName(name, type, id);
+    void contentViewWithName(const QString &contentName, const QString &contentType,
+                             const QString &contentId) override {
+        events_.contentViewWithName(contentName, contentType, contentId);
     }
 
 private:
     QRMEventManager &events_;
 };
+
+// Once the event loop runs, Qt and every library have set themselves up, so a signal
+// handler one of them installed over ours can be seen.
+void checkForeignSignalHandlersWhenRunning() {
+    QTimer::singleShot(0, [] { crash::checkForeignSignalHandlersOnce(); });
+}
 
 bool hasDisplay() {
     return !qEnvironmentVariableIsEmpty("DISPLAY") ||
@@ -109,6 +145,8 @@ int runTrayApplication(int argc, char **argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     const std::unique_ptr<StatusItemView> statusItem = createStatusItemView();
     FacadeUsageEvents usageEvents;
+    WelcomeWindowProcess welcome(WelcomeWindowProcess::installedProgram());
+    checkForeignSignalHandlersWhenRunning();
     QRMPreferencesManager &preferences = QRMPreferencesManager::sharedPreferencesManager();
     QRMTaskbarPresence taskbarPresence([&preferences] { return preferences.showDockIcon(); });
     QRMLoginItems &loginItems = QRMLoginItems::sharedLoginItems();
@@ -122,9 +160,9 @@ int runTrayApplication(int argc, char **argv) {
                          opener.get(), &PreferencesWindowOpener::showPreferencesWindow);
         return opener;
     };
-    return runSession(app, statusItem.get(),
+    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), statusItem.get(),
                       &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents,
-                      &loginItems, QRMLoginItems::applicationPath(), windows);
+                      &welcome, &loginItems, QRMLoginItems::applicationPath(), windows);
 }
 
 // The same controller in a terminal: a status line per refresh on standard
@@ -136,7 +174,9 @@ int runConsoleApplication(int argc, char **argv) {
     ConsoleStatusItemView statusItem;
     ConsoleNotifier notifier;
     FacadeUsageEvents usageEvents;
-    return runSession(app, &statusItem, &notifier, &usageEvents);
+    checkForeignSignalHandlersWhenRunning();
+    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &statusItem, &notifier, &usageEvents,
+                      nullptr);
 }
 
 // Without a subcommand: the tray application, or console mode when asked for
@@ -163,5 +203,14 @@ int main(int argc, char **argv) {
     if (argc >= 2 && std::string_view(argv[1]).starts_with(kDebugCrashOption)) {
         return crashOnPurpose(argv[1]);
     }
-    return cli::dispatch(argc, argv, kSubcommands, runApplication);
+    // The one memory source of the process, handed to everything that reads
+    // memory (the controller, the commands, the settings' defaults, the usage
+    // events' attributes). TARNWELL_MEMORY_ROOT points it at a captured
+    // machine. Cleanings are exclusive across the user's processes.
+    QRMMemoryInfo memory(LinuxMemorySource::underRoot(std::getenv("TARNWELL_MEMORY_ROOT")),
+                         std::make_unique<ResidentBlockAllocator>(), CleaningLock::userLockFile());
+    QRMMemoryInfo::setSharedMemoryInfo(&memory);
+    const int status = cli::dispatch(argc, argv, kSubcommands, runApplication);
+    QRMMemoryInfo::setSharedMemoryInfo(nullptr);
+    return status;
 }

@@ -136,6 +136,10 @@
         <translation>Nothing to Clean</translation>
     </message>
     <message>
+        <source>MemoryUnreadable</source>
+        <translation>Memory figures unavailable</translation>
+    </message>
+    <message>
         <source>General</source>
         <translation>General</translation>
     </message>

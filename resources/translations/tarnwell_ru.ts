@@ -136,6 +136,10 @@
         <translation>Нечего очищать</translation>
     </message>
     <message>
+        <source>MemoryUnreadable</source>
+        <translation>Данные о памяти недоступны</translation>
+    </message>
+    <message>
         <source>General</source>
         <translation>Основные</translation>
     </message>

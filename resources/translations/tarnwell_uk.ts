@@ -136,6 +136,10 @@
         <translation>Нічого очищати</translation>
     </message>
     <message>
+        <source>MemoryUnreadable</source>
+        <translation>Дані про пам’ять недоступні</translation>
+    </message>
+    <message>
         <source>General</source>
         <translation>Загальні</translation>
     </message>

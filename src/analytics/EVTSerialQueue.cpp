@@ -4,10 +4,25 @@
 #include <QSemaphore>
 #include <QThread>
 
+#include "threads/StartThread.h"
+
 namespace tarnwell {
 
+namespace {
+
+// Qt creates the thread; its body still gets its own signal stack before the event loop
+// runs anything.
+class SignalStackThread : public QThread {
+protected:
+    void run() override {
+        threads::runWithSignalStack([this] { exec(); });
+    }
+};
+
+}  // namespace
+
 EVTSerialQueue::EVTSerialQueue()
-    : thread_(std::make_unique<QThread>()), context_(std::make_unique<QObject>()) {
+    : thread_(std::make_unique<SignalStackThread>()), context_(std::make_unique<QObject>()) {
     thread_->setObjectName(QStringLiteral("io.telemetry.events.EventQueue"));
     context_->moveToThread(thread_.get());
     thread_->start();

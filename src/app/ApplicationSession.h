@@ -20,19 +20,19 @@ class LoginItems;
 class StatusItemView;
 class UsageEvents;
 class UserNotifier;
+class WelcomeWindowProcess;
 
-// A running Tarnwell apart from its views: the controller over the shared
-// memory engine, preferences store and interface language, launched in order
-// (first sample, status item and titles, timers). The views must outlive it.
-//
-// With TARNWELL_MEMORY_ROOT set to a folder holding "proc" and "sys"
-// captures, the engine reads those instead of the machine's, so end-to-end
-// tests run the program on a small record of their own.
+// A running Tarnwell apart from its views: the controller over the memory
+// engine main() built, the shared preferences store and the interface
+// language, launched in order (first sample, status item and titles,
+// timers). The memory engine and the views must outlive it.
 class ApplicationSession {
 public:
-    // usageEvents may be null: nothing is reported; loginItems may be null:
-    // the first run adds no login item.
-    ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier, UsageEvents *usageEvents,
+    // usageEvents may be null: nothing is reported. welcome may be null: no
+    // welcome window (console mode). loginItems may be null: the first run
+    // adds no login item.
+    ApplicationSession(QRMMemoryInfo &memory, StatusItemView *statusItem, UserNotifier *notifier,
+                       UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
                        LoginItems *loginItems = nullptr, const QString &loginItemPath = {});
     ~ApplicationSession();
 
@@ -40,7 +40,8 @@ public:
     MemoryEngine &engine() { return engine_; }
 
 private:
-    std::unique_ptr<QRMMemoryInfo> capturedMemoryInfo_;
+    void connectWelcomeWindow(WelcomeWindowProcess &welcome);
+
     QRMMemoryInfoEngine engine_;
     PreferencesAppSettings settings_;
     DesktopUrlOpener urlOpener_;
@@ -53,8 +54,9 @@ using SessionWindows = std::function<std::unique_ptr<QObject>(ApplicationSession
 
 // Runs a session over the given views in app's event loop until the quit
 // command, SIGINT or SIGTERM. Returns the exit status.
-int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *notifier,
-               UsageEvents *usageEvents, LoginItems *loginItems = nullptr,
-               const QString &loginItemPath = {}, const SessionWindows &windows = {});
+int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *statusItem,
+               UserNotifier *notifier, UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
+               LoginItems *loginItems = nullptr, const QString &loginItemPath = {},
+               const SessionWindows &windows = {});
 
 }  // namespace tarnwell

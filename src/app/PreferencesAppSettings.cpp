@@ -85,6 +85,10 @@ bool PreferencesAppSettings::isWelcomeShown() {
     return preferences_.isWelcomeShown();
 }
 
+void PreferencesAppSettings::setIsWelcomeShown(bool shown) {
+    preferences_.setIsWelcomeShown(shown);
+}
+
 QString PreferencesAppSettings::bundleBuild() {
     return preferences_.bundleBuild();
 }

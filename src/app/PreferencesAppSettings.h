@@ -31,6 +31,7 @@ public:
     void setTotallyCleaned(RunningTotal total) override;
     bool isFirstRun() override;
     bool isWelcomeShown() override;
+    void setIsWelcomeShown(bool shown) override;
     QString bundleBuild() override;
     void setBundleBuild(const QString &build) override;
 

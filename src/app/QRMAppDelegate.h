@@ -1,6 +1,8 @@
 #pragma once
 
+#include <condition_variable>
 #include <functional>
+#include <mutex>
 
 #include <QImage>
 #include <QObject>
@@ -18,6 +20,12 @@ class StatusItemView;
 class UrlOpener;
 class UsageEvents;
 class UserNotifier;
+
+// Who asked for a cleaning: the user (the menu command) or the automatic
+// policy (a threshold, the periodic timer, another application's event). A
+// declined cleaning says "nothing to clean" only to the user; otherwise the
+// title keeps the figure, which matters most exactly when memory is short.
+enum class CleaningTrigger { User, Automatic };
 
 // The application's controller: owns the status menu and the two timers,
 // turns every request to clean into at most one cleaning at a time, records
@@ -74,9 +82,11 @@ public:
 
     QString getTotallyCleanedString() const;
 
+    // Drops the request while a cleaning is in progress.
+    void cleanMemoryNow(CleaningTrigger trigger = CleaningTrigger::Automatic);
+
 public slots:
     void refreshMemoryInfo();
-    void cleanMemoryNow();
     void languageDidChanged();
     void shouldShowPreferencesWindow();
 
@@ -90,6 +100,9 @@ public slots:
     void showLearnMorePage();
     void showProductPage();
     void showPrivacyPage();
+    // From the welcome window: its first page loaded, or the user closed it.
+    void welcomeWindowDidLoad();
+    void welcomeWindowWillClose();
 
 signals:
     // Emitted at the end of setMemoryCleaningInProgress().
@@ -103,6 +116,13 @@ private:
     // "memoryCleaned" from the engine, on its cleaning thread.
     void memoryCleaned();
     void setMemoryCleaningInProgressToNO();
+    // The engine refused: the attempt ends without a result, and the
+    // thresholds wait for the next refresh tick.
+    void memoryCleaningDeclined();
+    // The end of a cleaning that completed: what it freed, recorded and told.
+    void recordCleaning();
+    void enableCleanCommandAgain();
+    void backgroundTaskFinished();
     void setStatusItemTitle(const QString &title);
     void refreshStatusItemTitle();
     void refreshStatusItemImage();
@@ -123,6 +143,11 @@ private:
     QString loginItemPath_;
     BackgroundRunner runInBackground_;
     int memoryCleanedObserver_ = -1;
+    // Background tasks still running; the destructor waits for them, since
+    // each hands its result back to this object.
+    std::mutex backgroundMutex_;
+    std::condition_variable backgroundFinished_;
+    int backgroundTasks_ = 0;
 
     QRMStatusMenu statusMenu_;
     QTimer refreshMemoryInfoTimer_;
@@ -131,6 +156,9 @@ private:
     QImage statusBarIconStatic3D_;
 
     bool memoryCleaningInProgress_ = false;
+    CleaningTrigger cleaningTrigger_ = CleaningTrigger::Automatic;
+    // Started by the threshold check at the end of a completed cleaning.
+    bool chainedCleaning_ = false;
     uint64_t freeMemoryBefore_ = 0;
     uint64_t freeMemoryAfter_ = 0;
 };

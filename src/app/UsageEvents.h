@@ -14,8 +14,9 @@ public:
     virtual void run() = 0;
     // After each completed cleaning; called on the engine's cleaning thread.
     virtual void memoryCleaned() = 0;
-    // Each time a window is made (not when an open one is brought forward).
-    virtual void contentView(const QString &name, const QString &type, const QString &id) = 0;
+    // A window finished loading, for example ("Welcome", "Window", "welcomeWindow").
+    virtual void contentViewWithName(const QString &contentName, const QString &contentType,
+                                     const QString &contentId) = 0;
 };
 
 }  // namespace tarnwell

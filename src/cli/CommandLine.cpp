@@ -28,26 +28,70 @@ static void printHelp(std::span<const Subcommand> subcommands) {
         std::printf("  %-16.*s %.*s\n", int(command.name.size()), command.name.data(),
                     int(command.synopsis.size()), command.synopsis.data());
     }
-    std::printf("\nOptions:\n  --help           show this help\n");
+    std::printf("  %-16s %s\n", "help COMMAND", "explain one command (also: COMMAND --help)");
+    std::printf(
+        "\nOptions:\n  --console        run in the terminal even when there is a display\n");
+    std::printf("  --help           show this help\n");
     std::printf("  --version        show the version and build number\n");
+}
+
+static const Subcommand *findSubcommand(std::span<const Subcommand> subcommands,
+                                        std::string_view name) {
+    for (const Subcommand &command : subcommands) {
+        if (command.name == name) {
+            return &command;
+        }
+    }
+    return nullptr;
+}
+
+static int printSubcommandHelp(const Subcommand &command) {
+    std::fwrite(command.help.data(), 1, command.help.size(), stdout);
+    return kExitOk;
+}
+
+// `tarnwell help [NAME]`.
+static int runHelp(std::span<const Subcommand> subcommands, Arguments args) {
+    if (args.empty()) {
+        printHelp(subcommands);
+        return kExitOk;
+    }
+    if (args.size() > 1) {
+        return usageError("help: give one command");
+    }
+    const Subcommand *command = findSubcommand(subcommands, args[0]);
+    if (!command) {
+        return usageError("help: no command is called '" + std::string(args[0]) + "'");
+    }
+    return printSubcommandHelp(*command);
+}
+
+static bool asksForHelp(std::string_view argument) {
+    return argument == "--help" || argument == "-h";
 }
 
 int dispatch(int argc, char **argv, std::span<const Subcommand> subcommands,
              int (*runWithoutSubcommand)(int argc, char **argv)) {
     if (argc >= 2) {
         const std::string_view first = argv[1];
-        if (first == "--help" || first == "-h") {
+        if (asksForHelp(first)) {
             printHelp(subcommands);
             return kExitOk;
+        }
+        if (first == "help") {
+            return runHelp(subcommands, Arguments(argv + 2, size_t(argc - 2)));
         }
         if (first == "--version") {
             std::printf("%s %s (%s)\n", kDisplayName, kMarketingVersion, kBuildNumber);
             return kExitOk;
         }
-        for (const Subcommand &command : subcommands) {
-            if (command.name == first) {
-                return command.run(Arguments(argv + 2, size_t(argc - 2)));
+        if (const Subcommand *command = findSubcommand(subcommands, first)) {
+            for (int i = 2; i < argc; ++i) {
+                if (asksForHelp(argv[i])) {
+                    return printSubcommandHelp(*command);
+                }
             }
+            return command->run(Arguments(argv + 2, size_t(argc - 2)));
         }
         if (!first.starts_with('-')) {
             return usageError("unknown command '" + std::string(first) + "'");

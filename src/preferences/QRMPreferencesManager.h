@@ -50,6 +50,8 @@ public:
     // True when the file holds a readable value under the row's key.
     bool hasStoredValue(Setting setting);
     QVariant defaultValue(Setting setting) const;
+    // Installed memory in bytes, from the source the threshold defaults use.
+    std::optional<uint64_t> installedMemory() const { return physicalMemory_(); }
 
     QUrl updatesFeedURL() { return value(Setting::FeedURL).toUrl(); }
     // Also hands the URL to the updater and asks it for a silent check, even

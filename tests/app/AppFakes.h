@@ -6,6 +6,8 @@
 #include <ostream>
 #include <vector>
 
+#include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QHash>
 #include <QUrl>
 
@@ -28,10 +30,18 @@ namespace tarnwell::testing {
 
 constexpr uint64_t kMiB = uint64_t(1) << 20;
 
-// A record with just the figures the controller's policy reads.
+constexpr uint64_t kPageSize = 4096;
+
+// A record with just the figures the controller's policy reads, in pages of
+// 4 KiB as the kernel counts them, and the byte figures as the record stores
+// them: wrapped at 4 GiB.
 inline QRMStatisticsRecord recordWith(uint64_t freeBytes, uint64_t inactiveBytes = 0) {
-    return {{std::string(keys::freeBytes), QRMNumber::fromUInt32(uint32_t(freeBytes))},
-            {std::string(keys::inactiveBytes), QRMNumber::fromUInt32(uint32_t(inactiveBytes))}};
+    const auto u32 = QRMNumber::fromUInt32;
+    return {{std::string(keys::pageSize), QRMNumber::fromInt32(int32_t(kPageSize))},
+            {std::string(keys::freeCount), u32(uint32_t(freeBytes / kPageSize))},
+            {std::string(keys::freeBytes), u32(uint32_t(freeBytes))},
+            {std::string(keys::inactiveCount), u32(uint32_t(inactiveBytes / kPageSize))},
+            {std::string(keys::inactiveBytes), u32(uint32_t(inactiveBytes))}};
 }
 
 // An engine whose record the test sets and whose cleanings finish when the
@@ -40,6 +50,7 @@ class FakeEngine : public MemoryEngine {
 public:
     QRMStatisticsRecord current;
     QRMStatisticsRecord nextSample;
+    std::string problem;
     std::optional<CleaningRefusal> refusal;
     int refreshes = 0;
     int cleaningRequests = 0;
@@ -49,6 +60,7 @@ public:
         current = nextSample;
     }
     QRMStatisticsRecord info() const override { return current; }
+    std::string sampleProblem() const override { return problem; }
     CleaningDecision cleanMemoryNow() override {
         ++cleaningRequests;
         return CleaningDecision{refusal, std::nullopt, 0};
@@ -111,6 +123,7 @@ struct FakeSettings : AppSettings {
     }
     bool isFirstRun() override { return build.isEmpty(); }
     bool isWelcomeShown() override { return welcomeShown; }
+    void setIsWelcomeShown(bool shown) override { welcomeShown = shown; }
     QString bundleBuild() override { return build; }
     void setBundleBuild(const QString &b) override { build = b; }
 };
@@ -142,7 +155,10 @@ struct FakeUsageEvents : UsageEvents {
     void firstRun() override { ++firstRuns; }
     void run() override { ++runs; }
     void memoryCleaned() override { ++cleanings; }
-    void contentView(const QString &, const QString &, const QString &) override {}
+    std::vector<QStringList> contentViews;
+    void contentViewWithName(const QString &name, const QString &type, const QString &id) override {
+        contentViews.push_back({name, type, id});
+    }
 };
 
 struct FakeUrlOpener : UrlOpener {
@@ -159,6 +175,15 @@ inline Localizer fakeLocalizer() {
                                                    {"CleanMemoryNow", "Clean memory now"}};
         return table.value(key, key);
     };
+}
+
+// Runs queued hand-backs until the controller is idle; false after 10 s.
+inline bool waitUntilIdle(QRMAppDelegate &delegate) {
+    QDeadlineTimer deadline(10000);
+    while (delegate.memoryCleaningInProgress() && !deadline.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    }
+    return !delegate.memoryCleaningInProgress();
 }
 
 // Everything a controller needs, with the cleaning started inline.

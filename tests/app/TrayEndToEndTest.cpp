@@ -19,6 +19,7 @@
 #include <QSettings>
 #include <QSignalSpy>
 
+#include "BuildInfo.h"
 #include "ThrowAwayRun.h"
 
 namespace tarnwell::testing {
@@ -146,6 +147,9 @@ protected:
         QSettings settings(run.settingsFile(), QSettings::IniFormat);
         settings.setValue("refreshRate", 3600);
         settings.setValue("statusBarText", 2);
+        // Welcomed already: this test is about the tray, not the web view.
+        settings.setValue("isWelcomeShown", true);
+        settings.setValue("bundleBuild", kBuildNumber);
         settings.sync();
 
         QDBusConnection bus = QDBusConnection::sessionBus();

@@ -59,7 +59,20 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"UnknownKey", {"refreshrate", "5"}, "no setting is called 'refreshrate'"},
         Refusal{"WordForNumber", {"refreshRate", "fast"}, "expected a whole number"},
         Refusal{"TooManyArguments", {"refreshRate", "5", "6"}, "too many arguments"},
-        Refusal{"UnknownOption", {"--purge"}, "unknown option '--purge'"}),
+        Refusal{"UnknownOption", {"--purge"}, "unknown option '--purge'"},
+        Refusal{"IconTypeAbove", {"statusBarIcon", "5"}, "expected a whole number from 0 to 4"},
+        Refusal{"TextTypeBelow", {"statusBarText", "-1"}, "expected a whole number from 0 to 2"},
+        Refusal{"LanguageIndexAbove", {"selectedLanguage", "4"}, "a whole number from 0 to 3"},
+        Refusal{"RefreshRateZero", {"refreshRate", "0"}, "from 1 to 2147483 seconds"},
+        Refusal{"RefreshRateBeyondATimer", {"refreshRate", "2147484"}, "from 1 to 2147483"},
+        Refusal{"PeriodZero", {"autoCleanEveryTime", "0"}, "from 1 to 35791 minutes"},
+        Refusal{"ThresholdZero", {"autoCleanByFreeSize", "0"}, "expected a whole number from 1 to"},
+        Refusal{"ThresholdAboveHalfTheMemory",
+                {"autoCleanByInactiveSize", "9223372036854775807"},
+                "out of range for autoCleanByInactiveSize"},
+        Refusal{"FeedOverFtp", {"FeedURL", "ftp://example.org/feed.xml"}, "an https address"},
+        Refusal{
+            "FeedOverPlainHttp", {"FeedURL", "http://example.org/feed.xml"}, "an https address"}),
     [](const auto &info) { return std::string(info.param.name); });
 
 TEST_F(SettingsCommandTest, ListingWritesBackDefaultsAndMarksTheOthers) {

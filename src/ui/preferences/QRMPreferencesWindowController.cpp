@@ -48,8 +48,9 @@ QRMPreferencesWindowController::QRMPreferencesWindowController(PreferencesServic
             &QRMPreferencesWindowController::languageDidChanged, Qt::DirectConnection);
 
     if (services_.usageEvents) {
-        services_.usageEvents->contentView(QStringLiteral("Preferences"), QStringLiteral("Window"),
-                                           QStringLiteral("preferencesWindow"));
+        services_.usageEvents->contentViewWithName(QStringLiteral("Preferences"),
+                                                   QStringLiteral("Window"),
+                                                   QStringLiteral("preferencesWindow"));
     }
 }
 

@@ -20,15 +20,6 @@ namespace tarnwell::testing {
 
 constexpr uint64_t kGiB = uint64_t(1) << 30;
 
-struct CountingUsageEvents : FakeUsageEvents {
-    int contentViews = 0;
-    QStringList lastContentView;
-    void contentView(const QString &name, const QString &type, const QString &id) override {
-        ++contentViews;
-        lastContentView = {name, type, id};
-    }
-};
-
 // A controller over a store in a temporary file, the real string tables and
 // login items in a temporary autostart folder. Cleanings start and never end
 // unless the test finishes them.
@@ -41,7 +32,7 @@ struct PreferencesRig {
     PreferencesAppSettings settings{preferences};
     FakeStatusItem statusItem;
     FakeUrlOpener urlOpener;
-    CountingUsageEvents usageEvents;
+    FakeUsageEvents usageEvents;
     QRMLanguageNotifier languageNotifier;
     QRMLocalization localization{preferences, QStringLiteral(":/translations"),
                                  [] { return QStringList{"en-GB"}; }};

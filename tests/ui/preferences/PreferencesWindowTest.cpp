@@ -27,8 +27,8 @@ TEST(PreferencesWindow, OneWindowAtATimeAndAFreshOneAfterClosing) {
     EXPECT_EQ(opener.preferencesWindowController(), first);
     EXPECT_TRUE(first->isVisible());
     // Made once, reported once; bringing it forward is no new view.
-    EXPECT_EQ(rig.usageEvents.contentViews, 1);
-    EXPECT_EQ(rig.usageEvents.lastContentView,
+    ASSERT_EQ(rig.usageEvents.contentViews.size(), 1u);
+    EXPECT_EQ(rig.usageEvents.contentViews[0],
               QStringList({"Preferences", "Window", "preferencesWindow"}));
 
     first->close();
@@ -40,7 +40,7 @@ TEST(PreferencesWindow, OneWindowAtATimeAndAFreshOneAfterClosing) {
     opener.showPreferencesWindow();
     ASSERT_NE(opener.preferencesWindowController(), nullptr);
     EXPECT_EQ(opener.preferencesWindowController()->tabGeneral->refreshRateSlider->value(), 9);
-    EXPECT_EQ(rig.usageEvents.contentViews, 2);
+    EXPECT_EQ(rig.usageEvents.contentViews.size(), 2u);
 }
 
 struct KeyCase {

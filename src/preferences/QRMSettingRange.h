@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QString>
+#include <QVariant>
+#include <cstdint>
+#include <optional>
+
+#include "preferences/QRMSettingsTable.h"
+
+namespace tarnwell {
+
+// What a setting accepts beyond its type, for values typed by a person (the
+// settings command). Values read back from the file are not refused here: the
+// store's readers decide what a hand-edited file yields.
+//
+// installedMemory: installed memory in bytes, which bounds the thresholds as
+// the Cleaning tab bounds them (half of it, in MB); nothing while unknown.
+// Returns a description of the range when value lies outside it, such as
+// "a whole number from 0 to 4".
+std::optional<QString> outsideSettingRange(Setting setting, const QVariant &value,
+                                           std::optional<uint64_t> installedMemory);
+
+// The thresholds' upper bound in MB: half the installed memory, rounded down.
+uint64_t thresholdBoundMB(uint64_t installedMemory);
+
+}  // namespace tarnwell
