@@ -54,6 +54,13 @@ struct PreferencesRig {
         }
     }
 
+    // The controller waits for its background work when it goes.
+    ~PreferencesRig() {
+        for (const auto &task : pendingCleanings) {
+            task();
+        }
+    }
+
     // Settings the window finds when it opens, as an edited file holds them.
     void store(const QString &key, const QVariant &value) {
         QSettings file(dir.filePath("Tarnwell.conf"), QSettings::IniFormat);
