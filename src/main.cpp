@@ -7,9 +7,11 @@
 #include <string_view>
 
 #include <QApplication>
+#include <QCursor>
 #include <QTimer>
 
 #include "BuildInfo.h"
+#include "analytics/EVTConfiguration.h"
 #include "analytics/facade/QRMEventManager.h"
 #include "app/ApplicationSession.h"
 #include "app/ConsoleViews.h"
@@ -19,10 +21,12 @@
 #include "cli/CrashReportsCommand.h"
 #include "cli/MemoryCommands.h"
 #include "cli/SettingsCommand.h"
+#include "cli/UserFolders.h"
 #include "crash/CrashLog.h"
 #include "crash/CrashReporter.h"
 #include "crash/DeliberateCrash.h"
 #include "crash/ReportStore.h"
+#include "crash/RunIdentity.h"
 #include "crash/TelemetryDirectory.h"
 #include "localization/QRMLanguageNotifier.h"
 #include "localization/QRMLocalization.h"
@@ -32,8 +36,11 @@
 #include "platform/linux/QRMTaskbarPresence.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
 #include "preferences/QRMPreferencesManager.h"
+#include "ui/DisplayCheck.h"
+#include "ui/SingleInstance.h"
 #include "ui/StatusItemViewFactory.h"
 #include "ui/preferences/PreferencesWindowOpener.h"
+#include "updates/ApplicationUpdater.h"
 
 using namespace tarnwell;
 
@@ -74,7 +81,18 @@ constexpr std::array kSubcommands{
                     cli::runCrashReports},
 };
 
-// First thing in main: a crash anywhere later, start-up included, leaves a report.
+// One installation and one run, as both kits report them: the install identifier
+// lives in the events kit's folder, where it has always been kept.
+const crash::RunIdentity &runIdentity() {
+    static const crash::RunIdentity identity = crash::makeRunIdentity(
+        EVTConfiguration::installIdPath(
+            EVTConfiguration::rootDirectoryForBundle(QString::fromLatin1(kBundleIdentifier)))
+            .toStdString());
+    return identity;
+}
+
+// First thing in main once the folders are settled: a crash anywhere later, start-up
+// included, leaves a report.
 void installCrashReporting() {
     const std::string telemetry = crash::telemetryDirectory(kBundleIdentifier);
     if (telemetry.empty()) {
@@ -89,6 +107,14 @@ void installCrashReporting() {
     options.metadata.bundleIdentifier = kBundleIdentifier;
     options.metadata.buildVersion = kBuildNumber;
     options.metadata.displayVersion = kMarketingVersion;
+    options.metadata.installId = runIdentity().installId;
+    options.metadata.sessionId = runIdentity().sessionId;
+    const QString apiKey = EVTConfiguration::forApplication(QString::fromLatin1(kBundleIdentifier),
+                                                            kMarketingVersion, kBuildNumber)
+                               .apiKey;
+    if (!apiKey.isEmpty()) {
+        options.metadata.apiKey = apiKey.toStdString();
+    }
     crash::startCrashReporting(options);
 }
 
@@ -110,7 +136,9 @@ int crashOnPurpose(std::string_view option) {
 class FacadeUsageEvents : public UsageEvents {
 public:
     FacadeUsageEvents() : events_(QRMEventManager::sharedEventManager()) {
-        events_.startEvents(QString::fromLatin1(kBundleIdentifier));
+        events_.startEvents(QString::fromLatin1(kBundleIdentifier),
+                            QString::fromStdString(runIdentity().installId),
+                            QString::fromStdString(runIdentity().sessionId));
     }
     ~FacadeUsageEvents() override {
         events_.applicationWillTerminate();
@@ -141,13 +169,27 @@ bool hasDisplay() {
 
 int runTrayApplication(int argc, char **argv) {
     QApplication app(argc, argv);
+    SingleInstance instance(QDBusConnection::sessionBus());
+    if (!instance.isFirst()) {
+        const bool shown = instance.askFirstToShow();
+        std::printf("%s is already running%s\n", kDisplayName, shown ? "; its menu is open" : "");
+        return 0;
+    }
     // Windows come and go; the status item keeps the program running.
     QApplication::setQuitOnLastWindowClosed(false);
-    const std::unique_ptr<StatusItemView> statusItem = createStatusItemView();
+    QRMPreferencesManager &preferences = QRMPreferencesManager::sharedPreferencesManager();
+    DesktopStatusItem statusItem(
+        {[&preferences] { return int(preferences.statusBarTextPlacement()); },
+         [&preferences] { return int(preferences.statusBarAppearance()); }});
+    StatusItemHost &host = statusItem.host();
+    QObject::connect(&instance, &SingleInstance::showRequested, &host,
+                     [&host] { host.popUpMenu(QCursor::pos()); });
     FacadeUsageEvents usageEvents;
     WelcomeWindowProcess welcome(WelcomeWindowProcess::installedProgram());
     checkForeignSignalHandlersWhenRunning();
-    QRMPreferencesManager &preferences = QRMPreferencesManager::sharedPreferencesManager();
+    QRMUserNotificationsManager &notifier =
+        QRMUserNotificationsManager::sharedUserNotificationsManager();
+    ApplicationUpdater updater(QRMPreferencesManager::sharedPreferencesManager(), notifier);
     QRMTaskbarPresence taskbarPresence([&preferences] { return preferences.showDockIcon(); });
     QRMLoginItems &loginItems = QRMLoginItems::sharedLoginItems();
     const auto windows = [&](ApplicationSession &session) -> std::unique_ptr<QObject> {
@@ -160,16 +202,18 @@ int runTrayApplication(int argc, char **argv) {
                          opener.get(), &PreferencesWindowOpener::showPreferencesWindow);
         return opener;
     };
-    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), statusItem.get(),
-                      &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents,
-                      &welcome, &loginItems, QRMLoginItems::applicationPath(), windows);
+    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &host, &notifier, &usageEvents,
+                      &welcome, &updater.updater(), &loginItems, QRMLoginItems::applicationPath(),
+                      windows);
 }
 
 // The same controller in a terminal: a status line per refresh on standard
-// output, the cleaning messages, Ctrl-C to quit.
-int runConsoleApplication(int argc, char **argv) {
+// output, the cleaning messages, Ctrl-C to quit. why: the reason a tray could
+// not start, said on the same line.
+int runConsoleApplication(int argc, char **argv, const QString &why = {}) {
     QCoreApplication app(argc, argv);
-    std::fprintf(stderr, "%s %s is watching memory in the terminal; Ctrl-C quits.\n", kDisplayName,
+    std::fprintf(stderr, "%s%s %s is watching memory in the terminal; Ctrl-C quits.\n",
+                 why.isEmpty() ? "" : qPrintable(why + QStringLiteral("; ")), kDisplayName,
                  kMarketingVersion);
     ConsoleStatusItemView statusItem;
     ConsoleNotifier notifier;
@@ -193,12 +237,19 @@ int runApplication(int argc, char **argv) {
     if (console || !hasDisplay()) {
         return runConsoleApplication(argc, argv);
     }
+    if (const QString problem = displayProblem(); !problem.isEmpty()) {
+        return runConsoleApplication(argc, argv, problem);
+    }
     return runTrayApplication(argc, argv);
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
+    if (const auto refusal = cli::settleUserFolders()) {
+        std::fprintf(stderr, "tarnwell: %s\n", refusal->c_str());
+        return cli::kExitFailure;
+    }
     installCrashReporting();
     if (argc >= 2 && std::string_view(argv[1]).starts_with(kDebugCrashOption)) {
         return crashOnPurpose(argv[1]);

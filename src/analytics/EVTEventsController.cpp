@@ -26,7 +26,10 @@ EVTEventsController::EVTEventsController(EVTConfiguration configuration,
 }
 
 EVTEventsController::~EVTEventsController() {
-    queue_->stop([this] { pipeline_.reset(); });
+    if (!queue_->stop([this] { pipeline_.reset(); })) {
+        // The worker is stuck inside the pipeline, which must outlive it.
+        [[maybe_unused]] EVTEventsPipeline *inUse = pipeline_.release();
+    }
 }
 
 void EVTEventsController::enqueueEvent(EVTEvent event) {

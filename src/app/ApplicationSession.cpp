@@ -14,8 +14,8 @@ namespace tarnwell {
 
 ApplicationSession::ApplicationSession(QRMMemoryInfo &memory, StatusItemView *statusItem,
                                        UserNotifier *notifier, UsageEvents *usageEvents,
-                                       WelcomeWindowProcess *welcome, LoginItems *loginItems,
-                                       const QString &loginItemPath)
+                                       WelcomeWindowProcess *welcome, UpdateChecks *updater,
+                                       LoginItems *loginItems, const QString &loginItemPath)
     : engine_(memory), settings_(QRMPreferencesManager::sharedPreferencesManager()) {
     delegate_ = std::make_unique<QRMAppDelegate>(
         QRMAppDelegate::Services{engine_,
@@ -26,6 +26,7 @@ ApplicationSession::ApplicationSession(QRMMemoryInfo &memory, StatusItemView *st
                                  notifier,
                                  {},
                                  usageEvents,
+                                 updater,
                                  loginItems,
                                  loginItemPath});
     // Direct, so the menu is in the new language by the time the change returns.
@@ -58,7 +59,7 @@ void ApplicationSession::connectWelcomeWindow(WelcomeWindowProcess &welcome) {
 
 int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *statusItem,
                UserNotifier *notifier, UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
-               LoginItems *loginItems, const QString &loginItemPath,
+               UpdateChecks *updater, LoginItems *loginItems, const QString &loginItemPath,
                const SessionWindows &windows) {
     QCoreApplication::setApplicationName(QString::fromLatin1(kDisplayName));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kMarketingVersion));
@@ -67,8 +68,8 @@ int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *sta
     TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &app,
                      &QCoreApplication::quit);
-    ApplicationSession session(memory, statusItem, notifier, usageEvents, welcome, loginItems,
-                               loginItemPath);
+    ApplicationSession session(memory, statusItem, notifier, usageEvents, welcome, updater,
+                               loginItems, loginItemPath);
     const std::unique_ptr<QObject> openWindows = windows ? windows(session) : nullptr;
     return app.exec();
 }

@@ -18,6 +18,7 @@ namespace tarnwell {
 
 class LoginItems;
 class StatusItemView;
+class UpdateChecks;
 class UsageEvents;
 class UserNotifier;
 class WelcomeWindowProcess;
@@ -29,11 +30,12 @@ class WelcomeWindowProcess;
 class ApplicationSession {
 public:
     // usageEvents may be null: nothing is reported. welcome may be null: no
-    // welcome window (console mode). loginItems may be null: the first run
-    // adds no login item.
+    // welcome window (console mode). updater may be null: no update checks.
+    // loginItems may be null: the first run adds no login item.
     ApplicationSession(QRMMemoryInfo &memory, StatusItemView *statusItem, UserNotifier *notifier,
                        UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
-                       LoginItems *loginItems = nullptr, const QString &loginItemPath = {});
+                       UpdateChecks *updater = nullptr, LoginItems *loginItems = nullptr,
+                       const QString &loginItemPath = {});
     ~ApplicationSession();
 
     QRMAppDelegate &delegate() { return *delegate_; }
@@ -56,7 +58,7 @@ using SessionWindows = std::function<std::unique_ptr<QObject>(ApplicationSession
 // command, SIGINT or SIGTERM. Returns the exit status.
 int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *statusItem,
                UserNotifier *notifier, UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
-               LoginItems *loginItems = nullptr, const QString &loginItemPath = {},
-               const SessionWindows &windows = {});
+               UpdateChecks *updater = nullptr, LoginItems *loginItems = nullptr,
+               const QString &loginItemPath = {}, const SessionWindows &windows = {});
 
 }  // namespace tarnwell

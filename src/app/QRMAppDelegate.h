@@ -17,6 +17,7 @@ class AppSettings;
 class LoginItems;
 class MemoryEngine;
 class StatusItemView;
+class UpdateChecks;
 class UrlOpener;
 class UsageEvents;
 class UserNotifier;
@@ -50,6 +51,8 @@ public:
         BackgroundRunner runInBackground;
         // Null: no usage events.
         UsageEvents *usageEvents = nullptr;
+        // Null: no update checks.
+        UpdateChecks *updater = nullptr;
         // Null: the first run adds no login item.
         LoginItems *loginItems = nullptr;
         // What a login item starts.
@@ -63,7 +66,8 @@ public:
 
     // Shows the status item with its menu and titles, and reports the launch.
     void awakeFromNib();
-    // Starts the timers and records the build that ran.
+    // Turns automatic update checks on at the first run, starts the timers
+    // and records the build that ran.
     void applicationDidFinishLaunching();
 
     void setupRefreshMemoryInfoTimer();
@@ -109,7 +113,6 @@ signals:
     void memoryCleaningInProgressChanged(bool inProgress);
     // Asks for a window that the controller does not own.
     void preferencesWindowRequested();
-    void updateCheckRequested();
     void welcomePageRequested();
 
 private:
@@ -139,6 +142,7 @@ private:
     StatusItemView *statusItem_ = nullptr;
     UserNotifier *notifier_;
     UsageEvents *usageEvents_;
+    UpdateChecks *updater_;
     LoginItems *loginItems_;
     QString loginItemPath_;
     BackgroundRunner runInBackground_;
@@ -155,6 +159,8 @@ private:
     QImage statusBarIconStatic2D_;
     QImage statusBarIconStatic3D_;
 
+    // The language the static menu titles were last set in.
+    QString staticTitlesLanguage_;
     bool memoryCleaningInProgress_ = false;
     CleaningTrigger cleaningTrigger_ = CleaningTrigger::Automatic;
     // Started by the threshold check at the end of a completed cleaning.

@@ -13,6 +13,9 @@ namespace tarnwell {
 
 namespace {
 
+// What main() installed as the shared instance.
+std::atomic<QRMMemoryInfo *> installedMemoryInfo{nullptr};
+
 QRMNumber hardwareFigure(std::optional<uint64_t> bytes) {
     // A failed hardware query reads 0, stored as a signed 32-bit number as
     // the historic sysctl wrapper did.
@@ -116,10 +119,6 @@ void putSwapFigures(const SwapUsage &usage, Put put) {
     put(keys::xsuEncripted, QRMNumber::fromUInt32(usage.encrypted ? 1 : 0));
 }
 
-}  // namespace
-
-namespace {
-std::atomic<QRMMemoryInfo *> installedMemoryInfo{nullptr};
 }  // namespace
 
 QRMMemoryInfo &QRMMemoryInfo::sharedMemoryInfo() {
@@ -271,7 +270,8 @@ CleaningDecision QRMMemoryInfo::cleanMemoryNow() {
         return decision;
     }
     if (!cleaningLock_.tryLock()) {
-        return {CleaningRefusal::AlreadyCleaning, decision.operationalBytes, 0};
+        operationalBytes_ = 0;
+        return {CleaningRefusal::AlreadyCleaning, 0, 0};
     }
     void *block = allocator_->allocate(decision.blockBytes);
     if (block == nullptr) {

@@ -3,12 +3,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <future>
 #include <thread>
 
 #include "FakeMemorySource.h"
-#include "memory/CleaningLock.h"
 #include "memory/CleaningPlan.h"
 #include "memory/QRMMemoryInfo.h"
 #include "memory/QRMRecordKeys.h"
@@ -238,36 +236,6 @@ TEST_F(CleaningEngine, RemovingAnObserverWaitsForItsRunningCall) {
     mayReturn.set_value();
     EXPECT_TRUE(removal.get());
     engine.reset();
-}
-
-// Another process of the user's holding the lock (here a second open of the
-// same file, which flock treats alike) refuses the cleaning before any
-// allocation; once it lets go, the next request starts.
-TEST(CleaningAcrossProcesses, WaitsForTheUsersLock) {
-    const auto state = std::make_shared<test::FakeMemorySource::State>();
-    state->vmStatistics = test::smallMachine();
-    const std::filesystem::path lockFile =
-        std::filesystem::temp_directory_path() /
-        ("tarnwell-lock-test-" + std::to_string(getpid()));
-    CleaningLock otherProcess(lockFile);
-    ASSERT_TRUE(otherProcess.tryLock());
-    auto allocator = std::make_unique<GatedAllocator>();
-    GatedAllocator *gated = allocator.get();
-    std::promise<void> open;
-    gated->gate = open.get_future().share();
-    open.set_value();
-    QRMMemoryInfo engine(std::make_unique<test::FakeMemorySource>(state), std::move(allocator),
-                         lockFile);
-    EXPECT_EQ(engine.cleanMemoryNow().refusal, CleaningRefusal::AlreadyCleaning);
-    EXPECT_TRUE(gated->allocatedBytes.empty());
-    otherProcess.unlock();
-    std::promise<void> cleaned;
-    engine.addMemoryCleanedObserver([&] { cleaned.set_value(); });
-    ASSERT_TRUE(engine.cleanMemoryNow().started());
-    cleaned.get_future().wait();
-    // Released with the block: the other process may clean again.
-    EXPECT_TRUE(otherProcess.tryLock());
-    std::filesystem::remove(lockFile);
 }
 
 TEST_F(CleaningEngine, RefusedRequestAllocatesNothing) {

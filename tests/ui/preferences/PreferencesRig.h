@@ -72,7 +72,7 @@ struct PreferencesRig {
         delegate = std::make_unique<QRMAppDelegate>(QRMAppDelegate::Services{
             engine, settings, fakeLocalizer(), urlOpener, &statusItem, nullptr,
             [this](std::function<void()> task) { pendingCleanings.push_back(std::move(task)); },
-            &usageEvents, &loginItems, applicationPath});
+            &usageEvents, nullptr, &loginItems, applicationPath});
         delegate->awakeFromNib();
         delegate->applicationDidFinishLaunching();
         if (cleaning) {
