@@ -16,6 +16,7 @@
 #include "app/QRMAppDelegate.h"
 #include "app/RecordValues.h"
 #include "preferences/QRMPreferencesManager.h"
+#include "preferences/QRMSettingRange.h"
 #include "ui/preferences/PreferencesControls.h"
 #include "ui/preferences/QRMStepper.h"
 

@@ -26,9 +26,9 @@ constexpr uint64_t kGiB = uint64_t(1) << 30;
 struct PreferencesRig {
     QTemporaryDir dir;
     FakeEngine engine;
-    QRMPreferencesManager preferences{
-        std::make_unique<QSettings>(dir.filePath("Tarnwell.conf"), QSettings::IniFormat),
-        [] { return std::optional<uint64_t>(8 * kGiB); }, QUrl("https://site.test/stable.xml")};
+    QRMPreferencesManager preferences{dir.filePath("Tarnwell.conf"),
+                                      [] { return std::optional<uint64_t>(8 * kGiB); },
+                                      QUrl("https://site.test/stable.xml")};
     PreferencesAppSettings settings{preferences};
     FakeStatusItem statusItem;
     FakeUrlOpener urlOpener;
