@@ -147,6 +147,8 @@ public:
     void firstRun() override { events_.firstRun(); }
     void run() override { events_.run(); }
     void memoryCleaned() override { events_.memoryCleaned(); }
+    void becameActive() override { events_.applicationDidBecomeActive(); }
+    void resignedActive() override { events_.applicationWillResignActive(); }
     void contentViewWithName(const QString &contentName, const QString &contentType,
                              const QString &contentId) override {
         events_.contentViewWithName(contentName, contentType, contentId);

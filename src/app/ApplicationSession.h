@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QString>
 
+#include "app/ApplicationActivity.h"
 #include "app/MemoryEngine.h"
 #include "app/PreferencesAppSettings.h"
 #include "app/QRMAppDelegate.h"
@@ -48,6 +49,7 @@ private:
     PreferencesAppSettings settings_;
     DesktopUrlOpener urlOpener_;
     std::unique_ptr<QRMAppDelegate> delegate_;
+    std::unique_ptr<ApplicationActivity> activity_;
 };
 
 // Windows a session opens on request, made once the session runs; they live
