@@ -21,6 +21,7 @@
 #include "cli/CrashReportsCommand.h"
 #include "cli/MemoryCommands.h"
 #include "cli/SettingsCommand.h"
+#include "cli/UserFolders.h"
 #include "crash/CrashLog.h"
 #include "crash/CrashReporter.h"
 #include "crash/DeliberateCrash.h"
@@ -85,7 +86,8 @@ const crash::RunIdentity &runIdentity() {
     return identity;
 }
 
-// First thing in main: a crash anywhere later, start-up included, leaves a report.
+// First thing in main once the folders are settled: a crash anywhere later, start-up
+// included, leaves a report.
 void installCrashReporting() {
     const std::string telemetry = crash::telemetryDirectory(kBundleIdentifier);
     if (telemetry.empty()) {
@@ -140,6 +142,8 @@ public:
     void firstRun() override { events_.firstRun(); }
     void run() override { events_.run(); }
     void memoryCleaned() override { events_.memoryCleaned(); }
+    void becameActive() override { events_.applicationDidBecomeActive(); }
+    void resignedActive() override { events_.applicationWillResignActive(); }
     void contentViewWithName(const QString &contentName, const QString &contentType,
                              const QString &contentId) override {
         events_.contentViewWithName(contentName, contentType, contentId);
@@ -226,6 +230,10 @@ int runApplication(int argc, char **argv) {
 }  // namespace
 
 int main(int argc, char **argv) {
+    if (const auto refusal = cli::settleUserFolders()) {
+        std::fprintf(stderr, "tarnwell: %s\n", refusal->c_str());
+        return cli::kExitFailure;
+    }
     installCrashReporting();
     if (argc >= 2 && std::string_view(argv[1]).starts_with(kDebugCrashOption)) {
         return crashOnPurpose(argv[1]);
