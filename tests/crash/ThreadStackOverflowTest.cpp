@@ -45,7 +45,7 @@ using namespace testing;
 class OverflowingAllocator : public MemoryBlockAllocator {
 public:
     void *allocate(size_t bytes) override { return std::malloc(bytes); }
-    void makeResident(void *, size_t) override { recurseDeeply(0); }
+    void makeResident(void *, size_t, const std::function<bool()> &) override { recurseDeeply(0); }
     void release(void *block, size_t) override { std::free(block); }
 };
 
