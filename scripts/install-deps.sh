@@ -23,10 +23,12 @@ packages=(
     bash-completion
     # a desktop for the tests: display, window manager, session bus, notifications
     xvfb xauth x11-utils openbox dbus dbus-x11 dunst xdotool
+    # text drawn into the status icon, in the tests as on a desktop
+    fonts-dejavu-core
 )
 if [ "${1:-}" = "--panels" ]; then
     packages+=(xfce4-panel xfce4-indicator-plugin ayatana-indicator-application libglib2.0-bin
-        imagemagick)
+        imagemagick lxqt-panel lxqt-themes tint2)
 fi
 
 missing=()

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include <QApplication>
+#include <QCursor>
 #include <QTimer>
 
 #include "BuildInfo.h"
@@ -20,6 +21,7 @@
 #include "cli/CrashReportsCommand.h"
 #include "cli/MemoryCommands.h"
 #include "cli/SettingsCommand.h"
+#include "cli/UserFolders.h"
 #include "crash/CrashLog.h"
 #include "crash/CrashReporter.h"
 #include "crash/DeliberateCrash.h"
@@ -30,6 +32,8 @@
 #include "memory/QRMMemoryInfo.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
 #include "preferences/QRMPreferencesManager.h"
+#include "ui/DisplayCheck.h"
+#include "ui/SingleInstance.h"
 #include "ui/StatusItemViewFactory.h"
 #include "updates/ApplicationUpdater.h"
 
@@ -82,7 +86,8 @@ const crash::RunIdentity &runIdentity() {
     return identity;
 }
 
-// First thing in main: a crash anywhere later, start-up included, leaves a report.
+// First thing in main once the folders are settled: a crash anywhere later, start-up
+// included, leaves a report.
 void installCrashReporting() {
     const std::string telemetry = crash::telemetryDirectory(kBundleIdentifier);
     if (telemetry.empty()) {
@@ -137,6 +142,8 @@ public:
     void firstRun() override { events_.firstRun(); }
     void run() override { events_.run(); }
     void memoryCleaned() override { events_.memoryCleaned(); }
+    void becameActive() override { events_.applicationDidBecomeActive(); }
+    void resignedActive() override { events_.applicationWillResignActive(); }
     void contentViewWithName(const QString &contentName, const QString &contentType,
                              const QString &contentId) override {
         events_.contentViewWithName(contentName, contentType, contentId);
@@ -159,24 +166,38 @@ bool hasDisplay() {
 
 int runTrayApplication(int argc, char **argv) {
     QApplication app(argc, argv);
+    SingleInstance instance(QDBusConnection::sessionBus());
+    if (!instance.isFirst()) {
+        const bool shown = instance.askFirstToShow();
+        std::printf("%s is already running%s\n", kDisplayName, shown ? "; its menu is open" : "");
+        return 0;
+    }
     // Windows come and go; the status item keeps the program running.
     QApplication::setQuitOnLastWindowClosed(false);
-    const std::unique_ptr<StatusItemView> statusItem = createStatusItemView();
+    QRMPreferencesManager &preferences = QRMPreferencesManager::sharedPreferencesManager();
+    DesktopStatusItem statusItem(
+        {[&preferences] { return int(preferences.statusBarTextPlacement()); },
+         [&preferences] { return int(preferences.statusBarAppearance()); }});
+    StatusItemHost &host = statusItem.host();
+    QObject::connect(&instance, &SingleInstance::showRequested, &host,
+                     [&host] { host.popUpMenu(QCursor::pos()); });
     FacadeUsageEvents usageEvents;
     WelcomeWindowProcess welcome(WelcomeWindowProcess::installedProgram());
     checkForeignSignalHandlersWhenRunning();
     QRMUserNotificationsManager &notifier =
         QRMUserNotificationsManager::sharedUserNotificationsManager();
     ApplicationUpdater updater(QRMPreferencesManager::sharedPreferencesManager(), notifier);
-    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), statusItem.get(), &notifier,
-                      &usageEvents, &welcome, &updater.updater());
+    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &host, &notifier, &usageEvents,
+                      &welcome, &updater.updater());
 }
 
 // The same controller in a terminal: a status line per refresh on standard
-// output, the cleaning messages, Ctrl-C to quit.
-int runConsoleApplication(int argc, char **argv) {
+// output, the cleaning messages, Ctrl-C to quit. why: the reason a tray could
+// not start, said on the same line.
+int runConsoleApplication(int argc, char **argv, const QString &why = {}) {
     QCoreApplication app(argc, argv);
-    std::fprintf(stderr, "%s %s is watching memory in the terminal; Ctrl-C quits.\n", kDisplayName,
+    std::fprintf(stderr, "%s%s %s is watching memory in the terminal; Ctrl-C quits.\n",
+                 why.isEmpty() ? "" : qPrintable(why + QStringLiteral("; ")), kDisplayName,
                  kMarketingVersion);
     ConsoleStatusItemView statusItem;
     ConsoleNotifier notifier;
@@ -200,12 +221,19 @@ int runApplication(int argc, char **argv) {
     if (console || !hasDisplay()) {
         return runConsoleApplication(argc, argv);
     }
+    if (const QString problem = displayProblem(); !problem.isEmpty()) {
+        return runConsoleApplication(argc, argv, problem);
+    }
     return runTrayApplication(argc, argv);
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
+    if (const auto refusal = cli::settleUserFolders()) {
+        std::fprintf(stderr, "tarnwell: %s\n", refusal->c_str());
+        return cli::kExitFailure;
+    }
     installCrashReporting();
     if (argc >= 2 && std::string_view(argv[1]).starts_with(kDebugCrashOption)) {
         return crashOnPurpose(argv[1]);

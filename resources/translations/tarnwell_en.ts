@@ -56,6 +56,10 @@
         <translation>Free</translation>
     </message>
     <message>
+        <source>FreeMemory</source>
+        <translation>Free memory</translation>
+    </message>
+    <message>
         <source>Inactive</source>
         <translation>Inactive</translation>
     </message>

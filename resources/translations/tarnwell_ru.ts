@@ -56,6 +56,10 @@
         <translation>Свободно</translation>
     </message>
     <message>
+        <source>FreeMemory</source>
+        <translation>Свободная память</translation>
+    </message>
+    <message>
         <source>Inactive</source>
         <translation>Неактивно</translation>
     </message>

@@ -56,6 +56,10 @@
         <translation>Вільно</translation>
     </message>
     <message>
+        <source>FreeMemory</source>
+        <translation>Вільна пам’ять</translation>
+    </message>
+    <message>
         <source>Inactive</source>
         <translation>Неактивно</translation>
     </message>

@@ -30,6 +30,7 @@ ApplicationSession::ApplicationSession(QRMMemoryInfo &memory, StatusItemView *st
     QObject::connect(&QRMLanguageNotifier::sharedNotifier(),
                      &QRMLanguageNotifier::languageDidChanged, delegate_.get(),
                      &QRMAppDelegate::languageDidChanged, Qt::DirectConnection);
+    activity_ = std::make_unique<ApplicationActivity>(*delegate_->statusMenu().menu(), usageEvents);
     if (welcome) {
         connectWelcomeWindow(*welcome);
     }

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "app/ApplicationActivity.h"
 #include "app/MemoryEngine.h"
 #include "app/PreferencesAppSettings.h"
 #include "app/QRMAppDelegate.h"
@@ -40,6 +41,7 @@ private:
     PreferencesAppSettings settings_;
     DesktopUrlOpener urlOpener_;
     std::unique_ptr<QRMAppDelegate> delegate_;
+    std::unique_ptr<ApplicationActivity> activity_;
 };
 
 // Runs a session over the given views in app's event loop until the quit

@@ -330,6 +330,14 @@ void QRMAppDelegate::setStatusItemTitle(const QString &title) {
 }
 
 void QRMAppDelegate::refreshStatusMenu() {
+    // A language chosen in another process (`tarnwell settings AppleLanguages
+    // ru`) reaches every lookup at once but sends no languageDidChanged here:
+    // the static titles follow the language of the figures.
+    if (const QString language = localized_(QStringLiteral("language"));
+        language != staticTitlesLanguage_) {
+        staticTitlesLanguage_ = language;
+        statusMenu_.setStaticTitles(localized_);
+    }
     refreshStatusItemTitle();
     refreshStatusItemImage();
     statusMenu_.refreshTitles(
@@ -341,6 +349,9 @@ void QRMAppDelegate::refreshStatusMenu() {
 void QRMAppDelegate::refreshStatusItemTitle() {
     QString title;
     const int64_t textType = settings_.statusBarTextType();
+    const QRMStatisticsRecord record = engine_.info();
+    const QString freePercent = percentText(floatValue(record, keys::freePercents));
+    const QString freeSize = sizeText(exactBytes(record, keys::freeCount), false);
     const std::string problem = engine_.sampleProblem();
     if (!problem.empty()) {
         // Whatever the text setting: hosts show the title as the tool tip,
@@ -351,15 +362,21 @@ void QRMAppDelegate::refreshStatusItemTitle() {
         if (settings_.statusBarTextWithInfo()) {
             title = QStringLiteral("%1: ").arg(localized_(QStringLiteral("Free")));
         }
-        const QRMStatisticsRecord record = engine_.info();
         if (textType == kTextPercent) {
-            title += percentText(floatValue(record, keys::freePercents));
+            title += freePercent;
         } else if (textType == kTextSize) {
-            title += sizeText(exactBytes(record, keys::freeCount), false);
+            title += freeSize;
         }
     }
     if (statusItem_) {
         statusItem_->setTitle(title);
+        // A bare figure on the panel says neither free nor used; the tool tip
+        // names it, whatever the title shows (and repeats an unreadable sample).
+        statusItem_->setToolTip(
+            problem.empty()
+                ? QStringLiteral("%1: %2 (%3)")
+                      .arg(localized_(QStringLiteral("FreeMemory")), freeSize, freePercent)
+                : title);
     }
 }
 
@@ -410,6 +427,7 @@ QString QRMAppDelegate::getTotallyCleanedString() const {
 }
 
 void QRMAppDelegate::languageDidChanged() {
+    staticTitlesLanguage_ = localized_(QStringLiteral("language"));
     statusMenu_.setStaticTitles(localized_);
     refreshStatusMenu();
 }

@@ -152,6 +152,8 @@ private:
     QImage statusBarIconStatic2D_;
     QImage statusBarIconStatic3D_;
 
+    // The language the static menu titles were last set in.
+    QString staticTitlesLanguage_;
     bool memoryCleaningInProgress_ = false;
     CleaningTrigger cleaningTrigger_ = CleaningTrigger::Automatic;
     // Started by the threshold check at the end of a completed cleaning.

@@ -131,11 +131,13 @@ struct FakeSettings : AppSettings {
 
 struct FakeStatusItem : StatusItemView {
     std::vector<QString> titles;
+    QString toolTip;
     QImage image;
     bool isTemplate = false;
     int images = 0;  // redraws, counted by the benchmark
 
     void setTitle(const QString &title) override { titles.push_back(title); }
+    void setToolTip(const QString &text) override { toolTip = text; }
     void setImage(const QImage &i, bool t) override {
         image = i;
         isTemplate = t;
@@ -169,10 +171,19 @@ struct FakeUrlOpener : UrlOpener {
 
 struct FakeUpdateChecks : UpdateChecks {
     QStringList calls;
+    bool checks = false;
+    bool downloads = false;
+    qint64 interval = updateInterval::kDaily;
+    bool automaticallyChecksForUpdates() override { return checks; }
     void setAutomaticallyChecksForUpdates(bool on) override {
+        checks = on;
         calls << QString("checks %1").arg(on);
     }
+    qint64 updateCheckInterval() override { return interval; }
+    void setUpdateCheckInterval(qint64 seconds) override { interval = seconds; }
+    bool automaticallyDownloadsUpdates() override { return downloads; }
     void setAutomaticallyDownloadsUpdates(bool on) override {
+        downloads = on;
         calls << QString("downloads %1").arg(on);
     }
     void checkForUpdatesInBackground() override { calls << "background"; }
