@@ -35,12 +35,6 @@ using namespace testing;
     return recurseDeeply(depth + 1) + frame[0];
 }
 
-[[noreturn]] void waitForTheCrash() {
-    for (;;) {
-        pause();
-    }
-}
-
 // An allocator whose cleaning overflows the cleaning thread's stack.
 class OverflowingAllocator : public MemoryBlockAllocator {
 public:
@@ -83,7 +77,9 @@ INSTANTIATE_TEST_SUITE_P(
                                             std::make_unique<OverflowingAllocator>());
                        engine.refresh();
                        ASSERT_TRUE(engine.cleanMemoryNow().started());
-                       waitForTheCrash();
+                       for (;;) {
+                           pause();  // until the cleaning thread's crash ends the process
+                       }
                    }},
         ThreadKind{"EventsWorker",
                    [] {
