@@ -36,19 +36,10 @@ TEST_P(ApplicationActivityTest, ReportsEachChangeOnce) {
     ActivityLog log;
     ApplicationActivity activity(menu, &log);
     for (const char *step = GetParam().steps; *step != '\0'; ++step) {
-        switch (*step) {
-            case 'M':
-                menu.notifyAboutToShow();
-                break;
-            case 'm':
-                menu.notifyClosed();
-                break;
-            case 'W':
-                activity.windowFocusChanged(true);
-                break;
-            case 'w':
-                activity.windowFocusChanged(false);
-                break;
+        if (*step == 'M' || *step == 'm') {
+            *step == 'M' ? menu.notifyAboutToShow() : menu.notifyClosed();
+        } else {
+            activity.windowFocusChanged(*step == 'W');
         }
     }
     EXPECT_EQ(log.reported, QString::fromLatin1(GetParam().reported));
