@@ -46,6 +46,9 @@ export HOME="$home" XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data" \
 # Welcomed already: the screenshots are of the panel, not of the welcome window.
 "$tarnwell" settings isWelcomeShown true >/dev/null
 "$tarnwell" settings bundleBuild "$("$tarnwell" --version | sed -n 's/.*(\(.*\))$/\1/p')" >/dev/null
+# tint2 announces its panel colour nowhere (no theme setting of its own): on a
+# desktop its dark look would come with a dark GTK theme, here the setting says it.
+[ "$host" = tint2 ] && "$tarnwell" settings statusBarAppearance 2 >/dev/null
 case "$host" in
     lxqt) export XDG_CURRENT_DESKTOP=LXQt ;;
     xfce-*) export XDG_CURRENT_DESKTOP=XFCE ;;
@@ -109,11 +112,13 @@ dbus-run-session -- bash -euo pipefail -c '
     sleep 3
     import -window root "$SMOKE_OUTPUT/panel.png"
 
-    # The item sits at the right end of the panel. lxqt opens the menu on the
-    # secondary button; the others on the primary one.
-    button=1
+    # The item sits at the right end of the panel (tint2: its tray alone, at
+    # the left). lxqt opens the menu on the secondary button; the others on
+    # the primary one.
+    button=1 x=780
     [ "$SMOKE_HOST" = lxqt ] && button=3
-    xdotool mousemove 780 16 click "$button"
+    [ "$SMOKE_HOST" = tint2 ] && x=16
+    xdotool mousemove "$x" 16 click "$button"
     sleep 2
     import -window root "$SMOKE_OUTPUT/menu.png"
     xdotool key Escape

@@ -21,19 +21,25 @@
 #include "cli/CrashReportsCommand.h"
 #include "cli/MemoryCommands.h"
 #include "cli/SettingsCommand.h"
+#include "cli/UserFolders.h"
 #include "crash/CrashLog.h"
 #include "crash/CrashReporter.h"
 #include "crash/DeliberateCrash.h"
 #include "crash/ReportStore.h"
 #include "crash/RunIdentity.h"
 #include "crash/TelemetryDirectory.h"
+#include "localization/QRMLanguageNotifier.h"
+#include "localization/QRMLocalization.h"
 #include "memory/LinuxMemorySource.h"
 #include "memory/QRMMemoryInfo.h"
+#include "platform/linux/QRMLoginItems.h"
+#include "platform/linux/QRMTaskbarPresence.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
 #include "preferences/QRMPreferencesManager.h"
 #include "ui/DisplayCheck.h"
 #include "ui/SingleInstance.h"
 #include "ui/StatusItemViewFactory.h"
+#include "ui/preferences/PreferencesWindowOpener.h"
 #include "updates/ApplicationUpdater.h"
 
 using namespace tarnwell;
@@ -85,7 +91,8 @@ const crash::RunIdentity &runIdentity() {
     return identity;
 }
 
-// First thing in main: a crash anywhere later, start-up included, leaves a report.
+// First thing in main once the folders are settled: a crash anywhere later, start-up
+// included, leaves a report.
 void installCrashReporting() {
     const std::string telemetry = crash::telemetryDirectory(kBundleIdentifier);
     if (telemetry.empty()) {
@@ -140,6 +147,8 @@ public:
     void firstRun() override { events_.firstRun(); }
     void run() override { events_.run(); }
     void memoryCleaned() override { events_.memoryCleaned(); }
+    void becameActive() override { events_.applicationDidBecomeActive(); }
+    void resignedActive() override { events_.applicationWillResignActive(); }
     void contentViewWithName(const QString &contentName, const QString &contentType,
                              const QString &contentId) override {
         events_.contentViewWithName(contentName, contentType, contentId);
@@ -183,8 +192,21 @@ int runTrayApplication(int argc, char **argv) {
     QRMUserNotificationsManager &notifier =
         QRMUserNotificationsManager::sharedUserNotificationsManager();
     ApplicationUpdater updater(QRMPreferencesManager::sharedPreferencesManager(), notifier);
+    QRMTaskbarPresence taskbarPresence([&preferences] { return preferences.showDockIcon(); });
+    QRMLoginItems &loginItems = QRMLoginItems::sharedLoginItems();
+    const auto windows = [&](ApplicationSession &session) -> std::unique_ptr<QObject> {
+        auto opener = std::make_unique<PreferencesWindowOpener>(PreferencesServices{
+            session.delegate(), preferences, session.engine(),
+            [](const QString &key) { return localized(key); },
+            QRMLanguageNotifier::sharedNotifier(), loginItems, QRMLoginItems::applicationPath(),
+            [&taskbarPresence] { taskbarPresence.showDockIconChanged(); }, &usageEvents});
+        QObject::connect(&session.delegate(), &QRMAppDelegate::preferencesWindowRequested,
+                         opener.get(), &PreferencesWindowOpener::showPreferencesWindow);
+        return opener;
+    };
     return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &host, &notifier, &usageEvents,
-                      &welcome, &updater.updater());
+                      &welcome, &updater.updater(), &loginItems, QRMLoginItems::applicationPath(),
+                      windows);
 }
 
 // The same controller in a terminal: a status line per refresh on standard
@@ -226,6 +248,10 @@ int runApplication(int argc, char **argv) {
 }  // namespace
 
 int main(int argc, char **argv) {
+    if (const auto refusal = cli::settleUserFolders()) {
+        std::fprintf(stderr, "tarnwell: %s\n", refusal->c_str());
+        return cli::kExitFailure;
+    }
     installCrashReporting();
     if (argc >= 2 && std::string_view(argv[1]).starts_with(kDebugCrashOption)) {
         return crashOnPurpose(argv[1]);

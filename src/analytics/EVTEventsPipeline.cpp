@@ -1,7 +1,5 @@
 #include "EVTEventsPipeline.h"
 
-#include <climits>
-
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
@@ -13,6 +11,7 @@
 #include "EVTCleanupFilesOperation.h"
 #include "EVTEvent.h"
 #include "EVTFilePackager.h"
+#include "EVTKitFiles.h"
 #include "EVTLog.h"
 #include "EVTWriteEventOperation.h"
 #include "crash/RunIdentity.h"
@@ -23,16 +22,6 @@ namespace {
 
 QString newUuid() {
     return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
-}
-
-QStringList filesWithExtension(const QString &directory, const char *extension) {
-    const QDir dir(directory);
-    QStringList paths;
-    for (const QString &name :
-         dir.entryList({QStringLiteral("*.") + QLatin1String(extension)}, QDir::Files)) {
-        paths << dir.filePath(name);
-    }
-    return paths;
 }
 
 }  // namespace
@@ -63,9 +52,10 @@ EVTEventsPipeline::EVTEventsPipeline(const EVTConfiguration &configuration,
 
     // The crash reporter sends the previous run's metadata with its reports;
     // from now on that is this run's.
-    QSaveFile crashMetadata(
-        QDir(configuration_.rootDirectory).filePath(QLatin1String(kCrashMetadataFile)));
-    if (crashMetadata.open(QIODevice::WriteOnly)) {
+    const QString crashMetadataPath =
+        QDir(configuration_.rootDirectory).filePath(QLatin1String(kCrashMetadataFile));
+    QSaveFile crashMetadata(crashMetadataPath);
+    if (EVTKitFiles::mayReplace(crashMetadataPath) && crashMetadata.open(QIODevice::WriteOnly)) {
         const double now = QDateTime::currentMSecsSinceEpoch() / 1000.0;
         crashMetadata.write(QJsonDocument(metadata_.payload(now)).toJson(QJsonDocument::Compact));
         crashMetadata.commit();
@@ -184,14 +174,13 @@ void EVTEventsPipeline::submit(const QString &logPath) {
 // A run that ended before its files went out leaves them at whatever step
 // it reached; each is taken on from there.
 void EVTEventsPipeline::cleanupAndProcessExistingFiles() {
-    for (const QString &log :
-         filesWithExtension(eventsDirectory_, EVTFilePackager::kLogExtension)) {
+    for (const QString &log : EVTKitFiles::list(eventsDirectory_, EVTKitFiles::Kind::Log)) {
         if (log != currentPath_) {
             EVTFilePackager::compress(log);
         }
     }
     for (const QString &compressed :
-         filesWithExtension(eventsDirectory_, EVTFilePackager::kCompressedExtension)) {
+         EVTKitFiles::list(eventsDirectory_, EVTKitFiles::Kind::Compressed)) {
         EVTFilePackager::package(compressed, EVTFilePackager::generateBoundary());
     }
     EVTCleanupFilesOperation(eventsDirectory_, settings_.maxPendingSendFiles()).run();
@@ -199,7 +188,7 @@ void EVTEventsPipeline::cleanupAndProcessExistingFiles() {
 
 void EVTEventsPipeline::uploadAllMultipartFiles() {
     for (const QString &packaged :
-         filesWithExtension(eventsDirectory_, EVTFilePackager::kPackagedExtension)) {
+         EVTKitFiles::list(eventsDirectory_, EVTKitFiles::Kind::Packaged)) {
         upload(packaged);
     }
 }
@@ -209,8 +198,8 @@ void EVTEventsPipeline::upload(const QString &packagedPath) {
     if (!url.isValid() || url.isEmpty() || configuration_.apiKey.isEmpty()) {
         return;
     }
-    const double timeout = settings_.defaultUploadTimeout() * 1000.0;
-    uploader_.upload(packagedPath, url, timeout >= INT_MAX ? INT_MAX : static_cast<int>(timeout));
+    uploader_.upload(packagedPath, url,
+                     static_cast<int>(settings_.defaultUploadTimeout() * 1000.0));
 }
 
 void EVTEventsPipeline::setCollectionEnabled(bool enabled) {
@@ -224,10 +213,9 @@ void EVTEventsPipeline::setCollectionEnabled(bool enabled) {
 }
 
 void EVTEventsPipeline::removeAllLogs() {
-    for (const char *extension :
-         {EVTFilePackager::kLogExtension, EVTFilePackager::kCompressedExtension,
-          EVTFilePackager::kPackagedExtension}) {
-        for (const QString &path : filesWithExtension(eventsDirectory_, extension)) {
+    for (const EVTKitFiles::Kind kind :
+         {EVTKitFiles::Kind::Log, EVTKitFiles::Kind::Compressed, EVTKitFiles::Kind::Packaged}) {
+        for (const QString &path : EVTKitFiles::list(eventsDirectory_, kind)) {
             QFile::remove(path);
         }
     }
@@ -240,7 +228,7 @@ void EVTEventsPipeline::setupFlushTimer() {
     }
     flushTimer_ = std::make_unique<QTimer>();
     flushTimer_->setObjectName(QStringLiteral("io.telemetry.events.TimedEventsFlush"));
-    flushTimer_->setInterval(static_cast<int>(std::min(interval * 1000.0, double{INT_MAX})));
+    flushTimer_->setInterval(static_cast<int>(interval * 1000.0));
     QObject::connect(flushTimer_.get(), &QTimer::timeout, [this] { rotateAndSubmitCurrentLog(); });
     flushTimer_->start();
 }

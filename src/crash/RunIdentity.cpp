@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <fstream>
 
+#include "crash/RegularFile.h"
+
 namespace tarnwell::crash {
 
 namespace fs = std::filesystem;
@@ -26,30 +28,37 @@ bool usable(const std::string &identifier) {
 
 std::string storedIdentifier(const std::string &path) {
     // No following a link out of our folder, no waiting on a FIFO, a bounded read.
-    const int fd = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0) {
+    BoundedRead read = readRegularFile(AT_FDCWD, path.c_str(), kLongestIdentifier + 1);
+    if (read.refusal != FileRefusal::None) {
         return {};
     }
-    char buffer[kLongestIdentifier + 2];
-    const ssize_t length = read(fd, buffer, sizeof buffer);
-    close(fd);
-    std::string text(buffer, length > 0 ? size_t(length) : 0);
-    text.erase(std::find_if(text.begin(), text.end(), [](char c) { return c == '\n'; }),
-               text.end());
-    return text;
+    read.bytes.erase(std::find(read.bytes.begin(), read.bytes.end(), '\n'), read.bytes.end());
+    return read.bytes;
+}
+
+// Only a missing file or one of ours is replaced: a link, a FIFO or a device someone
+// left there stays as it is, and the run goes by a new identifier kept in memory.
+bool mayKeep(const std::string &path) {
+    const FileRefusal refusal = readRegularFile(AT_FDCWD, path.c_str(), 0).refusal;
+    return refusal == FileRefusal::Missing || refusal == FileRefusal::None ||
+           refusal == FileRefusal::TooLarge;
 }
 
 void keep(const std::string &path, const std::string &identifier) {
     std::error_code error;
     fs::create_directories(fs::path(path).parent_path(), error);
     const std::string temporary = path + ".new";
-    {
-        std::ofstream out(temporary, std::ios::trunc);
-        out << identifier << '\n';
-        if (!out.flush()) {
-            fs::remove(temporary, error);
-            return;
-        }
+    const std::string line = identifier + '\n';
+    // Never written through a link left in the temporary's place.
+    const int fd = open(temporary.c_str(),
+                        O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644);
+    if (fd < 0) {
+        return;
+    }
+    const bool written = write(fd, line.data(), line.size()) == ssize_t(line.size());
+    if (close(fd) != 0 || !written) {
+        fs::remove(temporary, error);
+        return;
     }
     fs::rename(temporary, path, error);
 }
@@ -71,7 +80,7 @@ RunIdentity makeRunIdentity(const std::string &installIdPath) {
     }
     if (!usable(identity.installId)) {
         identity.installId = newIdentifier();
-        if (!installIdPath.empty()) {
+        if (!installIdPath.empty() && mayKeep(installIdPath)) {
             keep(installIdPath, identity.installId);
         }
     }

@@ -25,18 +25,19 @@ using PhysicalMemoryProvider = std::function<std::optional<uint64_t>()>;
 // getter reads the settings file and every setter writes it through at once,
 // so a killed process loses nothing. Getters follow their row of
 // kSettingsTable: a missing or unreadable value yields the default, which
-// write-back rows also store. Safe to call from any thread.
+// write-back rows also store. A settings file that must not be touched
+// (settingsFileRefusal) is left alone: the store says so once and keeps the
+// values in memory, starting from the defaults. Safe to call from any thread.
 class QRMPreferencesManager {
 public:
     // The process-wide store over the user's settings file ("Tarnwell/Tarnwell").
     static QRMPreferencesManager &sharedPreferencesManager();
 
-    // settings: the backing file; physicalMemory: source of the threshold
-    // defaults; stableFeedURL: default of the feed in use, which is not written
-    // back when it comes from a run-time override.
-    QRMPreferencesManager(std::unique_ptr<QSettings> settings,
-                          PhysicalMemoryProvider physicalMemory, QUrl stableFeedURL,
-                          bool stableFeedFromOverride = false);
+    // fileName: the settings file (INI); physicalMemory: source of the
+    // threshold defaults; stableFeedURL: default of the feed in use, which is
+    // not written back when it comes from a run-time override.
+    QRMPreferencesManager(QString fileName, PhysicalMemoryProvider physicalMemory,
+                          QUrl stableFeedURL, bool stableFeedFromOverride = false);
     ~QRMPreferencesManager();
     QRMPreferencesManager(const QRMPreferencesManager &) = delete;
     QRMPreferencesManager &operator=(const QRMPreferencesManager &) = delete;
@@ -179,12 +180,17 @@ public:
 
 private:
     std::optional<QVariant> storedValueLocked(const SettingDefinition &definition);
+    std::optional<QVariant> rawValueLocked(const QString &key);
     void writeLocked(const QString &key, const QVariant &value);
     void removeLocked(const QString &key);
     void syncLocked();
+    // False, from then on, once the file must not be touched.
+    bool fileUsableLocked();
 
     std::mutex mutex_;
-    std::unique_ptr<QSettings> settings_;
+    QString fileName_;
+    std::unique_ptr<QSettings> settings_;  // nothing once the file is refused
+    QVariantMap memory_;                   // the values while the file is refused
     PhysicalMemoryProvider physicalMemory_;
     QUrl stableFeedURL_;
     bool stableFeedFromOverride_;

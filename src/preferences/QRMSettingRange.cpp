@@ -28,9 +28,11 @@ std::optional<IntegerRange> integerRange(Setting setting, std::optional<uint64_t
         case Setting::SelectedLanguage:
             return IntegerRange{0, 3, ""};
         case Setting::RefreshRate:
-            return IntegerRange{1, kTimerLimitMs / 1000, " seconds"};
-        case Setting::AutoCleanEveryTime:
-            return IntegerRange{1, kTimerLimitMs / 60'000, " minutes"};
+        case Setting::AutoCleanEveryTime: {
+            const IntervalBounds bounds = *intervalBounds(setting);
+            return IntegerRange{bounds.minimum, bounds.maximum,
+                                setting == Setting::RefreshRate ? " seconds" : " minutes"};
+        }
         case Setting::AutoCleanByFreeSize:
         case Setting::AutoCleanByInactiveSize:
             return IntegerRange{1, int64_t(thresholdBoundMB(installed.value_or(0))), " MB"};
@@ -48,6 +50,17 @@ bool isLoopbackHost(const QString &host) {
 }
 
 }  // namespace
+
+std::optional<IntervalBounds> intervalBounds(Setting setting) {
+    switch (setting) {
+        case Setting::RefreshRate:
+            return IntervalBounds{1, kTimerLimitMs / 1000};
+        case Setting::AutoCleanEveryTime:
+            return IntervalBounds{1, kTimerLimitMs / 60'000};
+        default:
+            return std::nullopt;
+    }
+}
 
 bool isAcceptedFeedAddress(const QUrl &url) {
     const bool https = url.scheme() == QLatin1String("https");

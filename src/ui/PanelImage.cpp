@@ -31,7 +31,7 @@ void PanelImage::setTitleDrawn(bool drawn) {
 
 QImage PanelImage::rendered(int height, qreal devicePixelRatio) const {
     if (showsTitle()) {
-        return TitledIcon::draw(painted_, title_, textColor_, height, devicePixelRatio);
+        return TitledIcon::draw(title_, textColor_, height, devicePixelRatio);
     }
     const int side = qRound(height * devicePixelRatio);
     QImage square(side, side, QImage::Format_ARGB32_Premultiplied);
@@ -52,9 +52,12 @@ void PanelImage::update() {
         isTemplate_ && !image_.isNull() ? TemplateImage::tinted(image_, textColor) : image_;
     const QString shownTitle = showsTitle() ? title_ : QString();
     // The pie chart is redrawn on every refresh; an unchanged picture must not
-    // make the hosts reload the icon.
-    if (painted == painted_ && painted.isNull() == painted_.isNull() && shownTitle == shownTitle_ &&
-        (shownTitle.isEmpty() || textColor == textColor_)) {
+    // make the hosts reload the icon. A drawn title hides the picture.
+    const bool unchanged =
+        shownTitle.isEmpty()
+            ? shownTitle_.isEmpty() && painted == painted_ && painted.isNull() == painted_.isNull()
+            : shownTitle == shownTitle_ && textColor == textColor_;
+    if (unchanged) {
         return;
     }
     painted_ = painted;

@@ -10,8 +10,8 @@ class PanelAppearance;
 
 // The status item's picture as the panel should show it: a template image is
 // painted in the panel's text colour, and painted again when the panel turns
-// dark or light; where the host shows no label, the title is written beside
-// the picture.
+// dark or light; where the host shows no label, the title takes the
+// picture's place, since a square too small for both is all such hosts give.
 class PanelImage : public QObject {
     Q_OBJECT
 public:
@@ -24,8 +24,7 @@ public:
 
     // Nothing to show yet.
     bool isEmpty() const { return image_.isNull() && !showsTitle(); }
-    // The picture height points high: the image on a square, or wider with
-    // the title beside it.
+    // The picture, or the drawn title, on a square height points high.
     QImage rendered(int height, qreal devicePixelRatio = 1.0) const;
 
 signals:

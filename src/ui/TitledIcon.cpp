@@ -4,52 +4,86 @@
 #include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QPainter>
-#include <QtMath>
+#include <QStringList>
 #include <algorithm>
 
 namespace tarnwell {
 
 namespace {
 
-// Space between the picture and the text, and after the text, in points.
-constexpr qreal kGap = 2.0;
-// Digits at about two thirds of the icon's height read like the panel's own
-// clock at the usual 22-24 point panel heights.
-constexpr qreal kTextHeightShare = 0.62;
+// Fonts are measured once at this size; advances and heights scale with it.
+constexpr qreal kReferencePixelSize = 100.0;
+
+struct Layout {
+    QStringList lines;
+    qreal pixelSize = 0;
+};
+
+QFont figureFont(qreal pixelSize) {
+    QFont font = QGuiApplication::font();
+    font.setBold(true);
+    font.setPixelSize(std::max(1, int(pixelSize)));
+    return font;
+}
+
+// The largest text that fits the lines into the square.
+qreal fittingPixelSize(const QStringList &lines, qreal side) {
+    const QFontMetricsF metrics(figureFont(kReferencePixelSize));
+    qreal widest = 0;
+    for (const QString &line : lines) {
+        widest = std::max(widest, metrics.horizontalAdvance(line));
+    }
+    const qreal tallest = metrics.height() * lines.size();
+    return kReferencePixelSize * std::min(side / std::max(widest, 1.0), side / tallest);
+}
+
+// Every way to break the words into one, two or three lines.
+Layout bestLayout(const QString &title, qreal side) {
+    const QStringList words = title.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    const qsizetype count = words.size();
+    auto join = [&words](qsizetype from, qsizetype to) {
+        return words.mid(from, to - from).join(QLatin1Char(' '));
+    };
+    Layout best;
+    auto consider = [&best, side](QStringList lines) {
+        const qreal size = fittingPixelSize(lines, side);
+        if (size > best.pixelSize) {
+            best = {std::move(lines), size};
+        }
+    };
+    consider({join(0, count)});
+    for (qsizetype first = 1; first < count; ++first) {
+        consider({join(0, first), join(first, count)});
+        for (qsizetype second = first + 1; second < count; ++second) {
+            consider({join(0, first), join(first, second), join(second, count)});
+        }
+    }
+    return best;
+}
 
 }  // namespace
 
-QImage TitledIcon::draw(const QImage &image, const QString &title, const QColor &textColor,
-                        int height, qreal devicePixelRatio) {
-    QFont font = QGuiApplication::font();
-    font.setPixelSize(std::max(1, qRound(height * kTextHeightShare * devicePixelRatio)));
-    const QFontMetricsF metrics(font);
-    const qreal textWidth = title.isEmpty() ? 0.0 : metrics.horizontalAdvance(title);
-
-    const int pixelHeight = qRound(height * devicePixelRatio);
-    const int imageWidth = image.isNull() ? 0 : pixelHeight;
-    const int gap = image.isNull() || title.isEmpty() ? 0 : qRound(kGap * devicePixelRatio);
-    const int width = std::max(1, imageWidth + gap + qCeil(textWidth) +
-                                      (title.isEmpty() ? 0 : qRound(kGap * devicePixelRatio)));
-
-    QImage result(width, pixelHeight, QImage::Format_ARGB32_Premultiplied);
+QImage TitledIcon::draw(const QString &title, const QColor &textColor, int side,
+                        qreal devicePixelRatio) {
+    const int pixels = std::max(1, qRound(side * devicePixelRatio));
+    QImage result(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
     result.fill(Qt::transparent);
-    QPainter painter(&result);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    painter.setRenderHint(QPainter::TextAntialiasing);
-    if (!image.isNull()) {
-        const QImage scaled =
-            image.scaled(imageWidth, pixelHeight, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-        painter.drawImage((imageWidth - scaled.width()) / 2, (pixelHeight - scaled.height()) / 2,
-                          scaled);
-    }
-    if (!title.isEmpty()) {
+    const Layout layout = bestLayout(title, pixels);
+    if (!layout.lines.isEmpty() && layout.pixelSize >= 1) {
+        const QFont font = figureFont(layout.pixelSize);
+        const QFontMetricsF metrics(font);
+        QPainter painter(&result);
+        painter.setRenderHint(QPainter::TextAntialiasing);
         painter.setFont(font);
         painter.setPen(textColor);
-        const qreal baseline = (pixelHeight + metrics.ascent() - metrics.descent()) / 2.0;
-        painter.drawText(QPointF(imageWidth + gap, baseline), title);
+        const qreal lineHeight = metrics.height();
+        qreal top = (pixels - lineHeight * layout.lines.size()) / 2.0;
+        for (const QString &line : layout.lines) {
+            const qreal left = (pixels - metrics.horizontalAdvance(line)) / 2.0;
+            painter.drawText(QPointF(left, top + metrics.ascent()), line);
+            top += lineHeight;
+        }
     }
-    painter.end();
     result.setDevicePixelRatio(devicePixelRatio);
     return result;
 }

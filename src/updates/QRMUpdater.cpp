@@ -8,6 +8,7 @@
 #include <QRegularExpression>
 #include <QTemporaryFile>
 #include <algorithm>
+#include <utility>
 
 #include "preferences/QRMPreferencesManager.h"
 #include "updates/PackageInstaller.h"
@@ -86,7 +87,7 @@ void QRMUpdater::setAutomaticallyDownloadsUpdates(bool on) {
 
 qint64 QRMUpdater::updateCheckInterval() {
     return std::clamp(preferences_.value(Setting::UpdateCheckInterval).toLongLong(),
-                      updateCheckInterval::kHourly, kLongestInterval);
+                      updateInterval::kHourly, kLongestInterval);
 }
 
 void QRMUpdater::setUpdateCheckInterval(qint64 seconds) {
@@ -158,9 +159,12 @@ UpdateDownload *QRMUpdater::startTransfer(const QUrl &url, qint64 maximumBytes,
 
 void QRMUpdater::startCheck(Check kind) {
     if (sessionInProgress()) {
-        // A second request while one runs joins it rather than starting over.
+        // The user's own session already answers them; anything else is
+        // finished first, and then the user's check runs.
+        userCheckPending_ = userCheckPending_ || (kind == Check::User && !userSession_);
         return;
     }
+    userSession_ = kind == Check::User;
     startTransfer(feedURL_, kMaximumFeedBytes,
                   [this, kind](const QString &failure) { feedFinished(kind, failure); });
 }
@@ -224,6 +228,7 @@ void QRMUpdater::feedFinished(Check kind, const QString &failure) {
 
 void QRMUpdater::showFoundUpdate() {
     if (foundItem_ && !sessionInProgress()) {
+        userSession_ = true;
         presentFoundUpdate();
     }
 }
@@ -256,6 +261,7 @@ void QRMUpdater::installUpdate() {
     if (!foundItem_ || sessionInProgress()) {
         return;
     }
+    userSession_ = true;
     if (readyToInstall()) {
         runInstall();
     } else {
@@ -425,8 +431,12 @@ void QRMUpdater::fail(bool tellUser, UpdateFailure failure, const QString &detai
 }
 
 void QRMUpdater::endSession() {
+    userSession_ = false;
     scheduleNextCheck();
     emit sessionFinished();
+    if (std::exchange(userCheckPending_, false)) {
+        checkForUpdates();
+    }
 }
 
 }  // namespace tarnwell

@@ -25,14 +25,6 @@ class PackageInstaller;
 class QRMPreferencesManager;
 class UpdateDownload;
 
-// The intervals the Updates tab offers, in seconds.
-namespace updateCheckInterval {
-inline constexpr qint64 kHourly = 3600;
-inline constexpr qint64 kDaily = 86'400;
-inline constexpr qint64 kWeekly = 604'800;
-inline constexpr qint64 kMonthly = 2'629'800;  // a twelfth of a Julian year
-}  // namespace updateCheckInterval
-
 // The program's updater: reads the appcast feed in use, compares its newest
 // item with the running build, and takes a newer one through download,
 // length and signature checks and installation. Checks run in the background
@@ -68,14 +60,13 @@ public:
     // Fetches the feed and remembers its newest item, showing nothing.
     void checkForUpdateInformation() override;
 
-    bool automaticallyChecksForUpdates();
+    bool automaticallyChecksForUpdates() override;
     void setAutomaticallyChecksForUpdates(bool on) override;
-    bool automaticallyDownloadsUpdates();
+    bool automaticallyDownloadsUpdates() override;
     void setAutomaticallyDownloadsUpdates(bool on) override;
-    // Seconds between automatic checks; a stored value out of range is
-    // brought to the nearest offered one.
-    qint64 updateCheckInterval();
-    void setUpdateCheckInterval(qint64 seconds);
+    // A stored value below an hour or above a year is brought within them.
+    qint64 updateCheckInterval() override;
+    void setUpdateCheckInterval(qint64 seconds) override;
 
     void checkForUpdatesInBackground() override;
     void checkForUpdates() override;
@@ -128,6 +119,10 @@ private:
     UpdateDownload *transfer_ = nullptr;  // the feed, release notes or package in flight
     std::unique_ptr<QTemporaryFile> partialPackage_;
     bool cancelRequested_ = false;
+    // The running session answers the user (their check, their install).
+    bool userSession_ = false;
+    // The user asked while a background session ran: checked when it ends.
+    bool userCheckPending_ = false;
     bool installing_ = false;
     std::optional<AppcastItem> foundItem_;
     QString readyPackage_;  // verified download of foundItem_, or empty

@@ -264,8 +264,9 @@ TEST_F(EventsKit, EventsAreKeptAcrossARestartWhileOffline) {
         kit->enqueueEvent(EVTEvent::custom("after flush", {}));
         kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::WillTerminate));
     }
-    EXPECT_EQ(eventFiles("*.multipartmime").size(), 1);
-    EXPECT_EQ(eventFiles("*.log").size(), 1);
+    // The flush packaged the first file, quitting the second.
+    EXPECT_EQ(eventFiles("*.multipartmime").size(), 2);
+    EXPECT_TRUE(eventFiles("*.log").isEmpty());
 
     auto kit = start(server.url());
     QSignalSpy finished(kit.get(), &EVTEventsController::uploadFinished);
@@ -320,7 +321,7 @@ TEST_F(EventsKit, OnlyTheNewestHundredPackagedFilesAreKept) {
         const QString path =
             QDir(eventsDirectory())
                 .filePath(
-                    QStringLiteral("Boundary-%1.multipartmime").arg(i, 3, 10, QLatin1Char('0')));
+                    QStringLiteral("Boundary-%1.multipartmime").arg(i, 32, 10, QLatin1Char('0')));
         writeFile(path, "x");
         QFile file(path);
         ASSERT_TRUE(file.open(QIODevice::ReadWrite));
@@ -330,8 +331,8 @@ TEST_F(EventsKit, OnlyTheNewestHundredPackagedFilesAreKept) {
     kit->waitUntilIdle();
     const QStringList kept = eventFiles("*.multipartmime");
     ASSERT_EQ(kept.size(), 100);
-    EXPECT_EQ(kept.first(), "Boundary-005.multipartmime");
-    EXPECT_EQ(kept.last(), "Boundary-104.multipartmime");
+    EXPECT_EQ(kept.first(), "Boundary-00000000000000000000000000000005.multipartmime");
+    EXPECT_EQ(kept.last(), "Boundary-00000000000000000000000000000104.multipartmime");
 }
 
 struct SwitchedOffCase {
@@ -344,8 +345,10 @@ class StartedSwitchedOff : public EventsKit, public testing::WithParamInterface<
 
 TEST_P(StartedSwitchedOff, RemovesWhatItFindsAndRecordsAndSendsNothing) {
     QDir().mkpath(eventsDirectory());
-    writeFile(QDir(eventsDirectory()).filePath("Boundary-OLD.multipartmime"), "x");
-    writeFile(QDir(eventsDirectory()).filePath("OLD.log"), "x\n");
+    writeFile(
+        QDir(eventsDirectory()).filePath("Boundary-0123456789abcdef0123456789abcdef.multipartmime"),
+        "x");
+    writeFile(QDir(eventsDirectory()).filePath("0123ABCD-0000-4000-8000-000000000001.log"), "x\n");
     writeSettings({}, GetParam().features);
     auto kit = start(server.url(), nullptr, GetParam().collectionEnabled);
     kit->enqueueEvent(EVTEvent::custom("ignored", {}));

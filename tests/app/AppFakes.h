@@ -171,10 +171,19 @@ struct FakeUrlOpener : UrlOpener {
 
 struct FakeUpdateChecks : UpdateChecks {
     QStringList calls;
+    bool checks = false;
+    bool downloads = false;
+    qint64 interval = updateInterval::kDaily;
+    bool automaticallyChecksForUpdates() override { return checks; }
     void setAutomaticallyChecksForUpdates(bool on) override {
+        checks = on;
         calls << QString("checks %1").arg(on);
     }
+    qint64 updateCheckInterval() override { return interval; }
+    void setUpdateCheckInterval(qint64 seconds) override { interval = seconds; }
+    bool automaticallyDownloadsUpdates() override { return downloads; }
     void setAutomaticallyDownloadsUpdates(bool on) override {
+        downloads = on;
         calls << QString("downloads %1").arg(on);
     }
     void checkForUpdatesInBackground() override { calls << "background"; }

@@ -19,8 +19,8 @@ protected:
     void SetUp() override {
         ASSERT_TRUE(dir.isValid());
         preferences = std::make_unique<QRMPreferencesManager>(
-            std::make_unique<QSettings>(dir.filePath("settings.ini"), QSettings::IniFormat),
-            [] { return std::optional<uint64_t>(); }, QUrl("https://example.invalid/feed.xml"));
+            dir.filePath("settings.ini"), [] { return std::optional<uint64_t>(); },
+            QUrl("https://example.invalid/feed.xml"));
         localization = std::make_unique<QRMLocalization>(
             *preferences, QStringLiteral(":/translations"), [] { return QStringList{"en-US"}; });
         rig.localized = [this](const QString &key) { return localization->localized(key); };

@@ -22,8 +22,7 @@ protected:
     QString settingsPath() const { return dir_.filePath("Tarnwell.conf"); }
     std::unique_ptr<QRMPreferencesManager> makeStore(const QString &path) {
         return std::make_unique<QRMPreferencesManager>(
-            std::make_unique<QSettings>(path, QSettings::IniFormat),
-            [this] { return installedMemory_; }, kStableFeed);
+            path, [this] { return installedMemory_; }, kStableFeed);
     }
     QRMPreferencesManager &store() {
         if (!store_) {
@@ -270,8 +269,7 @@ TEST_F(PreferencesTest, FeedChangeReachesTheUpdaterEvenWhenUnchanged) {
 TEST_F(PreferencesTest, FeedFromARunTimeOverrideIsNeverStored) {
     const QUrl local("http://127.0.0.1:8931/download/appcast.xml");
     QRMPreferencesManager overridden(
-        std::make_unique<QSettings>(settingsPath(), QSettings::IniFormat),
-        [] { return std::nullopt; }, local, true);
+        settingsPath(), [] { return std::nullopt; }, local, true);
     EXPECT_EQ(overridden.updatesFeedURL(), local);
     EXPECT_FALSE(restartedStore()->hasStoredValue(Setting::FeedURL));
 }

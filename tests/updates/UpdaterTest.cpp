@@ -63,8 +63,7 @@ class UpdaterTest : public ::testing::Test {
 protected:
     UpdaterTest()
         : preferences_(
-              std::make_unique<QSettings>(dir_.filePath("Tarnwell.conf"), QSettings::IniFormat),
-              [] { return std::nullopt; }, QUrl()) {
+              dir_.filePath("Tarnwell.conf"), [] { return std::nullopt; }, QUrl()) {
         updater_ = makeUpdater();
     }
 
@@ -159,7 +158,7 @@ TEST_P(FeedFaultTest, UserIsToldWhyAndABackgroundCheckStaysSilentUntilTheNextInt
     server_.script(GetParam().reply);
     check(&QRMUpdater::checkForUpdatesInBackground);
     EXPECT_THAT(ui_.calls, IsEmpty());
-    EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateCheckInterval::kDaily));
+    EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateInterval::kDaily));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -190,6 +189,16 @@ TEST_F(UpdaterTest, NoNetworkAndInsecureAddressesAreClearErrors) {
         EXPECT_THAT(ui_.lastDetail, HasSubstr("not a secure")) << address;
     }
     EXPECT_THAT(server_.requests(), IsEmpty());
+}
+
+TEST_F(UpdaterTest, AUserCheckDuringABackgroundCheckIsAnsweredAfterIt) {
+    server_.script(ScriptedReply::stall());
+    serve(feed("100"));
+    updater_->checkForUpdatesInBackground();
+    updater_->checkForUpdates();
+    finishSession();
+    finishSession();
+    EXPECT_THAT(ui_.calls, ElementsAre("up to date 1.0"));
 }
 
 TEST_F(UpdaterTest, ARedirectOnTheSameHostIsFollowed) {
@@ -362,18 +371,17 @@ TEST_F(UpdaterTest, InformationCheckShowsNothingAndFeedChangesGoThroughTheStore)
 TEST_F(UpdaterTest, ScheduleFollowsTheIntervalAndLastCheckAcrossRestarts) {
     EXPECT_FALSE(updater_->nextScheduledCheck()) << "off until turned on";
     updater_->setAutomaticallyChecksForUpdates(true);
-    updater_->setUpdateCheckInterval(updateCheckInterval::kWeekly);
+    updater_->setUpdateCheckInterval(updateInterval::kWeekly);
     EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(0)) << "never checked";
     serve(feed("100"));
     check(&QRMUpdater::checkForUpdatesInBackground);
 
     clock_ += 3600;
     updater_ = makeUpdater();
-    EXPECT_EQ(updater_->updateCheckInterval(), updateCheckInterval::kWeekly);
-    EXPECT_EQ(updater_->nextScheduledCheck(),
-              std::chrono::seconds(updateCheckInterval::kWeekly - 3600));
+    EXPECT_EQ(updater_->updateCheckInterval(), updateInterval::kWeekly);
+    EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateInterval::kWeekly - 3600));
     clock_ = kNow - 1000;  // the clock was set back
-    EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateCheckInterval::kWeekly));
+    EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateInterval::kWeekly));
 
     for (const auto &[stored, used] : {std::pair<const char *, qint64>{"0", 3600},
                                        {"-5", 3600},

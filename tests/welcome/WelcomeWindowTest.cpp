@@ -116,9 +116,8 @@ struct ControllerRig {
     RecordingView view;
     bool welcomeShown = false;
     QTemporaryDir home;
-    QRMPreferencesManager preferences{
-        std::make_unique<QSettings>(home.filePath("settings.ini"), QSettings::IniFormat),
-        [] { return std::nullopt; }, QUrl()};
+    QRMPreferencesManager preferences{home.filePath("settings.ini"), [] { return std::nullopt; },
+                                      QUrl()};
     QRMLocalization localization{preferences, ":/translations", [] { return QStringList(); }};
 
     std::unique_ptr<QRMWelcomePageWindowController> start() {

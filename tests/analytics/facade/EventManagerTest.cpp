@@ -42,8 +42,8 @@ protected:
     void SetUp() override {
         ASSERT_TRUE(folder.isValid());
         preferences = std::make_unique<QRMPreferencesManager>(
-            std::make_unique<QSettings>(folder.filePath("settings.ini"), QSettings::IniFormat),
-            [] { return std::optional<uint64_t>(kInstalled); }, QUrl());
+            folder.filePath("settings.ini"), [] { return std::optional<uint64_t>(kInstalled); },
+            QUrl());
         manager = std::make_unique<QRMEventManager>(memory, *preferences, "1.2.3", "45");
         EVTConfiguration configuration;
         configuration.rootDirectory = folder.filePath("analytics");
