@@ -16,15 +16,29 @@
 
 namespace tarnwell {
 
+namespace {
+
+// Drawn from its vector source once per process: four sizes cost more than
+// the rest of an opening.
+const QIcon &preferencesWindowIcon() {
+    static const QIcon icon = [] {
+        QIcon drawn;
+        for (const int size : {16, 32, 64, 128}) {
+            drawn.addPixmap(
+                QPixmap::fromImage(loadStatusBarIcon(kStatusBarIconStatic3D, {size, size})));
+        }
+        return drawn;
+    }();
+    return icon;
+}
+
+}  // namespace
+
 QRMPreferencesWindowController::QRMPreferencesWindowController(PreferencesServices services,
                                                                QWidget *parent)
     : QWidget(parent, Qt::Window), services_(std::move(services)) {
     setAttribute(Qt::WA_DeleteOnClose);
-    QIcon icon;
-    for (const int size : {16, 32, 64, 128}) {
-        icon.addPixmap(QPixmap::fromImage(loadStatusBarIcon(kStatusBarIconStatic3D, {size, size})));
-    }
-    setWindowIcon(icon);
+    setWindowIcon(preferencesWindowIcon());
 
     tabView = new QTabWidget;
     tabGeneral = new GeneralTab(services_);
