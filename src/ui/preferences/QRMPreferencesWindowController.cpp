@@ -1,9 +1,11 @@
 #include "ui/preferences/QRMPreferencesWindowController.h"
 
+#include <QEvent>
 #include <QIcon>
 #include <QPixmap>
 #include <QShortcut>
 #include <QTabWidget>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include "StatusBarIcons.h"
@@ -38,6 +40,13 @@ QRMPreferencesWindowController::QRMPreferencesWindowController(PreferencesServic
                                                                QWidget *parent)
     : QWidget(parent, Qt::Window), services_(std::move(services)) {
     setAttribute(Qt::WA_DeleteOnClose);
+    // Half a second: a desktop switching themes sends several palette and
+    // style changes in a row, and the images are drawn once, for the last.
+    themeChangeDelay_ = new QTimer(this);
+    themeChangeDelay_->setSingleShot(true);
+    themeChangeDelay_->setInterval(500);
+    connect(themeChangeDelay_, &QTimer::timeout, this,
+            &QRMPreferencesWindowController::themeChanged);
     setWindowIcon(preferencesWindowIcon());
 
     tabView = new QTabWidget;
@@ -69,6 +78,16 @@ QRMPreferencesWindowController::QRMPreferencesWindowController(PreferencesServic
 }
 
 QRMPreferencesWindowController::~QRMPreferencesWindowController() = default;
+
+void QRMPreferencesWindowController::changeEvent(QEvent *event) {
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ThemeChange ||
+        event->type() == QEvent::StyleChange) {
+        if (themeChangeDelay_) {
+            themeChangeDelay_->start();
+        }
+    }
+    QWidget::changeEvent(event);
+}
 
 void QRMPreferencesWindowController::languageDidChanged() {
     const Localizer &localized = services_.localized;
