@@ -7,6 +7,7 @@
 #include "DecimalText.h"
 #include "LinuxMemorySource.h"
 #include "QRMRecordKeys.h"
+#include "RecordFigures.h"
 #include "threads/StartThread.h"
 
 namespace tarnwell {
@@ -149,6 +150,7 @@ QRMMemoryInfo::QRMMemoryInfo(std::unique_ptr<MemorySource> source,
 }
 
 QRMMemoryInfo::~QRMMemoryInfo() {
+    stopping_ = true;
     std::unique_lock lock(threadsMutex_);
     threadsFinished_.wait(lock, [this] { return runningThreads_ == 0; });
 }
@@ -311,7 +313,20 @@ void QRMMemoryInfo::cleanMemoryBlock() {
         blockClaimed_ = true;
         block = memoryBlock_;
     }
-    allocator_->makeResident(block.data, block.bytes);
+    // Others may allocate while the block becomes resident (tens of seconds
+    // for most of RAM on a busy machine): stop before available memory falls
+    // into the reserve, which the plan only kept as things stood before. A
+    // dropped part is better than the out-of-memory killer, which ended such
+    // a cleaning on a shared 24 GiB machine. Stop at once when quitting.
+    const uint64_t reserve =
+        cleaningReserveBytes(unsignedValue(info(), keys::hardwarePhysicalMemory));
+    allocator_->makeResident(block.data, block.bytes, [this, reserve] {
+        if (stopping_) {
+            return false;
+        }
+        const auto statistics = source_->sample().vmStatistics;
+        return statistics && statistics->availableBytes > reserve;
+    });
     std::unique_lock engineLock(engineMutex_);
     operationalBytes_ = 0;
     memoryCleaningThreadSemaphore_ = false;

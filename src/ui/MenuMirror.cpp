@@ -48,6 +48,7 @@ void MenuMirror::setMenu(QRMMenu *menu) {
     if (menu) {
         populate(menu_.get(), menu);
         connect(menu_.get(), &QMenu::aboutToShow, menu, &QRMMenu::notifyAboutToShow);
+        connect(menu_.get(), &QMenu::aboutToHide, menu, &QRMMenu::notifyClosed);
         connect(menu, &QRMMenu::itemsChanged, menu_.get(),
                 [this, menu] { populate(menu_.get(), menu); });
     }

@@ -1,6 +1,5 @@
-// One installation and one run: both kits of a process must name the same ones.
-#include "crash/RunIdentity.h"
-
+// One installation and one run: both kits of a process must name the same ones, as the
+// real program in the terminal writes them.
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
@@ -24,60 +23,6 @@ using namespace testing;
 
 const std::regex kLowercaseUuid("[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}");
 
-struct StoredCase {
-    const char *name;
-    const char *content;  // nullptr: no file
-    bool kept;            // the stored identifier is used as it is
-};
-
-class StoredInstallId : public ::testing::TestWithParam<StoredCase> {};
-
-TEST_P(StoredInstallId, IsKeptWhenUsableAndReplacedOtherwise) {
-    TemporaryDirectory directory;
-    const std::string path = directory.path() + "/v2/install_id";
-    if (GetParam().content != nullptr) {
-        fs::create_directories(directory.path() + "/v2");
-        std::ofstream(path) << GetParam().content;
-    }
-    const RunIdentity first = makeRunIdentity(path);
-    const RunIdentity second = makeRunIdentity(path);
-    if (GetParam().kept) {
-        EXPECT_EQ(first.installId, "0E8A6AD2-6B1C-4B36-9D55-2F0E7C1E4A11");
-    } else {
-        EXPECT_TRUE(std::regex_match(first.installId, kLowercaseUuid)) << first.installId;
-    }
-    EXPECT_EQ(second.installId, first.installId) << "kept across runs";
-    EXPECT_NE(second.sessionId, first.sessionId) << "new for each run";
-    EXPECT_TRUE(std::regex_match(first.sessionId, kLowercaseUuid)) << first.sessionId;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Files, StoredInstallId,
-    ::testing::Values(StoredCase{"Missing", nullptr, false},
-                      StoredCase{"Stored", "0E8A6AD2-6B1C-4B36-9D55-2F0E7C1E4A11\n", true},
-                      StoredCase{"Empty", "", false},
-                      StoredCase{"NotAnIdentifier", "{\"id\": 1}\n", false},
-                      StoredCase{"Oversized",
-                                 "0123456789abcdef0123456789abcdef0123456789abcdef"
-                                 "0123456789abcdef0123456789abcdef",
-                                 false}),
-    [](const auto &info) { return std::string(info.param.name); });
-
-TEST(RunIdentityTest, LinkOutOfTheFolderIsNotFollowed) {
-    TemporaryDirectory directory;
-    const std::string outside = directory.path() + "/outside";
-    std::ofstream(outside) << "0e8a6ad2-6b1c-4b36-9d55-2f0e7c1e4a11\n";
-    fs::create_symlink(outside, directory.path() + "/install_id");
-    const RunIdentity identity = makeRunIdentity(directory.path() + "/install_id");
-    EXPECT_NE(identity.installId, "0e8a6ad2-6b1c-4b36-9d55-2f0e7c1e4a11");
-    std::ifstream untouched(outside);
-    std::string line;
-    std::getline(untouched, line);
-    EXPECT_EQ(line, "0e8a6ad2-6b1c-4b36-9d55-2f0e7c1e4a11");
-}
-
-// The real program in the terminal: the events kit's metadata and the crash report's
-// carry one install identifier, one session, the account key, and the build.
 TEST(RunIdentityTest, BothKitsOfARunNameTheSameOne) {
     TemporaryDirectory home;
     const fs::path telemetry = fs::path(home.path()) / "data/telemetry.data/app.tarnwell.Tarnwell";

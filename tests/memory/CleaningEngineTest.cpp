@@ -100,12 +100,17 @@ public:
         allocatedBytes.push_back(bytes);
         return real.allocate(bytes);
     }
-    void makeResident(void *block, size_t bytes) override {
+    void makeResident(void *block, size_t bytes, const std::function<bool()> &keepGoing) override {
         if (++makeResidentCalls == 1) {
             entered.set_value();
         }
         gate.wait();
-        real.makeResident(block, bytes);
+        // Until told to stop, for at most 10 s, when the test quits.
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (untilStopped && keepGoing() && std::chrono::steady_clock::now() < deadline) {
+        }
+        keptGoing = keepGoing();
+        real.makeResident(block, bytes, keepGoing);
     }
     void release(void *block, size_t bytes) override {
         ++releaseCalls;
@@ -115,6 +120,8 @@ public:
     ResidentBlockAllocator real;
     std::vector<size_t> allocatedBytes;
     std::atomic<int> makeResidentCalls = 0;
+    std::atomic<bool> keptGoing = false;  // what keepGoing() said once the gate opened
+    bool untilStopped = false;
     std::atomic<int> releaseCalls = 0;
     std::promise<void> entered;
     std::shared_future<void> gate;
@@ -238,6 +245,27 @@ TEST_F(CleaningEngine, RemovingAnObserverWaitsForItsRunningCall) {
     engine.reset();
 }
 
+// The block is sized to leave the reserve as things stood at the start;
+// when others take memory meanwhile, or the program quits, the cleaning
+// stops at its next part.
+TEST_F(CleaningEngine, StopsWhenAvailableMemoryFallsIntoTheReserve) {
+    ASSERT_TRUE(engine->cleanMemoryNow().started());
+    allocator->entered.get_future().wait();
+    state->vmStatistics->availableBytes = 255 * MiB;  // the reserve is 256 MiB
+    openGate.set_value();
+    engine.reset();
+    EXPECT_FALSE(allocator->keptGoing);
+}
+
+TEST_F(CleaningEngine, QuittingStopsTheCleaning) {
+    allocator->untilStopped = true;
+    openGate.set_value();
+    ASSERT_TRUE(engine->cleanMemoryNow().started());
+    allocator->entered.get_future().wait();
+    engine.reset();
+    EXPECT_FALSE(allocator->keptGoing);
+}
+
 TEST_F(CleaningEngine, RefusedRequestAllocatesNothing) {
     state->vmStatistics->freeCount = 0;
     engine->refresh();
@@ -262,7 +290,12 @@ TEST(ResidentBlockAllocator, MakesEveryPageResidentAndZero) {
         return std::count_if(residency.begin(), residency.end(), [](auto r) { return r & 1; });
     };
     EXPECT_EQ(residentPages(), 0);
-    allocator.makeResident(block, bytes);
+    // Parts of 64 pages; told to stop before the third.
+    ResidentBlockAllocator inParts(64 * pageSize);
+    int parts = 0;
+    inParts.makeResident(block, bytes, [&] { return ++parts <= 2; });
+    EXPECT_EQ(residentPages(), 128);
+    allocator.makeResident(block, bytes, [] { return true; });
     EXPECT_EQ(residentPages(), 256);
     const auto *bytesOfBlock = static_cast<const unsigned char *>(block);
     EXPECT_TRUE(std::all_of(bytesOfBlock, bytesOfBlock + bytes, [](auto b) { return b == 0; }));

@@ -39,16 +39,11 @@ INSTANTIATE_TEST_SUITE_P(
         DecideCase{"LxqtThemeOverColorScheme", "LXQt", {false, {}, true, {}, false}, false},
         DecideCase{"KdeColorsOnPlasma", "KDE", {{}, true, false, false, false}, true},
         DecideCase{"ColorSchemeBeforeGtkTheme", "XFCE", {{}, {}, true, false, false}, true},
-        DecideCase{"GtkThemeBeforeOtherDesktopsFiles", "XFCE", {true, {}, {}, false, true}, false},
-        DecideCase{"DesktopListWithLxqt", "X-Debian:LXQt", {true, false, {}, {}, false}, true}),
+        DecideCase{"GtkThemeBeforeOtherDesktopsFiles",
+                   "X-Debian:XFCE",
+                   {true, {}, {}, false, true},
+                   false}),
     test::caseName);
-
-TEST(GtkThemeName, NamesADarkVariant) {
-    EXPECT_EQ(PanelAppearance::gtkThemeIsDark(QStringLiteral("Adwaita-dark")), true);
-    EXPECT_EQ(PanelAppearance::gtkThemeIsDark(QStringLiteral("Adwaita:dark")), true);
-    EXPECT_EQ(PanelAppearance::gtkThemeIsDark(QStringLiteral("Greybird")), false);
-    EXPECT_EQ(PanelAppearance::gtkThemeIsDark(QString()), std::nullopt);
-}
 
 void write(const QString &path, const QByteArray &text) {
     QDir().mkpath(QFileInfo(path).path());
