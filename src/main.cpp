@@ -191,7 +191,7 @@ int runTrayApplication(int argc, char **argv) {
     checkForeignSignalHandlersWhenRunning();
     QRMUserNotificationsManager &notifier =
         QRMUserNotificationsManager::sharedUserNotificationsManager();
-    ApplicationUpdater updater(QRMPreferencesManager::sharedPreferencesManager(), notifier);
+    ApplicationUpdater updater(preferences, notifier);
     QRMTaskbarPresence taskbarPresence([&preferences] { return preferences.showDockIcon(); });
     QRMLoginItems &loginItems = QRMLoginItems::sharedLoginItems();
     const auto windows = [&](ApplicationSession &session) -> std::unique_ptr<QObject> {
@@ -199,7 +199,8 @@ int runTrayApplication(int argc, char **argv) {
             session.delegate(), preferences, session.engine(),
             [](const QString &key) { return localized(key); },
             QRMLanguageNotifier::sharedNotifier(), loginItems, QRMLoginItems::applicationPath(),
-            [&taskbarPresence] { taskbarPresence.showDockIconChanged(); }, &usageEvents});
+            [&taskbarPresence] { taskbarPresence.showDockIconChanged(); }, &usageEvents,
+            &updater.updater()});
         QObject::connect(&session.delegate(), &QRMAppDelegate::preferencesWindowRequested,
                          opener.get(), &PreferencesWindowOpener::showPreferencesWindow);
         return opener;
