@@ -28,13 +28,18 @@
 #include "crash/ReportStore.h"
 #include "crash/RunIdentity.h"
 #include "crash/TelemetryDirectory.h"
+#include "localization/QRMLanguageNotifier.h"
+#include "localization/QRMLocalization.h"
 #include "memory/LinuxMemorySource.h"
 #include "memory/QRMMemoryInfo.h"
+#include "platform/linux/QRMLoginItems.h"
+#include "platform/linux/QRMTaskbarPresence.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
 #include "preferences/QRMPreferencesManager.h"
 #include "ui/DisplayCheck.h"
 #include "ui/SingleInstance.h"
 #include "ui/StatusItemViewFactory.h"
+#include "ui/preferences/PreferencesWindowOpener.h"
 #include "updates/ApplicationUpdater.h"
 
 using namespace tarnwell;
@@ -187,8 +192,21 @@ int runTrayApplication(int argc, char **argv) {
     QRMUserNotificationsManager &notifier =
         QRMUserNotificationsManager::sharedUserNotificationsManager();
     ApplicationUpdater updater(QRMPreferencesManager::sharedPreferencesManager(), notifier);
+    QRMTaskbarPresence taskbarPresence([&preferences] { return preferences.showDockIcon(); });
+    QRMLoginItems &loginItems = QRMLoginItems::sharedLoginItems();
+    const auto windows = [&](ApplicationSession &session) -> std::unique_ptr<QObject> {
+        auto opener = std::make_unique<PreferencesWindowOpener>(PreferencesServices{
+            session.delegate(), preferences, session.engine(),
+            [](const QString &key) { return localized(key); },
+            QRMLanguageNotifier::sharedNotifier(), loginItems, QRMLoginItems::applicationPath(),
+            [&taskbarPresence] { taskbarPresence.showDockIconChanged(); }, &usageEvents});
+        QObject::connect(&session.delegate(), &QRMAppDelegate::preferencesWindowRequested,
+                         opener.get(), &PreferencesWindowOpener::showPreferencesWindow);
+        return opener;
+    };
     return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &host, &notifier, &usageEvents,
-                      &welcome, &updater.updater());
+                      &welcome, &updater.updater(), &loginItems, QRMLoginItems::applicationPath(),
+                      windows);
 }
 
 // The same controller in a terminal: a status line per refresh on standard
