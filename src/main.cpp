@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include <QApplication>
-#include <QCursor>
 #include <QTimer>
 
 #include "BuildInfo.h"
@@ -174,7 +173,8 @@ int runTrayApplication(int argc, char **argv) {
     SingleInstance instance(QDBusConnection::sessionBus());
     if (!instance.isFirst()) {
         const bool shown = instance.askFirstToShow();
-        std::printf("%s is already running%s\n", kDisplayName, shown ? "; its menu is open" : "");
+        std::printf("%s is already running%s\n", kDisplayName,
+                    shown ? "; its preferences are open" : "");
         return 0;
     }
     // Windows come and go; the status item keeps the program running.
@@ -184,8 +184,6 @@ int runTrayApplication(int argc, char **argv) {
         {[&preferences] { return int(preferences.statusBarTextPlacement()); },
          [&preferences] { return int(preferences.statusBarAppearance()); }});
     StatusItemHost &host = statusItem.host();
-    QObject::connect(&instance, &SingleInstance::showRequested, &host,
-                     [&host] { host.popUpMenu(QCursor::pos()); });
     FacadeUsageEvents usageEvents;
     WelcomeWindowProcess welcome(WelcomeWindowProcess::installedProgram());
     checkForeignSignalHandlersWhenRunning();
@@ -203,6 +201,9 @@ int runTrayApplication(int argc, char **argv) {
             &updater.updater()});
         QObject::connect(&session.delegate(), &QRMAppDelegate::preferencesWindowRequested,
                          opener.get(), &PreferencesWindowOpener::showPreferencesWindow);
+        // A second start asks for the one window that lets a user do anything.
+        QObject::connect(&instance, &SingleInstance::showRequested, &session.delegate(),
+                         &QRMAppDelegate::showPreferencesWindow);
         return opener;
     };
     return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &host, &notifier, &usageEvents,
