@@ -73,8 +73,7 @@ struct NoInstaller : PackageInstaller {
 struct Rig {
     Rig()
         : preferences(
-              std::make_unique<QSettings>(dir.filePath("Tarnwell.conf"), QSettings::IniFormat),
-              [] { return std::nullopt; }, QUrl()),
+              dir.filePath("Tarnwell.conf"), [] { return std::nullopt; }, QUrl()),
           // Newer than every item: the check ends silent, as most do.
           updater(preferences, installer,
                   {"100", "1.0", "12", dir.filePath("downloads"), QByteArray(32, 'k'), {}}) {

@@ -14,7 +14,8 @@ namespace tarnwell {
 
 ApplicationSession::ApplicationSession(QRMMemoryInfo &memory, StatusItemView *statusItem,
                                        UserNotifier *notifier, UsageEvents *usageEvents,
-                                       WelcomeWindowProcess *welcome, UpdateChecks *updater)
+                                       WelcomeWindowProcess *welcome, UpdateChecks *updater,
+                                       LoginItems *loginItems, const QString &loginItemPath)
     : engine_(memory), settings_(QRMPreferencesManager::sharedPreferencesManager()) {
     delegate_ = std::make_unique<QRMAppDelegate>(
         QRMAppDelegate::Services{engine_,
@@ -25,7 +26,9 @@ ApplicationSession::ApplicationSession(QRMMemoryInfo &memory, StatusItemView *st
                                  notifier,
                                  {},
                                  usageEvents,
-                                 updater});
+                                 updater,
+                                 loginItems,
+                                 loginItemPath});
     // Direct, so the menu is in the new language by the time the change returns.
     QObject::connect(&QRMLanguageNotifier::sharedNotifier(),
                      &QRMLanguageNotifier::languageDidChanged, delegate_.get(),
@@ -57,7 +60,8 @@ void ApplicationSession::connectWelcomeWindow(WelcomeWindowProcess &welcome) {
 
 int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *statusItem,
                UserNotifier *notifier, UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
-               UpdateChecks *updater) {
+               UpdateChecks *updater, LoginItems *loginItems, const QString &loginItemPath,
+               const SessionWindows &windows) {
     QCoreApplication::setApplicationName(QString::fromLatin1(kDisplayName));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kMarketingVersion));
     // A logout or a Ctrl-C ends the event loop, so everything is torn down in
@@ -65,7 +69,9 @@ int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *sta
     TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &app,
                      &QCoreApplication::quit);
-    ApplicationSession session(memory, statusItem, notifier, usageEvents, welcome, updater);
+    ApplicationSession session(memory, statusItem, notifier, usageEvents, welcome, updater,
+                               loginItems, loginItemPath);
+    const std::unique_ptr<QObject> openWindows = windows ? windows(session) : nullptr;
     return app.exec();
 }
 

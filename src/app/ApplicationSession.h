@@ -1,6 +1,10 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+
+#include <QObject>
+#include <QString>
 
 #include "app/ApplicationActivity.h"
 #include "app/MemoryEngine.h"
@@ -13,6 +17,7 @@ class QCoreApplication;
 
 namespace tarnwell {
 
+class LoginItems;
 class StatusItemView;
 class UpdateChecks;
 class UsageEvents;
@@ -27,12 +32,15 @@ class ApplicationSession {
 public:
     // usageEvents may be null: nothing is reported. welcome may be null: no
     // welcome window (console mode). updater may be null: no update checks.
+    // loginItems may be null: the first run adds no login item.
     ApplicationSession(QRMMemoryInfo &memory, StatusItemView *statusItem, UserNotifier *notifier,
                        UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
-                       UpdateChecks *updater = nullptr);
+                       UpdateChecks *updater = nullptr, LoginItems *loginItems = nullptr,
+                       const QString &loginItemPath = {});
     ~ApplicationSession();
 
     QRMAppDelegate &delegate() { return *delegate_; }
+    MemoryEngine &engine() { return engine_; }
 
 private:
     void connectWelcomeWindow(WelcomeWindowProcess &welcome);
@@ -44,10 +52,15 @@ private:
     std::unique_ptr<ApplicationActivity> activity_;
 };
 
+// Windows a session opens on request, made once the session runs; they live
+// as long as the session.
+using SessionWindows = std::function<std::unique_ptr<QObject>(ApplicationSession &session)>;
+
 // Runs a session over the given views in app's event loop until the quit
 // command, SIGINT or SIGTERM. Returns the exit status.
 int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *statusItem,
                UserNotifier *notifier, UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
-               UpdateChecks *updater = nullptr);
+               UpdateChecks *updater = nullptr, LoginItems *loginItems = nullptr,
+               const QString &loginItemPath = {}, const SessionWindows &windows = {});
 
 }  // namespace tarnwell

@@ -8,6 +8,7 @@
 #include "BuildInfo.h"
 #include "StatusBarIcons.h"
 #include "app/AppSettings.h"
+#include "app/LoginItems.h"
 #include "app/MemoryEngine.h"
 #include "app/QRMMakeURL.h"
 #include "app/RecordValues.h"
@@ -54,6 +55,8 @@ QRMAppDelegate::QRMAppDelegate(Services services, QObject *parent)
       notifier_(services.notifier),
       usageEvents_(services.usageEvents),
       updater_(services.updater),
+      loginItems_(services.loginItems),
+      loginItemPath_(std::move(services.loginItemPath)),
       runInBackground_(services.runInBackground ? std::move(services.runInBackground)
                                                 : BackgroundRunner(runOnNewThread)) {
     connect(&refreshMemoryInfoTimer_, &QTimer::timeout, this, &QRMAppDelegate::refreshMemoryInfo);
@@ -107,10 +110,12 @@ void QRMAppDelegate::awakeFromNib() {
         statusItem_->setMenu(statusMenu_.menu());
     }
     languageDidChanged();
-    // Adding the autostart entry on the first run belongs to the login-items
-    // part, which the preferences window brings; until then only the event.
+    const bool firstRun = settings_.isFirstRun();
+    if (firstRun && loginItems_ && !loginItems_->findApplicationAtLoginItems(loginItemPath_)) {
+        loginItems_->addApplicationToLoginItems(loginItemPath_);
+    }
     if (usageEvents_) {
-        if (settings_.isFirstRun()) {
+        if (firstRun) {
             usageEvents_->firstRun();
         } else {
             usageEvents_->run();
@@ -372,11 +377,10 @@ void QRMAppDelegate::refreshStatusItemTitle() {
         statusItem_->setTitle(title);
         // A bare figure on the panel says neither free nor used; the tool tip
         // names it, whatever the title shows (and repeats an unreadable sample).
-        statusItem_->setToolTip(
-            problem.empty()
-                ? QStringLiteral("%1: %2 (%3)")
-                      .arg(localized_(QStringLiteral("FreeMemory")), freeSize, freePercent)
-                : title);
+        statusItem_->setToolTip(problem.empty() ? QStringLiteral("%1: %2 (%3)")
+                                                      .arg(localized_(QStringLiteral("FreeMemory")),
+                                                           freeSize, freePercent)
+                                                : title);
     }
 }
 

@@ -14,6 +14,7 @@
 namespace tarnwell {
 
 class AppSettings;
+class LoginItems;
 class MemoryEngine;
 class StatusItemView;
 class UpdateChecks;
@@ -52,6 +53,10 @@ public:
         UsageEvents *usageEvents = nullptr;
         // Null: no update checks.
         UpdateChecks *updater = nullptr;
+        // Null: the first run adds no login item.
+        LoginItems *loginItems = nullptr;
+        // What a login item starts.
+        QString loginItemPath = {};
     };
 
     // Takes the first sample (which may already start a cleaning, when a
@@ -138,6 +143,8 @@ private:
     UserNotifier *notifier_;
     UsageEvents *usageEvents_;
     UpdateChecks *updater_;
+    LoginItems *loginItems_;
+    QString loginItemPath_;
     BackgroundRunner runInBackground_;
     int memoryCleanedObserver_ = -1;
     // Background tasks still running; the destructor waits for them, since

@@ -249,6 +249,8 @@ void PanelAppearance::readColorScheme() {
     QDBusMessage read = QDBusMessage::createMethodCall(kPortalService, kPortalPath, kPortalSettings,
                                                        QStringLiteral("Read"));
     read << kAppearanceGroup << kColorSchemeKey;
+    // Asking must not start a portal the session does not run.
+    read.setAutoStartService(false);
     auto *pending =
         new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(read), this);
     connect(pending, &QDBusPendingCallWatcher::finished, this,

@@ -77,31 +77,22 @@ TEST_P(HostileEventFiles, AreNeitherSentNorTouched) {
     // This run's own file is sent (with whatever the kit finds its own); the test
     // waits for it.
     kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::DidBecomeActive));
-    const auto sentThisRun = [&] {
+    QByteArray sent;  // every event line the server got, and every body
+    while (!sent.contains("app_became_active")) {
+        ASSERT_TRUE(finished.wait(20'000)) << "the worker never got to this run's file";
+        sent.clear();
         for (const test::ReceivedRequest &request : server.requests()) {
             const test::UnpackedUpload upload =
                 test::unpack(request.body, test::boundaryOf(request.headers.value("content-type")));
-            if (upload.lines.join().contains("app_became_active")) {
-                return true;
-            }
+            ASSERT_FALSE(upload.lines.isEmpty()) << "not an event file: " << request.body.data();
+            const QJsonObject metadata =
+                QJsonDocument::fromJson(test::linePayload(upload.lines.first())).object();
+            EXPECT_LE(metadata["install_id"].toString().size(), 64);
+            sent += upload.lines.join() + request.body;
         }
-        return false;
-    };
-    while (!sentThisRun()) {
-        ASSERT_TRUE(finished.wait(20'000)) << "the worker never got to this run's file";
     }
     kit.reset();
-
-    for (const test::ReceivedRequest &request : server.requests()) {
-        const test::UnpackedUpload upload =
-            test::unpack(request.body, test::boundaryOf(request.headers.value("content-type")));
-        ASSERT_FALSE(upload.lines.isEmpty())
-            << "not an event file: " << request.body.left(200).toStdString();
-        EXPECT_FALSE(request.body.contains(kForeignBytes));
-        const QJsonObject metadata =
-            QJsonDocument::fromJson(test::linePayload(upload.lines.first())).object();
-        EXPECT_LE(metadata["install_id"].toString().size(), 64);
-    }
+    EXPECT_FALSE(sent.contains(kForeignBytes));
     for (auto entry = placed.begin(); entry != placed.end(); ++entry) {
         EXPECT_EQ(std::pair(entryType(entry.key()), targetType(entry.key())), entry.value())
             << entry.key() << " was changed";

@@ -39,16 +39,11 @@ INSTANTIATE_TEST_SUITE_P(
         DecideCase{"LxqtThemeOverColorScheme", "LXQt", {false, {}, true, {}, false}, false},
         DecideCase{"KdeColorsOnPlasma", "KDE", {{}, true, false, false, false}, true},
         DecideCase{"ColorSchemeBeforeGtkTheme", "XFCE", {{}, {}, true, false, false}, true},
-        DecideCase{"GtkThemeBeforeOtherDesktopsFiles", "XFCE", {true, {}, {}, false, true}, false},
-        DecideCase{"DesktopListWithLxqt", "X-Debian:LXQt", {true, false, {}, {}, false}, true}),
+        DecideCase{"GtkThemeBeforeOtherDesktopsFiles",
+                   "X-Debian:XFCE",
+                   {true, {}, {}, false, true},
+                   false}),
     test::caseName);
-
-TEST(GtkThemeName, NamesADarkVariant) {
-    EXPECT_EQ(PanelAppearance::gtkThemeIsDark(QStringLiteral("Adwaita-dark")), true);
-    EXPECT_EQ(PanelAppearance::gtkThemeIsDark(QStringLiteral("Adwaita:dark")), true);
-    EXPECT_EQ(PanelAppearance::gtkThemeIsDark(QStringLiteral("Greybird")), false);
-    EXPECT_EQ(PanelAppearance::gtkThemeIsDark(QString()), std::nullopt);
-}
 
 void write(const QString &path, const QByteArray &text) {
     QDir().mkpath(QFileInfo(path).path());
@@ -266,11 +261,11 @@ TEST_F(OnXServer, ALegacyTrayIsSeenComingAndGoing) {
     QSignalSpy changed(&tray, &LegacyTrayPresence::changed);
 
     SelectionOwner trayer(display(), "_NET_SYSTEM_TRAY_S0");
-    ASSERT_TRUE(changed.wait(5000));
+    ASSERT_TRUE(changed.wait(15000));
     EXPECT_TRUE(tray.isPresent());
 
     trayer.leave();
-    ASSERT_TRUE(changed.wait(5000));
+    ASSERT_TRUE(changed.wait(15000));
     EXPECT_FALSE(tray.isPresent());
 }
 
@@ -285,7 +280,7 @@ TEST_F(OnXServer, TheXSettingsThemeTurnsThePanelDark) {
 
     QSignalSpy changed(&appearance, &PanelAppearance::changed);
     manager.setProperty("_XSETTINGS_SETTINGS", xsettingsBlob(false, "Greybird-dark"));
-    ASSERT_TRUE(changed.wait(5000));
+    ASSERT_TRUE(changed.wait(15000));
     EXPECT_TRUE(appearance.isDark());
 }
 
