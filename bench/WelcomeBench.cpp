@@ -134,22 +134,26 @@ int main(int argc, char **argv) {
 
     const long trayBeforeKiB = statusKiB(getpid(), "VmRSS:");
     std::vector<double> cold, warm, baseCold, baseWarm;
-    long pss = 0, basePss = 0;
+    std::vector<double> pss, basePss;
     for (int h = 0; h < kHomes; ++h) {
         QTemporaryDir home, baseHome;
         for (int i = 0; i <= kWarmPerHome; ++i) {
             useHome(home);
-            const Launch w = launchWelcome(welcomeProgram, h == 0 && i == 1);
+            // Memory of the warm windows of the first home.
+            const bool measurePss = h == 0 && i > 0;
+            const Launch w = launchWelcome(welcomeProgram, measurePss);
             useHome(baseHome);
-            const Launch b = launchBaseline(baselineProgram, page, h == 0 && i == 1);
+            const Launch b = launchBaseline(baselineProgram, page, measurePss);
             if (w.ms < 0 || b.ms < 0) {
                 std::fprintf(stderr, "a window did not load\n");
                 return 1;
             }
             (i == 0 ? cold : warm).push_back(w.ms);
             (i == 0 ? baseCold : baseWarm).push_back(b.ms);
-            pss = std::max(pss, w.pssKiB);
-            basePss = std::max(basePss, b.pssKiB);
+            if (measurePss) {
+                pss.push_back(double(w.pssKiB) / 1024);
+                basePss.push_back(double(b.pssKiB) / 1024);
+            }
         }
     }
 
@@ -164,9 +168,11 @@ int main(int argc, char **argv) {
     };
     row("cold (fresh home)", cold, baseCold);
     row("warm", warm, baseWarm);
+    const Summary p = summarize(pss), q = summarize(basePss);
     std::printf(
-        "PSS of the process tree while open: welcome %.1f MiB, bare view %.1f MiB (%.2fx)\n",
-        double(pss) / 1024, double(basePss) / 1024, double(pss) / double(basePss));
+        "PSS of the process tree while open, MiB: welcome %.1f (%.1f..%.1f), bare view %.1f "
+        "(%.1f..%.1f), %.2fx (n=%zu)\n",
+        p.median, p.low, p.high, q.median, q.low, q.high, p.median / q.median, pss.size());
 
     // Every window has closed; what does the tray keep, and is anything left?
     QTest::qWait(60000);

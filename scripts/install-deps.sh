@@ -12,6 +12,8 @@ packages=(
     # the welcome window's web view (its own executable, never linked into tarnwell)
     qt6-webengine-dev
     libgl-dev libegl-dev zlib1g-dev libxcb1-dev libxcb-ewmh-dev
+    # update signatures (Ed25519)
+    libssl-dev
     # tests and benchmarks
     libgtest-dev libgmock-dev googletest libbenchmark-dev hyperfine
     # readelf, the independent check of build-ids in the crash tests
@@ -21,10 +23,12 @@ packages=(
     bash-completion
     # a desktop for the tests: display, window manager, session bus, notifications
     xvfb xauth x11-utils openbox dbus dbus-x11 dunst xdotool
+    # text drawn into the status icon, in the tests as on a desktop
+    fonts-dejavu-core
 )
 if [ "${1:-}" = "--panels" ]; then
     packages+=(xfce4-panel xfce4-indicator-plugin ayatana-indicator-application libglib2.0-bin
-        imagemagick)
+        imagemagick lxqt-panel lxqt-themes tint2)
 fi
 
 missing=()

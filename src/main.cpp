@@ -10,6 +10,7 @@
 #include <QTimer>
 
 #include "BuildInfo.h"
+#include "analytics/EVTConfiguration.h"
 #include "analytics/facade/QRMEventManager.h"
 #include "app/ApplicationSession.h"
 #include "app/ConsoleViews.h"
@@ -19,15 +20,26 @@
 #include "cli/CrashReportsCommand.h"
 #include "cli/MemoryCommands.h"
 #include "cli/SettingsCommand.h"
+#include "cli/UserFolders.h"
 #include "crash/CrashLog.h"
 #include "crash/CrashReporter.h"
 #include "crash/DeliberateCrash.h"
 #include "crash/ReportStore.h"
+#include "crash/RunIdentity.h"
 #include "crash/TelemetryDirectory.h"
+#include "localization/QRMLanguageNotifier.h"
+#include "localization/QRMLocalization.h"
 #include "memory/LinuxMemorySource.h"
 #include "memory/QRMMemoryInfo.h"
+#include "platform/linux/QRMLoginItems.h"
+#include "platform/linux/QRMTaskbarPresence.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
+#include "preferences/QRMPreferencesManager.h"
+#include "ui/DisplayCheck.h"
+#include "ui/SingleInstance.h"
 #include "ui/StatusItemViewFactory.h"
+#include "ui/preferences/PreferencesWindowOpener.h"
+#include "updates/ApplicationUpdater.h"
 
 using namespace tarnwell;
 
@@ -68,7 +80,18 @@ constexpr std::array kSubcommands{
                     cli::runCrashReports},
 };
 
-// First thing in main: a crash anywhere later, start-up included, leaves a report.
+// One installation and one run, as both kits report them: the install identifier
+// lives in the events kit's folder, where it has always been kept.
+const crash::RunIdentity &runIdentity() {
+    static const crash::RunIdentity identity = crash::makeRunIdentity(
+        EVTConfiguration::installIdPath(
+            EVTConfiguration::rootDirectoryForBundle(QString::fromLatin1(kBundleIdentifier)))
+            .toStdString());
+    return identity;
+}
+
+// First thing in main once the folders are settled: a crash anywhere later, start-up
+// included, leaves a report.
 void installCrashReporting() {
     const std::string telemetry = crash::telemetryDirectory(kBundleIdentifier);
     if (telemetry.empty()) {
@@ -83,6 +106,14 @@ void installCrashReporting() {
     options.metadata.bundleIdentifier = kBundleIdentifier;
     options.metadata.buildVersion = kBuildNumber;
     options.metadata.displayVersion = kMarketingVersion;
+    options.metadata.installId = runIdentity().installId;
+    options.metadata.sessionId = runIdentity().sessionId;
+    const QString apiKey = EVTConfiguration::forApplication(QString::fromLatin1(kBundleIdentifier),
+                                                            kMarketingVersion, kBuildNumber)
+                               .apiKey;
+    if (!apiKey.isEmpty()) {
+        options.metadata.apiKey = apiKey.toStdString();
+    }
     crash::startCrashReporting(options);
 }
 
@@ -104,7 +135,9 @@ int crashOnPurpose(std::string_view option) {
 class FacadeUsageEvents : public UsageEvents {
 public:
     FacadeUsageEvents() : events_(QRMEventManager::sharedEventManager()) {
-        events_.startEvents(QString::fromLatin1(kBundleIdentifier));
+        events_.startEvents(QString::fromLatin1(kBundleIdentifier),
+                            QString::fromStdString(runIdentity().installId),
+                            QString::fromStdString(runIdentity().sessionId));
     }
     ~FacadeUsageEvents() override {
         events_.applicationWillTerminate();
@@ -113,6 +146,8 @@ public:
     void firstRun() override { events_.firstRun(); }
     void run() override { events_.run(); }
     void memoryCleaned() override { events_.memoryCleaned(); }
+    void becameActive() override { events_.applicationDidBecomeActive(); }
+    void resignedActive() override { events_.applicationWillResignActive(); }
     void contentViewWithName(const QString &contentName, const QString &contentType,
                              const QString &contentId) override {
         events_.contentViewWithName(contentName, contentType, contentId);
@@ -135,22 +170,54 @@ bool hasDisplay() {
 
 int runTrayApplication(int argc, char **argv) {
     QApplication app(argc, argv);
+    SingleInstance instance(QDBusConnection::sessionBus());
+    if (!instance.isFirst()) {
+        const bool shown = instance.askFirstToShow();
+        std::printf("%s is already running%s\n", kDisplayName,
+                    shown ? "; its preferences are open" : "");
+        return 0;
+    }
     // Windows come and go; the status item keeps the program running.
     QApplication::setQuitOnLastWindowClosed(false);
-    const std::unique_ptr<StatusItemView> statusItem = createStatusItemView();
+    QRMPreferencesManager &preferences = QRMPreferencesManager::sharedPreferencesManager();
+    DesktopStatusItem statusItem(
+        {[&preferences] { return int(preferences.statusBarTextPlacement()); },
+         [&preferences] { return int(preferences.statusBarAppearance()); }});
+    StatusItemHost &host = statusItem.host();
     FacadeUsageEvents usageEvents;
     WelcomeWindowProcess welcome(WelcomeWindowProcess::installedProgram());
     checkForeignSignalHandlersWhenRunning();
-    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), statusItem.get(),
-                      &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents,
-                      &welcome);
+    QRMUserNotificationsManager &notifier =
+        QRMUserNotificationsManager::sharedUserNotificationsManager();
+    ApplicationUpdater updater(preferences, notifier);
+    QRMTaskbarPresence taskbarPresence([&preferences] { return preferences.showDockIcon(); });
+    QRMLoginItems &loginItems = QRMLoginItems::sharedLoginItems();
+    const auto windows = [&](ApplicationSession &session) -> std::unique_ptr<QObject> {
+        auto opener = std::make_unique<PreferencesWindowOpener>(PreferencesServices{
+            session.delegate(), preferences, session.engine(),
+            [](const QString &key) { return localized(key); },
+            QRMLanguageNotifier::sharedNotifier(), loginItems, QRMLoginItems::applicationPath(),
+            [&taskbarPresence] { taskbarPresence.showDockIconChanged(); }, &usageEvents,
+            &updater.updater()});
+        QObject::connect(&session.delegate(), &QRMAppDelegate::preferencesWindowRequested,
+                         opener.get(), &PreferencesWindowOpener::showPreferencesWindow);
+        // A second start asks for the one window that lets a user do anything.
+        QObject::connect(&instance, &SingleInstance::showRequested, &session.delegate(),
+                         &QRMAppDelegate::showPreferencesWindow);
+        return opener;
+    };
+    return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &host, &notifier, &usageEvents,
+                      &welcome, &updater.updater(), &loginItems, QRMLoginItems::applicationPath(),
+                      windows);
 }
 
 // The same controller in a terminal: a status line per refresh on standard
-// output, the cleaning messages, Ctrl-C to quit.
-int runConsoleApplication(int argc, char **argv) {
+// output, the cleaning messages, Ctrl-C to quit. why: the reason a tray could
+// not start, said on the same line.
+int runConsoleApplication(int argc, char **argv, const QString &why = {}) {
     QCoreApplication app(argc, argv);
-    std::fprintf(stderr, "%s %s is watching memory in the terminal; Ctrl-C quits.\n", kDisplayName,
+    std::fprintf(stderr, "%s%s %s is watching memory in the terminal; Ctrl-C quits.\n",
+                 why.isEmpty() ? "" : qPrintable(why + QStringLiteral("; ")), kDisplayName,
                  kMarketingVersion);
     ConsoleStatusItemView statusItem;
     ConsoleNotifier notifier;
@@ -174,12 +241,19 @@ int runApplication(int argc, char **argv) {
     if (console || !hasDisplay()) {
         return runConsoleApplication(argc, argv);
     }
+    if (const QString problem = displayProblem(); !problem.isEmpty()) {
+        return runConsoleApplication(argc, argv, problem);
+    }
     return runTrayApplication(argc, argv);
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
+    if (const auto refusal = cli::settleUserFolders()) {
+        std::fprintf(stderr, "tarnwell: %s\n", refusal->c_str());
+        return cli::kExitFailure;
+    }
     installCrashReporting();
     if (argc >= 2 && std::string_view(argv[1]).starts_with(kDebugCrashOption)) {
         return crashOnPurpose(argv[1]);

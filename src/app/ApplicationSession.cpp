@@ -14,7 +14,8 @@ namespace tarnwell {
 
 ApplicationSession::ApplicationSession(QRMMemoryInfo &memory, StatusItemView *statusItem,
                                        UserNotifier *notifier, UsageEvents *usageEvents,
-                                       WelcomeWindowProcess *welcome)
+                                       WelcomeWindowProcess *welcome, UpdateChecks *updater,
+                                       LoginItems *loginItems, const QString &loginItemPath)
     : engine_(memory), settings_(QRMPreferencesManager::sharedPreferencesManager()) {
     delegate_ = std::make_unique<QRMAppDelegate>(
         QRMAppDelegate::Services{engine_,
@@ -24,11 +25,15 @@ ApplicationSession::ApplicationSession(QRMMemoryInfo &memory, StatusItemView *st
                                  statusItem,
                                  notifier,
                                  {},
-                                 usageEvents});
+                                 usageEvents,
+                                 updater,
+                                 loginItems,
+                                 loginItemPath});
     // Direct, so the menu is in the new language by the time the change returns.
     QObject::connect(&QRMLanguageNotifier::sharedNotifier(),
                      &QRMLanguageNotifier::languageDidChanged, delegate_.get(),
                      &QRMAppDelegate::languageDidChanged, Qt::DirectConnection);
+    activity_ = std::make_unique<ApplicationActivity>(*delegate_->statusMenu().menu(), usageEvents);
     if (welcome) {
         connectWelcomeWindow(*welcome);
     }
@@ -54,7 +59,9 @@ void ApplicationSession::connectWelcomeWindow(WelcomeWindowProcess &welcome) {
 }
 
 int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *statusItem,
-               UserNotifier *notifier, UsageEvents *usageEvents, WelcomeWindowProcess *welcome) {
+               UserNotifier *notifier, UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
+               UpdateChecks *updater, LoginItems *loginItems, const QString &loginItemPath,
+               const SessionWindows &windows) {
     QCoreApplication::setApplicationName(QString::fromLatin1(kDisplayName));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kMarketingVersion));
     // A logout or a Ctrl-C ends the event loop, so everything is torn down in
@@ -62,7 +69,9 @@ int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *sta
     TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &app,
                      &QCoreApplication::quit);
-    ApplicationSession session(memory, statusItem, notifier, usageEvents, welcome);
+    ApplicationSession session(memory, statusItem, notifier, usageEvents, welcome, updater,
+                               loginItems, loginItemPath);
+    const std::unique_ptr<QObject> openWindows = windows ? windows(session) : nullptr;
     return app.exec();
 }
 

@@ -1,7 +1,12 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
+#include <QObject>
+#include <QString>
+
+#include "app/ApplicationActivity.h"
 #include "app/MemoryEngine.h"
 #include "app/PreferencesAppSettings.h"
 #include "app/QRMAppDelegate.h"
@@ -12,7 +17,9 @@ class QCoreApplication;
 
 namespace tarnwell {
 
+class LoginItems;
 class StatusItemView;
+class UpdateChecks;
 class UsageEvents;
 class UserNotifier;
 class WelcomeWindowProcess;
@@ -24,12 +31,16 @@ class WelcomeWindowProcess;
 class ApplicationSession {
 public:
     // usageEvents may be null: nothing is reported. welcome may be null: no
-    // welcome window (console mode).
+    // welcome window (console mode). updater may be null: no update checks.
+    // loginItems may be null: the first run adds no login item.
     ApplicationSession(QRMMemoryInfo &memory, StatusItemView *statusItem, UserNotifier *notifier,
-                       UsageEvents *usageEvents, WelcomeWindowProcess *welcome);
+                       UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
+                       UpdateChecks *updater = nullptr, LoginItems *loginItems = nullptr,
+                       const QString &loginItemPath = {});
     ~ApplicationSession();
 
     QRMAppDelegate &delegate() { return *delegate_; }
+    MemoryEngine &engine() { return engine_; }
 
 private:
     void connectWelcomeWindow(WelcomeWindowProcess &welcome);
@@ -38,11 +49,18 @@ private:
     PreferencesAppSettings settings_;
     DesktopUrlOpener urlOpener_;
     std::unique_ptr<QRMAppDelegate> delegate_;
+    std::unique_ptr<ApplicationActivity> activity_;
 };
+
+// Windows a session opens on request, made once the session runs; they live
+// as long as the session.
+using SessionWindows = std::function<std::unique_ptr<QObject>(ApplicationSession &session)>;
 
 // Runs a session over the given views in app's event loop until the quit
 // command, SIGINT or SIGTERM. Returns the exit status.
 int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *statusItem,
-               UserNotifier *notifier, UsageEvents *usageEvents, WelcomeWindowProcess *welcome);
+               UserNotifier *notifier, UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
+               UpdateChecks *updater = nullptr, LoginItems *loginItems = nullptr,
+               const QString &loginItemPath = {}, const SessionWindows &windows = {});
 
 }  // namespace tarnwell

@@ -1,17 +1,21 @@
 #include "app/QRMAppDelegate.h"
 
+#include <system_error>
+
 #include <QCoreApplication>
 #include <QUrl>
 
 #include "BuildInfo.h"
 #include "StatusBarIcons.h"
 #include "app/AppSettings.h"
+#include "app/LoginItems.h"
 #include "app/MemoryEngine.h"
 #include "app/QRMMakeURL.h"
 #include "app/RecordValues.h"
 #include "app/SizeText.h"
 #include "app/StatusIcons.h"
 #include "app/StatusItemView.h"
+#include "app/UpdateChecks.h"
 #include "app/UrlOpener.h"
 #include "app/UsageEvents.h"
 #include "app/UserNotifier.h"
@@ -50,6 +54,9 @@ QRMAppDelegate::QRMAppDelegate(Services services, QObject *parent)
       pendingStatusItem_(services.statusItem),
       notifier_(services.notifier),
       usageEvents_(services.usageEvents),
+      updater_(services.updater),
+      loginItems_(services.loginItems),
+      loginItemPath_(std::move(services.loginItemPath)),
       runInBackground_(services.runInBackground ? std::move(services.runInBackground)
                                                 : BackgroundRunner(runOnNewThread)) {
     connect(&refreshMemoryInfoTimer_, &QTimer::timeout, this, &QRMAppDelegate::refreshMemoryInfo);
@@ -103,10 +110,12 @@ void QRMAppDelegate::awakeFromNib() {
         statusItem_->setMenu(statusMenu_.menu());
     }
     languageDidChanged();
-    // Adding the autostart entry on the first run belongs to the login-items
-    // part, which the preferences window brings; until then only the event.
+    const bool firstRun = settings_.isFirstRun();
+    if (firstRun && loginItems_ && !loginItems_->findApplicationAtLoginItems(loginItemPath_)) {
+        loginItems_->addApplicationToLoginItems(loginItemPath_);
+    }
     if (usageEvents_) {
-        if (settings_.isFirstRun()) {
+        if (firstRun) {
             usageEvents_->firstRun();
         } else {
             usageEvents_->run();
@@ -115,6 +124,11 @@ void QRMAppDelegate::awakeFromNib() {
 }
 
 void QRMAppDelegate::applicationDidFinishLaunching() {
+    if (updater_ && settings_.isFirstRun()) {
+        updater_->setAutomaticallyChecksForUpdates(true);
+        updater_->setAutomaticallyDownloadsUpdates(true);
+        updater_->checkForUpdatesInBackground();
+    }
     engine_.refresh();
     refreshStatusMenu();
     setupRefreshMemoryInfoTimer();
@@ -190,16 +204,25 @@ void QRMAppDelegate::cleanMemoryNow(CleaningTrigger trigger) {
         std::lock_guard lock(backgroundMutex_);
         ++backgroundTasks_;
     }
-    runInBackground_([this] {
-        // A refusal is not a finished cleaning: treating it as one re-ran the
-        // threshold check, which asked again at once, thousands of times a
-        // second while memory was short.
-        if (!engine_.cleanMemoryNow().started()) {
-            QMetaObject::invokeMethod(this, &QRMAppDelegate::memoryCleaningDeclined,
-                                      Qt::QueuedConnection);
-        }
+    const auto declined = [this] {
+        QMetaObject::invokeMethod(this, &QRMAppDelegate::memoryCleaningDeclined,
+                                  Qt::QueuedConnection);
+    };
+    try {
+        runInBackground_([this, declined] {
+            // A refusal is not a finished cleaning: treating it as one re-ran
+            // the threshold check, which asked again at once, thousands of
+            // times a second while memory was short.
+            if (!engine_.cleanMemoryNow().started()) {
+                declined();
+            }
+            backgroundTaskFinished();
+        });
+    } catch (const std::system_error &) {
+        // No thread to be had: as good as a refusal.
         backgroundTaskFinished();
-    });
+        declined();
+    }
 }
 
 void QRMAppDelegate::backgroundTaskFinished() {
@@ -312,6 +335,14 @@ void QRMAppDelegate::setStatusItemTitle(const QString &title) {
 }
 
 void QRMAppDelegate::refreshStatusMenu() {
+    // A language chosen in another process (`tarnwell settings AppleLanguages
+    // ru`) reaches every lookup at once but sends no languageDidChanged here:
+    // the static titles follow the language of the figures.
+    if (const QString language = localized_(QStringLiteral("language"));
+        language != staticTitlesLanguage_) {
+        staticTitlesLanguage_ = language;
+        statusMenu_.setStaticTitles(localized_);
+    }
     refreshStatusItemTitle();
     refreshStatusItemImage();
     statusMenu_.refreshTitles(
@@ -323,6 +354,9 @@ void QRMAppDelegate::refreshStatusMenu() {
 void QRMAppDelegate::refreshStatusItemTitle() {
     QString title;
     const int64_t textType = settings_.statusBarTextType();
+    const QRMStatisticsRecord record = engine_.info();
+    const QString freePercent = percentText(floatValue(record, keys::freePercents));
+    const QString freeSize = sizeText(exactBytes(record, keys::freeCount), false);
     const std::string problem = engine_.sampleProblem();
     if (!problem.empty()) {
         // Whatever the text setting: hosts show the title as the tool tip,
@@ -333,15 +367,20 @@ void QRMAppDelegate::refreshStatusItemTitle() {
         if (settings_.statusBarTextWithInfo()) {
             title = QStringLiteral("%1: ").arg(localized_(QStringLiteral("Free")));
         }
-        const QRMStatisticsRecord record = engine_.info();
         if (textType == kTextPercent) {
-            title += percentText(floatValue(record, keys::freePercents));
+            title += freePercent;
         } else if (textType == kTextSize) {
-            title += sizeText(exactBytes(record, keys::freeCount), false);
+            title += freeSize;
         }
     }
     if (statusItem_) {
         statusItem_->setTitle(title);
+        // A bare figure on the panel says neither free nor used; the tool tip
+        // names it, whatever the title shows (and repeats an unreadable sample).
+        statusItem_->setToolTip(problem.empty() ? QStringLiteral("%1: %2 (%3)")
+                                                      .arg(localized_(QStringLiteral("FreeMemory")),
+                                                           freeSize, freePercent)
+                                                : title);
     }
 }
 
@@ -392,6 +431,7 @@ QString QRMAppDelegate::getTotallyCleanedString() const {
 }
 
 void QRMAppDelegate::languageDidChanged() {
+    staticTitlesLanguage_ = localized_(QStringLiteral("language"));
     statusMenu_.setStaticTitles(localized_);
     refreshStatusMenu();
 }
@@ -410,7 +450,9 @@ void QRMAppDelegate::showPreferencesWindow() {
 }
 
 void QRMAppDelegate::checkForUpdates() {
-    emit updateCheckRequested();
+    if (updater_) {
+        updater_->checkForUpdates();
+    }
 }
 
 void QRMAppDelegate::showWelcomePage() {

@@ -14,8 +14,10 @@
 namespace tarnwell {
 
 class AppSettings;
+class LoginItems;
 class MemoryEngine;
 class StatusItemView;
+class UpdateChecks;
 class UrlOpener;
 class UsageEvents;
 class UserNotifier;
@@ -49,6 +51,12 @@ public:
         BackgroundRunner runInBackground;
         // Null: no usage events.
         UsageEvents *usageEvents = nullptr;
+        // Null: no update checks.
+        UpdateChecks *updater = nullptr;
+        // Null: the first run adds no login item.
+        LoginItems *loginItems = nullptr;
+        // What a login item starts.
+        QString loginItemPath = {};
     };
 
     // Takes the first sample (which may already start a cleaning, when a
@@ -58,7 +66,8 @@ public:
 
     // Shows the status item with its menu and titles, and reports the launch.
     void awakeFromNib();
-    // Starts the timers and records the build that ran.
+    // Turns automatic update checks on at the first run, starts the timers
+    // and records the build that ran.
     void applicationDidFinishLaunching();
 
     void setupRefreshMemoryInfoTimer();
@@ -104,7 +113,6 @@ signals:
     void memoryCleaningInProgressChanged(bool inProgress);
     // Asks for a window that the controller does not own.
     void preferencesWindowRequested();
-    void updateCheckRequested();
     void welcomePageRequested();
 
 private:
@@ -134,6 +142,9 @@ private:
     StatusItemView *statusItem_ = nullptr;
     UserNotifier *notifier_;
     UsageEvents *usageEvents_;
+    UpdateChecks *updater_;
+    LoginItems *loginItems_;
+    QString loginItemPath_;
     BackgroundRunner runInBackground_;
     int memoryCleanedObserver_ = -1;
     // Background tasks still running; the destructor waits for them, since
@@ -148,6 +159,8 @@ private:
     QImage statusBarIconStatic2D_;
     QImage statusBarIconStatic3D_;
 
+    // The language the static menu titles were last set in.
+    QString staticTitlesLanguage_;
     bool memoryCleaningInProgress_ = false;
     CleaningTrigger cleaningTrigger_ = CleaningTrigger::Automatic;
     // Started by the threshold check at the end of a completed cleaning.

@@ -1,6 +1,9 @@
 #include "cli/CommandLine.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <iostream>
 #include <string>
 
 #include "BuildInfo.h"
@@ -70,8 +73,23 @@ static bool asksForHelp(std::string_view argument) {
     return argument == "--help" || argument == "-h";
 }
 
-int dispatch(int argc, char **argv, std::span<const Subcommand> subcommands,
-             int (*runWithoutSubcommand)(int argc, char **argv)) {
+// Output that never arrived is a failure even when the command did its work: a
+// script reading `tarnwell stats --json > file` on a full disk must not go on
+// with half a record. Both streams end in the same FILE, so one flush settles them.
+static int withOutputChecked(int status) {
+    std::cout.flush();
+    // errno still holds the cause when an earlier flush (stats --watch) failed.
+    const bool failed = std::fflush(stdout) != 0 || std::ferror(stdout) || std::cout.fail();
+    if (!failed) {
+        return status;
+    }
+    std::fprintf(stderr, "tarnwell: cannot write the output: %s\n",
+                 errno != 0 ? std::strerror(errno) : "write error");
+    return status == kExitOk ? kExitFailure : status;
+}
+
+static int run(int argc, char **argv, std::span<const Subcommand> subcommands,
+               int (*runWithoutSubcommand)(int argc, char **argv)) {
     if (argc >= 2) {
         const std::string_view first = argv[1];
         if (asksForHelp(first)) {
@@ -98,6 +116,11 @@ int dispatch(int argc, char **argv, std::span<const Subcommand> subcommands,
         }
     }
     return runWithoutSubcommand(argc, argv);
+}
+
+int dispatch(int argc, char **argv, std::span<const Subcommand> subcommands,
+             int (*runWithoutSubcommand)(int argc, char **argv)) {
+    return withOutputChecked(run(argc, argv, subcommands, runWithoutSubcommand));
 }
 
 }  // namespace tarnwell::cli

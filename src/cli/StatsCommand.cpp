@@ -169,7 +169,10 @@ int stats(QRMMemoryInfo &memory, Arguments args, std::ostream &out, std::ostream
             out << (first ? "" : "\n");
             printTable(record, out);
         }
-        out.flush();
+        // A watch whose output goes nowhere ends; the dispatcher says why.
+        if (!out.flush()) {
+            return kExitFailure;
+        }
         if (!options->watch || !waitForNextRefresh(options->interval)) {
             return kExitOk;
         }

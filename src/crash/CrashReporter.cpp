@@ -7,7 +7,6 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -17,6 +16,7 @@
 #include "crash/CrashLog.h"
 #include "crash/ExceptionCapture.h"
 #include "crash/ReportStore.h"
+#include "crash/RunIdentity.h"
 #include "crash/SafeFormat.h"
 #include "crash/SignalCapture.h"
 #include "threads/StartThread.h"
@@ -69,26 +69,6 @@ private:
 
 ImageWatcher imageWatcher;
 
-std::string newIdentifier() {
-    std::ifstream source("/proc/sys/kernel/random/uuid");
-    std::string identifier;
-    std::getline(source, identifier);
-    return identifier;
-}
-
-// The install identifier lives beside the reports and outlives every run.
-std::string installIdentifier(const fs::path &reportsDirectory) {
-    const fs::path path = reportsDirectory / "install_id";
-    std::string identifier;
-    if (std::ifstream stored(path);
-        stored && std::getline(stored, identifier) && !identifier.empty()) {
-        return identifier;
-    }
-    identifier = newIdentifier();
-    std::ofstream(path) << identifier << '\n';
-    return identifier;
-}
-
 bool copyPath(char (&out)[PATH_MAX], const fs::path &path) {
     const std::string text = path.string();
     if (text.size() >= sizeof out) {
@@ -125,11 +105,11 @@ bool startCrashReporting(const CrashReportingOptions &options) {
     imageLog->start();
 
     MetadataValues metadata = options.metadata;
-    if (metadata.sessionId.empty()) {
-        metadata.sessionId = newIdentifier();
-    }
     if (metadata.installId.empty()) {
-        metadata.installId = installIdentifier(options.reportsDirectory);
+        const RunIdentity identity =
+            makeRunIdentity((fs::path(options.reportsDirectory) / "install_id").string());
+        metadata.installId = identity.installId;
+        metadata.sessionId = identity.sessionId;
     }
     if (metadata.startedAt == 0) {
         metadata.startedAt = uint64_t(std::time(nullptr));

@@ -9,8 +9,8 @@ namespace tarnwell::crash {
 struct CrashReportingOptions {
     // The reports folder (see ReportStore).
     std::string reportsDirectory;
-    // Identity values for the metadata record; session and install identifiers are
-    // filled in by the reporter when empty.
+    // Identity values for the metadata record: the run's identity shared with the events
+    // kit. Without an install identifier the reporter makes its own identity.
     MetadataValues metadata;
     // Off for processes that are known to chain other handlers on purpose.
     bool checkForeignHandlers = true;

@@ -121,7 +121,9 @@ void ReportStore::collectEndedRuns() {
         if (starting && !fs::exists(entry.path() / kLockName, error)) {
             continue;
         }
-        const int fd = open((entry.path() / kLockName).c_str(), O_RDWR | O_CLOEXEC);
+        // Anything may sit there: no following a link, no blocking on a FIFO.
+        const int fd = open((entry.path() / kLockName).c_str(),
+                            O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
         // No lock file at all: the run ended before it could take one.
         const bool free = fd < 0 || flock(fd, LOCK_EX | LOCK_NB) == 0;
         if (fd >= 0) {

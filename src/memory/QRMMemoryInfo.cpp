@@ -7,11 +7,15 @@
 #include "DecimalText.h"
 #include "LinuxMemorySource.h"
 #include "QRMRecordKeys.h"
+#include "RecordFigures.h"
 #include "threads/StartThread.h"
 
 namespace tarnwell {
 
 namespace {
+
+// What main() installed as the shared instance.
+std::atomic<QRMMemoryInfo *> installedMemoryInfo{nullptr};
 
 QRMNumber hardwareFigure(std::optional<uint64_t> bytes) {
     // A failed hardware query reads 0, stored as a signed 32-bit number as
@@ -118,10 +122,6 @@ void putSwapFigures(const SwapUsage &usage, Put put) {
 
 }  // namespace
 
-namespace {
-std::atomic<QRMMemoryInfo *> installedMemoryInfo{nullptr};
-}  // namespace
-
 QRMMemoryInfo &QRMMemoryInfo::sharedMemoryInfo() {
     if (QRMMemoryInfo *installed = installedMemoryInfo.load()) {
         return *installed;
@@ -150,6 +150,7 @@ QRMMemoryInfo::QRMMemoryInfo(std::unique_ptr<MemorySource> source,
 }
 
 QRMMemoryInfo::~QRMMemoryInfo() {
+    stopping_ = true;
     std::unique_lock lock(threadsMutex_);
     threadsFinished_.wait(lock, [this] { return runningThreads_ == 0; });
 }
@@ -271,7 +272,8 @@ CleaningDecision QRMMemoryInfo::cleanMemoryNow() {
         return decision;
     }
     if (!cleaningLock_.tryLock()) {
-        return {CleaningRefusal::AlreadyCleaning, decision.operationalBytes, 0};
+        operationalBytes_ = 0;
+        return {CleaningRefusal::AlreadyCleaning, 0, 0};
     }
     void *block = allocator_->allocate(decision.blockBytes);
     if (block == nullptr) {
@@ -311,7 +313,20 @@ void QRMMemoryInfo::cleanMemoryBlock() {
         blockClaimed_ = true;
         block = memoryBlock_;
     }
-    allocator_->makeResident(block.data, block.bytes);
+    // Others may allocate while the block becomes resident (tens of seconds
+    // for most of RAM on a busy machine): stop before available memory falls
+    // into the reserve, which the plan only kept as things stood before. A
+    // dropped part is better than the out-of-memory killer, which ended such
+    // a cleaning on a shared 24 GiB machine. Stop at once when quitting.
+    const uint64_t reserve =
+        cleaningReserveBytes(unsignedValue(info(), keys::hardwarePhysicalMemory));
+    allocator_->makeResident(block.data, block.bytes, [this, reserve] {
+        if (stopping_) {
+            return false;
+        }
+        const auto statistics = source_->sample().vmStatistics;
+        return statistics && statistics->availableBytes > reserve;
+    });
     std::unique_lock engineLock(engineMutex_);
     operationalBytes_ = 0;
     memoryCleaningThreadSemaphore_ = false;

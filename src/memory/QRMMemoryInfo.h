@@ -36,7 +36,7 @@ public:
     QRMMemoryInfo(std::unique_ptr<MemorySource> source,
                   std::unique_ptr<MemoryBlockAllocator> allocator,
                   std::filesystem::path cleaningLockFile = {});
-    // Waits for a cleaning thread still running.
+    // Stops a cleaning under way at its next part and waits for its thread.
     ~QRMMemoryInfo();
     QRMMemoryInfo(const QRMMemoryInfo &) = delete;
     QRMMemoryInfo &operator=(const QRMMemoryInfo &) = delete;
@@ -104,6 +104,7 @@ private:
     Block memoryBlock_;
     CleaningLock cleaningLock_;  // held from the allocation to the release
 
+    std::atomic<bool> stopping_{false};  // the destructor has begun
     std::mutex threadsMutex_;
     std::condition_variable threadsFinished_;
     int runningThreads_ = 0;

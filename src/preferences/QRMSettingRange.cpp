@@ -1,5 +1,6 @@
 #include "preferences/QRMSettingRange.h"
 
+#include <QRegularExpression>
 #include <QUrl>
 #include <limits>
 
@@ -21,13 +22,17 @@ std::optional<IntegerRange> integerRange(Setting setting, std::optional<uint64_t
         case Setting::StatusBarIconType:
             return IntegerRange{0, 4, ""};
         case Setting::StatusBarTextType:
+        case Setting::StatusBarTextPlacement:
+        case Setting::StatusBarAppearance:
             return IntegerRange{0, 2, ""};
         case Setting::SelectedLanguage:
             return IntegerRange{0, 3, ""};
         case Setting::RefreshRate:
-            return IntegerRange{1, kTimerLimitMs / 1000, " seconds"};
-        case Setting::AutoCleanEveryTime:
-            return IntegerRange{1, kTimerLimitMs / 60'000, " minutes"};
+        case Setting::AutoCleanEveryTime: {
+            const IntervalBounds bounds = *intervalBounds(setting);
+            return IntegerRange{bounds.minimum, bounds.maximum,
+                                setting == Setting::RefreshRate ? " seconds" : " minutes"};
+        }
         case Setting::AutoCleanByFreeSize:
         case Setting::AutoCleanByInactiveSize:
             return IntegerRange{1, int64_t(thresholdBoundMB(installed.value_or(0))), " MB"};
@@ -37,11 +42,31 @@ std::optional<IntegerRange> integerRange(Setting setting, std::optional<uint64_t
 }
 
 bool isLoopbackHost(const QString &host) {
-    return host == QLatin1String("localhost") || host.startsWith(QLatin1String("127.")) ||
+    // 127.0.0.0/8 as four numbers: a name that merely starts with "127." is anyone's.
+    static const QRegularExpression loopbackIPv4(
+        QStringLiteral("^127\\.\\d{1,3}\\.\\d{1,3}\\.\\d{1,3}$"));
+    return host == QLatin1String("localhost") || loopbackIPv4.match(host).hasMatch() ||
            host == QLatin1String("::1");
 }
 
 }  // namespace
+
+std::optional<IntervalBounds> intervalBounds(Setting setting) {
+    switch (setting) {
+        case Setting::RefreshRate:
+            return IntervalBounds{1, kTimerLimitMs / 1000};
+        case Setting::AutoCleanEveryTime:
+            return IntervalBounds{1, kTimerLimitMs / 60'000};
+        default:
+            return std::nullopt;
+    }
+}
+
+bool isAcceptedFeedAddress(const QUrl &url) {
+    const bool https = url.scheme() == QLatin1String("https");
+    const bool localHttp = url.scheme() == QLatin1String("http") && isLoopbackHost(url.host());
+    return (https || localHttp) && !url.host().isEmpty();
+}
 
 uint64_t thresholdBoundMB(uint64_t installedMemory) {
     return installedMemory >> 21;
@@ -50,10 +75,7 @@ uint64_t thresholdBoundMB(uint64_t installedMemory) {
 std::optional<QString> outsideSettingRange(Setting setting, const QVariant &value,
                                            std::optional<uint64_t> installedMemory) {
     if (setting == Setting::FeedURL) {
-        const QUrl url = value.toUrl();
-        const bool https = url.scheme() == QLatin1String("https");
-        const bool localHttp = url.scheme() == QLatin1String("http") && isLoopbackHost(url.host());
-        if ((https || localHttp) && !url.host().isEmpty()) {
+        if (isAcceptedFeedAddress(value.toUrl())) {
             return std::nullopt;
         }
         return QStringLiteral("an https address of an update feed (http only to this machine)");

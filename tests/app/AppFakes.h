@@ -16,6 +16,7 @@
 #include "app/MemoryEngine.h"
 #include "app/QRMAppDelegate.h"
 #include "app/StatusItemView.h"
+#include "app/UpdateChecks.h"
 #include "app/UrlOpener.h"
 #include "app/UsageEvents.h"
 #include "app/UserNotifier.h"
@@ -130,11 +131,13 @@ struct FakeSettings : AppSettings {
 
 struct FakeStatusItem : StatusItemView {
     std::vector<QString> titles;
+    QString toolTip;
     QImage image;
     bool isTemplate = false;
     int images = 0;  // redraws, counted by the benchmark
 
     void setTitle(const QString &title) override { titles.push_back(title); }
+    void setToolTip(const QString &text) override { toolTip = text; }
     void setImage(const QImage &i, bool t) override {
         image = i;
         isTemplate = t;
@@ -166,6 +169,27 @@ struct FakeUrlOpener : UrlOpener {
     void openURL(const QUrl &url) override { opened.push_back(url); }
 };
 
+struct FakeUpdateChecks : UpdateChecks {
+    QStringList calls;
+    bool checks = false;
+    bool downloads = false;
+    qint64 interval = updateInterval::kDaily;
+    bool automaticallyChecksForUpdates() override { return checks; }
+    void setAutomaticallyChecksForUpdates(bool on) override {
+        checks = on;
+        calls << QString("checks %1").arg(on);
+    }
+    qint64 updateCheckInterval() override { return interval; }
+    void setUpdateCheckInterval(qint64 seconds) override { interval = seconds; }
+    bool automaticallyDownloadsUpdates() override { return downloads; }
+    void setAutomaticallyDownloadsUpdates(bool on) override {
+        downloads = on;
+        calls << QString("downloads %1").arg(on);
+    }
+    void checkForUpdatesInBackground() override { calls << "background"; }
+    void checkForUpdates() override { calls << "user"; }
+};
+
 // Words that differ from their keys, so a test sees which key was used.
 inline Localizer fakeLocalizer() {
     return [](const QString &key) {
@@ -194,12 +218,13 @@ struct ControllerRig {
     FakeNotifier notifier;
     FakeUrlOpener urlOpener;
     FakeUsageEvents usageEvents;
+    FakeUpdateChecks updater;
     Localizer localized = fakeLocalizer();
 
     std::unique_ptr<QRMAppDelegate> start() {
-        auto delegate = std::make_unique<QRMAppDelegate>(
-            QRMAppDelegate::Services{engine, settings, localized, urlOpener, &statusItem, &notifier,
-                                     [](std::function<void()> task) { task(); }, &usageEvents});
+        auto delegate = std::make_unique<QRMAppDelegate>(QRMAppDelegate::Services{
+            engine, settings, localized, urlOpener, &statusItem, &notifier,
+            [](std::function<void()> task) { task(); }, &usageEvents, &updater});
         delegate->awakeFromNib();
         return delegate;
     }

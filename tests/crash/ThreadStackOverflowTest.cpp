@@ -35,17 +35,11 @@ using namespace testing;
     return recurseDeeply(depth + 1) + frame[0];
 }
 
-[[noreturn]] void waitForTheCrash() {
-    for (;;) {
-        pause();
-    }
-}
-
 // An allocator whose cleaning overflows the cleaning thread's stack.
 class OverflowingAllocator : public MemoryBlockAllocator {
 public:
     void *allocate(size_t bytes) override { return std::malloc(bytes); }
-    void makeResident(void *, size_t) override { recurseDeeply(0); }
+    void makeResident(void *, size_t, const std::function<bool()> &) override { recurseDeeply(0); }
     void release(void *block, size_t) override { std::free(block); }
 };
 
@@ -83,7 +77,9 @@ INSTANTIATE_TEST_SUITE_P(
                                             std::make_unique<OverflowingAllocator>());
                        engine.refresh();
                        ASSERT_TRUE(engine.cleanMemoryNow().started());
-                       waitForTheCrash();
+                       for (;;) {
+                           pause();  // until the cleaning thread's crash ends the process
+                       }
                    }},
         ThreadKind{"EventsWorker",
                    [] {

@@ -3,12 +3,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <future>
 #include <thread>
 
 #include "FakeMemorySource.h"
-#include "memory/CleaningLock.h"
 #include "memory/CleaningPlan.h"
 #include "memory/QRMMemoryInfo.h"
 #include "memory/QRMRecordKeys.h"
@@ -102,12 +100,17 @@ public:
         allocatedBytes.push_back(bytes);
         return real.allocate(bytes);
     }
-    void makeResident(void *block, size_t bytes) override {
+    void makeResident(void *block, size_t bytes, const std::function<bool()> &keepGoing) override {
         if (++makeResidentCalls == 1) {
             entered.set_value();
         }
         gate.wait();
-        real.makeResident(block, bytes);
+        // Until told to stop, for at most 10 s, when the test quits.
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (untilStopped && keepGoing() && std::chrono::steady_clock::now() < deadline) {
+        }
+        keptGoing = keepGoing();
+        real.makeResident(block, bytes, keepGoing);
     }
     void release(void *block, size_t bytes) override {
         ++releaseCalls;
@@ -117,6 +120,8 @@ public:
     ResidentBlockAllocator real;
     std::vector<size_t> allocatedBytes;
     std::atomic<int> makeResidentCalls = 0;
+    std::atomic<bool> keptGoing = false;  // what keepGoing() said once the gate opened
+    bool untilStopped = false;
     std::atomic<int> releaseCalls = 0;
     std::promise<void> entered;
     std::shared_future<void> gate;
@@ -240,34 +245,25 @@ TEST_F(CleaningEngine, RemovingAnObserverWaitsForItsRunningCall) {
     engine.reset();
 }
 
-// Another process of the user's holding the lock (here a second open of the
-// same file, which flock treats alike) refuses the cleaning before any
-// allocation; once it lets go, the next request starts.
-TEST(CleaningAcrossProcesses, WaitsForTheUsersLock) {
-    const auto state = std::make_shared<test::FakeMemorySource::State>();
-    state->vmStatistics = test::smallMachine();
-    const std::filesystem::path lockFile =
-        std::filesystem::temp_directory_path() /
-        ("tarnwell-lock-test-" + std::to_string(getpid()));
-    CleaningLock otherProcess(lockFile);
-    ASSERT_TRUE(otherProcess.tryLock());
-    auto allocator = std::make_unique<GatedAllocator>();
-    GatedAllocator *gated = allocator.get();
-    std::promise<void> open;
-    gated->gate = open.get_future().share();
-    open.set_value();
-    QRMMemoryInfo engine(std::make_unique<test::FakeMemorySource>(state), std::move(allocator),
-                         lockFile);
-    EXPECT_EQ(engine.cleanMemoryNow().refusal, CleaningRefusal::AlreadyCleaning);
-    EXPECT_TRUE(gated->allocatedBytes.empty());
-    otherProcess.unlock();
-    std::promise<void> cleaned;
-    engine.addMemoryCleanedObserver([&] { cleaned.set_value(); });
-    ASSERT_TRUE(engine.cleanMemoryNow().started());
-    cleaned.get_future().wait();
-    // Released with the block: the other process may clean again.
-    EXPECT_TRUE(otherProcess.tryLock());
-    std::filesystem::remove(lockFile);
+// The block is sized to leave the reserve as things stood at the start;
+// when others take memory meanwhile, or the program quits, the cleaning
+// stops at its next part.
+TEST_F(CleaningEngine, StopsWhenAvailableMemoryFallsIntoTheReserve) {
+    ASSERT_TRUE(engine->cleanMemoryNow().started());
+    allocator->entered.get_future().wait();
+    state->vmStatistics->availableBytes = 255 * MiB;  // the reserve is 256 MiB
+    openGate.set_value();
+    engine.reset();
+    EXPECT_FALSE(allocator->keptGoing);
+}
+
+TEST_F(CleaningEngine, QuittingStopsTheCleaning) {
+    allocator->untilStopped = true;
+    openGate.set_value();
+    ASSERT_TRUE(engine->cleanMemoryNow().started());
+    allocator->entered.get_future().wait();
+    engine.reset();
+    EXPECT_FALSE(allocator->keptGoing);
 }
 
 TEST_F(CleaningEngine, RefusedRequestAllocatesNothing) {
@@ -294,7 +290,12 @@ TEST(ResidentBlockAllocator, MakesEveryPageResidentAndZero) {
         return std::count_if(residency.begin(), residency.end(), [](auto r) { return r & 1; });
     };
     EXPECT_EQ(residentPages(), 0);
-    allocator.makeResident(block, bytes);
+    // Parts of 64 pages; told to stop before the third.
+    ResidentBlockAllocator inParts(64 * pageSize);
+    int parts = 0;
+    inParts.makeResident(block, bytes, [&] { return ++parts <= 2; });
+    EXPECT_EQ(residentPages(), 128);
+    allocator.makeResident(block, bytes, [] { return true; });
     EXPECT_EQ(residentPages(), 256);
     const auto *bytesOfBlock = static_cast<const unsigned char *>(block);
     EXPECT_TRUE(std::all_of(bytesOfBlock, bytesOfBlock + bytes, [](auto b) { return b == 0; }));

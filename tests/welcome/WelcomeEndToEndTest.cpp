@@ -57,6 +57,8 @@ TEST(WelcomeExecutable, ItsProcessesEndWithItsWindow) {
     qputenv("XDG_DATA_HOME", home.filePath("data").toLocal8Bit());
     qputenv("XDG_CACHE_HOME", home.filePath("cache").toLocal8Bit());
     qputenv("TARNWELL_SITE_URL", kUnreachableSite);
+    // The executable decides about the sandbox itself.
+    qunsetenv("QTWEBENGINE_DISABLE_SANDBOX");
     auto welcome =
         std::make_unique<WelcomeWindowProcess>(TARNWELL_BINARY_DIR "/src/tarnwell-welcome");
     QSignalSpy loaded(welcome.get(), &WelcomeWindowProcess::windowDidLoad);

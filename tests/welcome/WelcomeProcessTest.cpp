@@ -1,7 +1,6 @@
 // The two ends of the tray's line protocol with the welcome window's process,
 // with a shell script standing in for the window.
 #include <fcntl.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <QFile>
@@ -136,20 +135,6 @@ TEST(WelcomeWindowProcess, CrashOrMissingProgramIsNoClose) {
     EXPECT_NE(::testing::internal::GetCapturedStderr().find("cannot start the welcome window"),
               std::string::npos);
     EXPECT_TRUE(missingClosed.isEmpty());
-}
-
-TEST(WelcomeWindowProcess, QuittingTheTrayEndsTheWindow) {
-    QTemporaryDir dir;
-    auto welcome = std::make_unique<WelcomeWindowProcess>(writeFakeWindow(dir, "exit 0"));
-    QSignalSpy loaded(welcome.get(), &WelcomeWindowProcess::windowDidLoad);
-    QSignalSpy closed(welcome.get(), &WelcomeWindowProcess::windowWillClose);
-    welcome->showWelcomePage();
-    ASSERT_TRUE(loaded.wait(5000));
-    const pid_t pid = pid_t(welcome->processId());
-
-    welcome.reset();
-    EXPECT_EQ(::kill(pid, 0), -1);
-    EXPECT_TRUE(closed.isEmpty());
 }
 
 }  // namespace

@@ -1,0 +1,7 @@
+#include "ui/preferences/AppsTab.h"
+
+namespace tarnwell {
+
+AppsTab::AppsTab(PreferencesServices &, QWidget *parent) : QWidget(parent) {}
+
+}  // namespace tarnwell
