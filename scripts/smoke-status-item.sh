@@ -11,6 +11,7 @@
 # lxqt:           lxqt-panel's statusnotifier plugin (no label: drawn text);
 # tint2:          a dark tint2 with an XEmbed tray only (the tray icon, white text).
 # all:            each of them in turn, screenshots in one folder per host.
+# SMOKE_ORDER=tarnwell-first starts Tarnwell before the panel, as at a login.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -62,7 +63,8 @@ pids+=($!)
 read -r -t 10 display <&"$display_fd"
 export DISPLAY=":$display"
 
-export SMOKE_HOST="$host" SMOKE_TARNWELL="$tarnwell" SMOKE_OUTPUT="$output"
+export SMOKE_HOST="$host" SMOKE_TARNWELL="$tarnwell" SMOKE_OUTPUT="$output" \
+    SMOKE_ORDER="${SMOKE_ORDER:-panel-first}"
 dbus-run-session -- bash -euo pipefail -c '
     pids=()
     trap "for pid in \${pids[@]}; do kill \$pid 2>/dev/null || true; done" EXIT
@@ -89,6 +91,9 @@ dbus-run-session -- bash -euo pipefail -c '
     }
 
     openbox >/dev/null 2>&1 & pids+=($!)
+    start_tarnwell() { "$SMOKE_TARNWELL" >"$SMOKE_OUTPUT/tarnwell.log" 2>&1 & pids+=($!); }
+    # At login Tarnwell often starts before the panel.
+    [ "$SMOKE_ORDER" = tarnwell-first ] && start_tarnwell && sleep 2
     case "$SMOKE_HOST" in
         xfce-indicator)
             /usr/libexec/ayatana-indicator-application/ayatana-indicator-application-service \
@@ -104,7 +109,7 @@ dbus-run-session -- bash -euo pipefail -c '
         wait_until 20 watcher_owned
     fi
 
-    "$SMOKE_TARNWELL" >"$SMOKE_OUTPUT/tarnwell.log" 2>&1 & pids+=($!)
+    [ "$SMOKE_ORDER" = tarnwell-first ] || start_tarnwell
     if [ "$SMOKE_HOST" != tint2 ]; then
         wait_until 20 watcher_has_items
     fi

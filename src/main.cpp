@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include <QApplication>
-#include <QCursor>
 #include <QTimer>
 
 #include "BuildInfo.h"
@@ -174,7 +173,8 @@ int runTrayApplication(int argc, char **argv) {
     SingleInstance instance(QDBusConnection::sessionBus());
     if (!instance.isFirst()) {
         const bool shown = instance.askFirstToShow();
-        std::printf("%s is already running%s\n", kDisplayName, shown ? "; its menu is open" : "");
+        std::printf("%s is already running%s\n", kDisplayName,
+                    shown ? "; its preferences are open" : "");
         return 0;
     }
     // Windows come and go; the status item keeps the program running.
@@ -184,14 +184,12 @@ int runTrayApplication(int argc, char **argv) {
         {[&preferences] { return int(preferences.statusBarTextPlacement()); },
          [&preferences] { return int(preferences.statusBarAppearance()); }});
     StatusItemHost &host = statusItem.host();
-    QObject::connect(&instance, &SingleInstance::showRequested, &host,
-                     [&host] { host.popUpMenu(QCursor::pos()); });
     FacadeUsageEvents usageEvents;
     WelcomeWindowProcess welcome(WelcomeWindowProcess::installedProgram());
     checkForeignSignalHandlersWhenRunning();
     QRMUserNotificationsManager &notifier =
         QRMUserNotificationsManager::sharedUserNotificationsManager();
-    ApplicationUpdater updater(QRMPreferencesManager::sharedPreferencesManager(), notifier);
+    ApplicationUpdater updater(preferences, notifier);
     QRMTaskbarPresence taskbarPresence([&preferences] { return preferences.showDockIcon(); });
     QRMLoginItems &loginItems = QRMLoginItems::sharedLoginItems();
     const auto windows = [&](ApplicationSession &session) -> std::unique_ptr<QObject> {
@@ -199,9 +197,13 @@ int runTrayApplication(int argc, char **argv) {
             session.delegate(), preferences, session.engine(),
             [](const QString &key) { return localized(key); },
             QRMLanguageNotifier::sharedNotifier(), loginItems, QRMLoginItems::applicationPath(),
-            [&taskbarPresence] { taskbarPresence.showDockIconChanged(); }, &usageEvents});
+            [&taskbarPresence] { taskbarPresence.showDockIconChanged(); }, &usageEvents,
+            &updater.updater()});
         QObject::connect(&session.delegate(), &QRMAppDelegate::preferencesWindowRequested,
                          opener.get(), &PreferencesWindowOpener::showPreferencesWindow);
+        // A second start asks for the one window that lets a user do anything.
+        QObject::connect(&instance, &SingleInstance::showRequested, &session.delegate(),
+                         &QRMAppDelegate::showPreferencesWindow);
         return opener;
     };
     return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &host, &notifier, &usageEvents,

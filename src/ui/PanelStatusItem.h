@@ -1,7 +1,5 @@
 #pragma once
 
-#include <QPoint>
-
 #include "app/StatusItemView.h"
 
 namespace tarnwell {
@@ -12,9 +10,6 @@ class PanelStatusItem : public StatusItemView {
 public:
     // Whether the title is written into the icon, for hosts that show no label.
     virtual void setTitleDrawn(bool drawn) = 0;
-    // Opens the item's menu at a screen position (a second start of the
-    // program asks for it).
-    virtual void popUpMenu(const QPoint &position) = 0;
 };
 
 }  // namespace tarnwell

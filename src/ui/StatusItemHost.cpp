@@ -117,12 +117,6 @@ void StatusItemHost::setMenu(QRMMenu *menu) {
     }
 }
 
-void StatusItemHost::popUpMenu(const QPoint &position) {
-    if (item_) {
-        item_->popUpMenu(position);
-    }
-}
-
 void StatusItemHost::watcherOwnerChanged(const QString &newOwner) {
     watcherOwned_ = !newOwner.isEmpty();
     if (watcherOwned_) {

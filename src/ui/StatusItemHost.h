@@ -49,7 +49,6 @@ public:
     void setToolTip(const QString &toolTip) override;
     void setImage(const QImage &image, bool isTemplate) override;
     void setMenu(QRMMenu *menu) override;
-    void popUpMenu(const QPoint &position);
 
     Kind kind() const { return kind_; }
     PanelStatusItem *item() const { return item_.get(); }

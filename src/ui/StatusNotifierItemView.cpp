@@ -25,8 +25,7 @@ StatusNotifierItemView::StatusNotifierItemView(const QDBusConnection &connection
     connect(&panelImage_, &PanelImage::shownChanged, this, &StatusNotifierItemView::showImage);
     // Hosts that ignore ItemIsMenu ask for an activation instead: show the
     // same menu where the user clicked.
-    connect(item_, &StatusNotifierItem::activationRequested, this,
-            &StatusNotifierItemView::popUpMenu);
+    connect(item_, &StatusNotifierItem::activationRequested, &menuMirror_, &MenuMirror::popUp);
 }
 
 StatusNotifierItemView::~StatusNotifierItemView() = default;
@@ -53,10 +52,6 @@ void StatusNotifierItemView::setMenu(QRMMenu *menu) {
 void StatusNotifierItemView::setTitleDrawn(bool drawn) {
     panelImage_.setTitleDrawn(drawn);
     showLabel();
-}
-
-void StatusNotifierItemView::popUpMenu(const QPoint &position) {
-    menuMirror_.popUp(position);
 }
 
 QList<int> StatusNotifierItemView::pixmapSizes() {

@@ -28,7 +28,6 @@ public:
     void setImage(const QImage &image, bool isTemplate) override;
     void setMenu(QRMMenu *menu) override;
     void setTitleDrawn(bool drawn) override;
-    void popUpMenu(const QPoint &position) override;
 
     StatusNotifierItem *item() const { return item_; }
 

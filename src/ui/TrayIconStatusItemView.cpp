@@ -32,7 +32,7 @@ TrayIconStatusItemView::TrayIconStatusItemView(PanelAppearance &appearance, QObj
     connect(&trayIcon_, &QSystemTrayIcon::activated, this,
             [this](QSystemTrayIcon::ActivationReason reason) {
                 if (reason == QSystemTrayIcon::Trigger) {
-                    popUpMenu(QCursor::pos());
+                    menuMirror_.popUp(QCursor::pos());
                 }
             });
 }
@@ -57,10 +57,6 @@ void TrayIconStatusItemView::setMenu(QRMMenu *menu) {
 
 void TrayIconStatusItemView::setTitleDrawn(bool drawn) {
     panelImage_.setTitleDrawn(drawn);
-}
-
-void TrayIconStatusItemView::popUpMenu(const QPoint &position) {
-    menuMirror_.popUp(position);
 }
 
 }  // namespace tarnwell

@@ -23,7 +23,6 @@ public:
     void setImage(const QImage &image, bool isTemplate) override;
     void setMenu(QRMMenu *menu) override;
     void setTitleDrawn(bool drawn) override;
-    void popUpMenu(const QPoint &position) override;
 
     const QSystemTrayIcon &trayIcon() const { return trayIcon_; }
     QMenu *menu() const { return menuMirror_.menu(); }

@@ -216,7 +216,7 @@ TEST_F(TrayEndToEnd, ASecondStartHandsOverToTheFirstAndExits) {
     ASSERT_TRUE(second.process.waitForFinished(30000));
     EXPECT_EQ(second.process.exitCode(), 0);
     EXPECT_EQ(second.process.readAllStandardOutput(),
-              "Tarnwell is already running; its menu is open\n");
+              "Tarnwell is already running; its preferences are open\n");
     EXPECT_EQ(watcher.items().size(), 1) << "a second item reached the panel";
 
     // The terminal mode is no second status item and may run beside it.

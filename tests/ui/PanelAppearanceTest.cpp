@@ -262,11 +262,11 @@ TEST_F(OnXServer, ALegacyTrayIsSeenComingAndGoing) {
     QSignalSpy changed(&tray, &LegacyTrayPresence::changed);
 
     SelectionOwner trayer(display(), "_NET_SYSTEM_TRAY_S0");
-    ASSERT_TRUE(changed.wait(5000));
+    ASSERT_TRUE(changed.wait(15000));
     EXPECT_TRUE(tray.isPresent());
 
     trayer.leave();
-    ASSERT_TRUE(changed.wait(5000));
+    ASSERT_TRUE(changed.wait(15000));
     EXPECT_FALSE(tray.isPresent());
 }
 
@@ -281,7 +281,7 @@ TEST_F(OnXServer, TheXSettingsThemeTurnsThePanelDark) {
 
     QSignalSpy changed(&appearance, &PanelAppearance::changed);
     manager.setProperty("_XSETTINGS_SETTINGS", xsettingsBlob(false, "Greybird-dark"));
-    ASSERT_TRUE(changed.wait(5000));
+    ASSERT_TRUE(changed.wait(15000));
     EXPECT_TRUE(appearance.isDark());
 }
 

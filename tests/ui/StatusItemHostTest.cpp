@@ -44,7 +44,6 @@ struct FakeItem : PanelStatusItem {
     }
     void setMenu(QRMMenu *m) override { menu = m; }
     void setTitleDrawn(bool d) override { drawn = d; }
-    void popUpMenu(const QPoint &) override {}
 
     QString title, toolTip;
     QImage image;

@@ -72,10 +72,11 @@ bool QRMTaskbarPresence::eventFilter(QObject *watched, QEvent *event) {
 
 void QRMTaskbarPresence::setSkipTaskbar(QWindow *window, bool skip) {
     auto *x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (!x11 || !window->handle()) {
+    // The offscreen platform answers as X11 too, with no connection.
+    xcb_connection_t *connection = x11 ? x11->connection() : nullptr;
+    if (!connection || !window->handle()) {
         return;
     }
-    xcb_connection_t *connection = x11->connection();
     const xcb_atom_t state = internAtom(connection, "_NET_WM_STATE");
     const xcb_atom_t skipTaskbar = internAtom(connection, "_NET_WM_STATE_SKIP_TASKBAR");
     if (state == XCB_ATOM_NONE || skipTaskbar == XCB_ATOM_NONE) {

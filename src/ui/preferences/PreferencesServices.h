@@ -13,6 +13,7 @@ class MemoryEngine;
 class QRMAppDelegate;
 class QRMLanguageNotifier;
 class QRMPreferencesManager;
+class UpdateChecks;
 class UsageEvents;
 
 // What the preferences window and each of its tabs work with. The window
@@ -35,6 +36,8 @@ struct PreferencesServices {
     std::function<void()> showDockIconChanged;
     // Null: no usage events.
     UsageEvents *usageEvents = nullptr;
+    // Automatic checks, their interval and downloads; null: shown off.
+    UpdateChecks *updater = nullptr;
 };
 
 }  // namespace tarnwell

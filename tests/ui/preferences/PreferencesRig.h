@@ -33,6 +33,7 @@ struct PreferencesRig {
     FakeStatusItem statusItem;
     FakeUrlOpener urlOpener;
     FakeUsageEvents usageEvents;
+    FakeUpdateChecks updater;
     QRMLanguageNotifier languageNotifier;
     QRMLocalization localization{preferences, QStringLiteral(":/translations"),
                                  [] { return QStringList{"en-GB"}; }};
@@ -90,7 +91,7 @@ struct PreferencesRig {
             engine,           [this](const QString &key) { return localization.localized(key); },
             languageNotifier, loginItems,
             applicationPath,  [this] { ++dockIconChanges; },
-            &usageEvents};
+            &usageEvents,     &updater};
     }
 
     std::unique_ptr<QRMPreferencesWindowController> open() {
