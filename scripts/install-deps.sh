@@ -9,13 +9,13 @@ packages=(
     build-essential cmake ninja-build pkg-config clang-format
     # libraries
     qt6-base-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools qt6-svg-dev libqt6svg6
-    libgl-dev libegl-dev zlib1g-dev libxcb1-dev libxcb-ewmh-dev
+    libgl-dev libegl-dev zlib1g-dev libxcb1-dev libxcb-ewmh-dev libxcb-res0-dev
     # tests and benchmarks
     libgtest-dev libgmock-dev googletest libbenchmark-dev hyperfine
     # readelf, the independent check of build-ids in the crash tests
     binutils
     # a desktop for the tests: display, window manager, session bus, notifications
-    xvfb xauth x11-utils openbox dbus dbus-x11 dunst xdotool
+    xvfb xauth x11-utils x11-apps openbox dbus dbus-x11 dunst xdotool
 )
 if [ "${1:-}" = "--panels" ]; then
     packages+=(xfce4-panel xfce4-indicator-plugin ayatana-indicator-application libglib2.0-bin

@@ -22,7 +22,9 @@
 #include "crash/DeliberateCrash.h"
 #include "crash/ReportStore.h"
 #include "crash/TelemetryDirectory.h"
+#include "platform/linux/QRMApplicationsInfo.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
+#include "platform/linux/X11ApplicationEventMonitor.h"
 #include "ui/StatusItemViewFactory.h"
 
 using namespace tarnwell;
@@ -100,8 +102,13 @@ int runTrayApplication(int argc, char **argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     const std::unique_ptr<StatusItemView> statusItem = createStatusItemView();
     FacadeUsageEvents usageEvents;
+    X11ApplicationEventMonitor applicationEvents;
     return runSession(app, statusItem.get(),
-                      &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents);
+                      &QRMUserNotificationsManager::sharedUserNotificationsManager(), &usageEvents,
+                      X11ApplicationEventMonitor::available() ? &applicationEvents : nullptr, [] {
+                          QRMApplicationsInfo::sharedApplicationsInfo()
+                              .searchApplicationsAndUtilitiesInBackground();
+                      });
 }
 
 // The same controller in a terminal: a status line per refresh on standard

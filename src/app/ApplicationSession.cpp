@@ -29,7 +29,9 @@ std::unique_ptr<QRMMemoryInfo> capturedMemoryInfo() {
 }  // namespace
 
 ApplicationSession::ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier,
-                                       UsageEvents *usageEvents)
+                                       UsageEvents *usageEvents,
+                                       ApplicationEventSource *applicationEvents,
+                                       std::function<void()> searchApplicationsAndUtilities)
     : capturedMemoryInfo_(capturedMemoryInfo()),
       engine_(capturedMemoryInfo_ ? *capturedMemoryInfo_ : QRMMemoryInfo::sharedMemoryInfo()),
       settings_(QRMPreferencesManager::sharedPreferencesManager()) {
@@ -41,7 +43,9 @@ ApplicationSession::ApplicationSession(StatusItemView *statusItem, UserNotifier 
                                  statusItem,
                                  notifier,
                                  {},
-                                 usageEvents});
+                                 usageEvents,
+                                 applicationEvents,
+                                 std::move(searchApplicationsAndUtilities)});
     // Direct, so the menu is in the new language by the time the change returns.
     QObject::connect(&QRMLanguageNotifier::sharedNotifier(),
                      &QRMLanguageNotifier::languageDidChanged, delegate_.get(),
@@ -53,7 +57,8 @@ ApplicationSession::ApplicationSession(StatusItemView *statusItem, UserNotifier 
 ApplicationSession::~ApplicationSession() = default;
 
 int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *notifier,
-               UsageEvents *usageEvents) {
+               UsageEvents *usageEvents, ApplicationEventSource *applicationEvents,
+               std::function<void()> searchApplicationsAndUtilities) {
     QCoreApplication::setApplicationName(QString::fromLatin1(kDisplayName));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kMarketingVersion));
     // A logout or a Ctrl-C ends the event loop, so everything is torn down in
@@ -61,7 +66,8 @@ int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *
     TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &app,
                      &QCoreApplication::quit);
-    ApplicationSession session(statusItem, notifier, usageEvents);
+    ApplicationSession session(statusItem, notifier, usageEvents, applicationEvents,
+                               std::move(searchApplicationsAndUtilities));
     return app.exec();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "app/MemoryEngine.h"
@@ -12,6 +13,7 @@ class QCoreApplication;
 
 namespace tarnwell {
 
+class ApplicationEventSource;
 class StatusItemView;
 class UsageEvents;
 class UserNotifier;
@@ -25,9 +27,11 @@ class UserNotifier;
 // tests run the program on a small record of their own.
 class ApplicationSession {
 public:
-    // usageEvents may be null: nothing is reported.
-    ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier,
-                       UsageEvents *usageEvents);
+    // usageEvents may be null: nothing is reported. applicationEvents may be
+    // null: no cleaning on other applications' events.
+    ApplicationSession(StatusItemView *statusItem, UserNotifier *notifier, UsageEvents *usageEvents,
+                       ApplicationEventSource *applicationEvents = nullptr,
+                       std::function<void()> searchApplicationsAndUtilities = {});
     ~ApplicationSession();
 
     QRMAppDelegate &delegate() { return *delegate_; }
@@ -43,6 +47,7 @@ private:
 // Runs a session over the given views in app's event loop until the quit
 // command, SIGINT or SIGTERM. Returns the exit status.
 int runSession(QCoreApplication &app, StatusItemView *statusItem, UserNotifier *notifier,
-               UsageEvents *usageEvents);
+               UsageEvents *usageEvents, ApplicationEventSource *applicationEvents = nullptr,
+               std::function<void()> searchApplicationsAndUtilities = {});
 
 }  // namespace tarnwell

@@ -18,6 +18,7 @@
 #include "app/UsageEvents.h"
 #include "app/UserNotifier.h"
 #include "preferences/QRMConstants.h"
+#include "preferences/QRMSettingValue.h"
 
 namespace tarnwell {
 
@@ -39,6 +40,12 @@ void runOnNewThread(std::function<void()> task) {
     std::thread(std::move(task)).detach();
 }
 
+// A flag counts only as a real boolean; a missing one is off.
+bool isFlagOn(const QVariantMap &record, const QString &key) {
+    const QVariant flag = record.value(key);
+    return flag.typeId() == QMetaType::Bool && flag.toBool();
+}
+
 }  // namespace
 
 QRMAppDelegate::QRMAppDelegate(Services services, QObject *parent)
@@ -51,7 +58,10 @@ QRMAppDelegate::QRMAppDelegate(Services services, QObject *parent)
       notifier_(services.notifier),
       usageEvents_(services.usageEvents),
       runInBackground_(services.runInBackground ? std::move(services.runInBackground)
-                                                : BackgroundRunner(runOnNewThread)) {
+                                                : BackgroundRunner(runOnNewThread)),
+      applicationEvents_(services.applicationEvents),
+      searchApplicationsAndUtilitiesInBackground_(
+          std::move(services.searchApplicationsAndUtilitiesInBackground)) {
     connect(&refreshMemoryInfoTimer_, &QTimer::timeout, this, &QRMAppDelegate::refreshMemoryInfo);
     connect(&autoCleanEveryTimeTimer_, &QTimer::timeout, this, &QRMAppDelegate::cleanMemoryNow);
     connectMenuCommands();
@@ -68,6 +78,9 @@ QRMAppDelegate::QRMAppDelegate(Services services, QObject *parent)
 }
 
 QRMAppDelegate::~QRMAppDelegate() {
+    if (applicationEvents_) {
+        applicationEvents_->stopMonitoring();
+    }
     engine_.removeMemoryCleanedObserver(memoryCleanedObserver_);
 }
 
@@ -116,7 +129,54 @@ void QRMAppDelegate::applicationDidFinishLaunching() {
     if (settings_.autoCleanEveryTimeChecked()) {
         setupAutoCleanEveryTimeTimer();
     }
+    loadPreferences();
     showWelcomePageIfNeeded();
+}
+
+void QRMAppDelegate::loadPreferences() {
+    applicationsPreferences_ = settings_.applicationsAndUtilitiesToMonitoring();
+    if (!applicationEvents_) {
+        return;
+    }
+    const bool wanted = std::any_of(
+        applicationsPreferences_.cbegin(), applicationsPreferences_.cend(),
+        [](const QVariantMap &record) {
+            return std::any_of(
+                monitoredApplicationKey::kEvents.cbegin(), monitoredApplicationKey::kEvents.cend(),
+                [&](const char *key) { return isFlagOn(record, QString::fromLatin1(key)); });
+        });
+    if (!wanted) {
+        applicationEvents_->stopMonitoring();
+        return;
+    }
+    applicationEvents_->startMonitoring([this](ApplicationEvent event, const QString &id) {
+        preformAction(id, QString::fromLatin1(monitoredApplicationKey::kEvents[size_t(event)]));
+    });
+}
+
+void QRMAppDelegate::preformAction(const QString &applicationId, const QString &key) {
+    if (applicationId.isEmpty()) {
+        return;
+    }
+    // By index with the count read each time: cleanMemoryNow() runs code that
+    // may reload the list.
+    for (qsizetype i = 0; i < applicationsPreferences_.size(); ++i) {
+        const QVariantMap &record = applicationsPreferences_.at(i);
+        const QVariant id = record.value(QString::fromLatin1(monitoredApplicationKey::kID));
+        if (id.typeId() != QMetaType::QString || id.toString() != applicationId) {
+            continue;
+        }
+        if (isFlagOn(record, key)) {
+            cleanMemoryNow();
+            return;
+        }
+    }
+}
+
+void QRMAppDelegate::searchApplicationsAndUtilities() {
+    if (searchApplicationsAndUtilitiesInBackground_) {
+        searchApplicationsAndUtilitiesInBackground_();
+    }
 }
 
 void QRMAppDelegate::showWelcomePageIfNeeded() {

@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QTimer>
 
+#include "app/ApplicationEventSource.h"
 #include "app/Localizer.h"
 #include "app/QRMStatusMenu.h"
 
@@ -41,6 +42,11 @@ public:
         BackgroundRunner runInBackground;
         // Null: no usage events.
         UsageEvents *usageEvents = nullptr;
+        // Null: no cleaning on other applications' events.
+        ApplicationEventSource *applicationEvents = nullptr;
+        // Starts the applications catalogue's search off the main thread;
+        // empty: no catalogue.
+        std::function<void()> searchApplicationsAndUtilitiesInBackground;
     };
 
     // Takes the first sample (which may already start a cleaning, when a
@@ -68,6 +74,17 @@ public:
     QRMStatusMenu &statusMenu() { return statusMenu_; }
 
     QString getTotallyCleanedString() const;
+
+    // Takes the monitored-application list from the settings; watches other
+    // applications only while one of its records has an event flag on.
+    void loadPreferences();
+    // Cleans when the first record with this application's id whose flag
+    // named key is true is found; records with the flag off or missing are
+    // passed over, so a later record with the same id still counts. The
+    // misspelt name is the method's historic one.
+    void preformAction(const QString &applicationId, const QString &key);
+    // Starts a search of the applications catalogue in the background.
+    void searchApplicationsAndUtilities();
 
 public slots:
     void refreshMemoryInfo();
@@ -115,6 +132,9 @@ private:
     UserNotifier *notifier_;
     UsageEvents *usageEvents_;
     BackgroundRunner runInBackground_;
+    ApplicationEventSource *applicationEvents_;
+    std::function<void()> searchApplicationsAndUtilitiesInBackground_;
+    QList<QVariantMap> applicationsPreferences_;
     int memoryCleanedObserver_ = -1;
 
     QRMStatusMenu statusMenu_;
