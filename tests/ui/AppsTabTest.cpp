@@ -2,6 +2,8 @@
 
 #include <QCheckBox>
 #include <QDir>
+#include <QGroupBox>
+#include <QLabel>
 #include <QMenu>
 #include <QPushButton>
 #include <QSettings>
@@ -11,6 +13,7 @@
 
 #include "AppFakes.h"
 
+#include "app/PreferencesAppSettings.h"
 #include "preferences/QRMPreferencesManager.h"
 #include "ui/preferences/AppsTab.h"
 #include "ui/preferences/QRMPopUpButton.h"
@@ -25,7 +28,18 @@ class AppsTabTest : public ::testing::Test {
 protected:
     AppsTabTest() {
         preferences.setShowApplicationsFromApplicationsFolder(false);
-        delegate = rig.start();
+        // The controller reads the list from the same store, as in the program.
+        delegate = std::make_unique<QRMAppDelegate>(
+            QRMAppDelegate::Services{rig.engine,
+                                     settings,
+                                     rig.localized,
+                                     rig.urlOpener,
+                                     nullptr,
+                                     nullptr,
+                                     [](std::function<void()> task) { task(); },
+                                     nullptr,
+                                     &rig.applicationEvents,
+                                     {}});
     }
 
     AppsTab &open() {
@@ -62,6 +76,7 @@ protected:
         std::make_unique<QSettings>(home.filePath("Tarnwell.conf"), QSettings::IniFormat),
         [] { return std::optional<uint64_t>(8ull << 30); }, QUrl("https://site.test/a.xml")};
     ControllerRig rig;
+    PreferencesAppSettings settings{preferences};
     std::unique_ptr<QRMAppDelegate> delegate;
     QList<ApplicationCandidate> running{{"zeta", "zeta.desktop", ""},
                                         {"Alpha", "alpha.desktop", ""},
@@ -98,8 +113,8 @@ TEST_F(AppsTabTest, ChoosingStoresAtOnceInOrderAndChoosingAgainOnlySelects) {
     choose(0);  // Alpha
     EXPECT_EQ(storedIds(), (QStringList{"alpha.desktop", "zeta.desktop"}));
     const QVariantMap stored = preferences.applicationsAndUtilitiesToMonitoring()->at(1);
-    for (const char *event : {"DidLaunch", "DidTerminate", "DidHide", "DidUnhide", "DidActivate",
-                              "DidDeactivate"}) {
+    for (const char *event :
+         {"DidLaunch", "DidTerminate", "DidHide", "DidUnhide", "DidActivate", "DidDeactivate"}) {
         EXPECT_EQ(stored.value(event), QVariant(false)) << event;
     }
     EXPECT_TRUE(QFile::exists(iconFile("zeta.desktop")));
