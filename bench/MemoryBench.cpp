@@ -77,7 +77,7 @@ public:
         s.freeCount = uint32_t(blockBytes_ / 4096 - 1);
         s.inactiveCount = 1;
         s.availableBytes = UINT64_MAX;
-        return {0, s, std::nullopt};
+        return {0, s, std::nullopt, {}};
     }
 
 private:

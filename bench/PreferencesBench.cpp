@@ -16,9 +16,9 @@ using namespace tarnwell;
 
 struct Store {
     QTemporaryDir dir;
-    QRMPreferencesManager preferences{
-        std::make_unique<QSettings>(dir.filePath("Tarnwell.conf"), QSettings::IniFormat),
-        [] { return std::optional<uint64_t>(8ull << 30); }, QUrl("https://site.test/a.xml")};
+    QRMPreferencesManager preferences{dir.filePath("Tarnwell.conf"),
+                                      [] { return std::optional<uint64_t>(8ull << 30); },
+                                      QUrl("https://site.test/a.xml")};
 };
 
 // Baseline: the raw QSettings read the store is built on.

@@ -1,18 +1,21 @@
 #!/usr/bin/env bash
-# bench/idle_cost.sh BUILD_DIR [SECONDS]
+# bench/idle_cost.sh BUILD_DIR [SECONDS] [xfce-indicator]
 #
 # Idle cost of the running tray application with its default 5-second
 # refresh against a minimal Qt tray program, side by side on one private
 # display and session bus: CPU time scaled to an hour, and resident memory.
 # Both run in throw-away homes; tarnwell's figures come from the real /proc.
+# With xfce-indicator, both sit in a real host (xfce4-panel with the Ayatana
+# indicator plugin) that reads every label and icon change.
 set -euo pipefail
 
 if [ "${1:-}" != "--inside-session" ]; then
     build=$(cd "$1" && pwd)
-    exec dbus-run-session -- "$0" --inside-session "$build" "${2:-60}"
+    exec dbus-run-session -- "$0" --inside-session "$build" "${2:-60}" "${3:-}"
 fi
 build=$2
 seconds=$3
+host=$4
 work=$(mktemp -d)
 pids=()
 cleanup() {
@@ -38,6 +41,26 @@ start() {
 # User plus system CPU ticks, and resident KiB.
 ticks() { awk '{ print $14 + $15 }' "/proc/$1/stat"; }
 rss() { awk '/^VmRSS:/ { print $2 }' "/proc/$1/status"; }
+
+# Welcomed already: the idle cost is the tray's, not the welcome window's.
+welcomed() { env XDG_CONFIG_HOME="$work/tarnwell/config" "$build/src/tarnwell" settings "$@" >/dev/null; }
+welcomed isWelcomeShown true
+welcomed bundleBuild "$("$build/src/tarnwell" --version | sed -n 's/.*(\(.*\))$/\1/p')"
+if [ "$host" = xfce-indicator ]; then
+    panel_home="$work/panel"
+    mkdir -p "$panel_home/config"
+    cp -r "$(dirname "$0")/../tests/data/panels/xfce-indicator/." "$panel_home/config/"
+    start panel-service /usr/libexec/ayatana-indicator-application/ayatana-indicator-application-service
+    env HOME="$panel_home" XDG_CONFIG_HOME="$panel_home/config" DISPLAY="$display" \
+        xfce4-panel >/dev/null 2>&1 &
+    pids+=($!)
+    for _ in $(seq 100); do
+        gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
+            --method org.freedesktop.DBus.NameHasOwner org.kde.StatusNotifierWatcher 2>/dev/null |
+            grep -q true && break
+        sleep 0.2
+    done
+fi
 
 start tarnwell "$build/src/tarnwell"
 app=${pids[-1]}

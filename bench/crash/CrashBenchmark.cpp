@@ -1,7 +1,8 @@
 // Costs the crash kit adds to a running process, each beside a baseline in the same run:
 // the image watcher's once-a-second look at the loader against one plain walk of the
 // loaded images, and a signal record written by the record writer against the same text
-// formatted by snprintf and written at once.
+// formatted by snprintf and written at once, and a thread started with its own resident
+// signal stack against a bare std::thread.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <link.h>
@@ -9,10 +10,12 @@
 
 #include <cstdio>
 #include <memory>
+#include <thread>
 
 #include "crash/BinaryImageLog.h"
 #include "crash/ImageTable.h"
 #include "crash/RecordWriter.h"
+#include "threads/StartThread.h"
 
 namespace tarnwell::crash {
 namespace {
@@ -79,6 +82,20 @@ void BM_SignalRecordWriter(benchmark::State &state) {
     writer.close();
 }
 BENCHMARK(BM_SignalRecordWriter)->ArgName("buffered")->Arg(0)->Arg(1);
+
+void BM_StdThreadBaseline(benchmark::State &state) {
+    for (auto _ : state) {
+        std::thread([] {}).join();
+    }
+}
+BENCHMARK(BM_StdThreadBaseline);
+
+void BM_StartThreadWithSignalStack(benchmark::State &state) {
+    for (auto _ : state) {
+        threads::startThread([] {}).join();
+    }
+}
+BENCHMARK(BM_StartThreadWithSignalStack);
 
 }  // namespace
 }  // namespace tarnwell::crash

@@ -56,6 +56,10 @@
         <translation>Free</translation>
     </message>
     <message>
+        <source>FreeMemory</source>
+        <translation>Free memory</translation>
+    </message>
+    <message>
         <source>Inactive</source>
         <translation>Inactive</translation>
     </message>
@@ -134,6 +138,10 @@
     <message>
         <source>NothingtoClean</source>
         <translation>Nothing to Clean</translation>
+    </message>
+    <message>
+        <source>MemoryUnreadable</source>
+        <translation>Memory figures unavailable</translation>
     </message>
     <message>
         <source>General</source>
@@ -446,6 +454,102 @@
     <message>
         <source>CleanRefusedCouldNotStart</source>
         <translation>the cleaning block or its thread could not be set up.</translation>
+    </message>
+    <message>
+        <source>UpdateWindowTitle</source>
+        <translation>Software Update</translation>
+    </message>
+    <message>
+        <source>UpdateUpToDateTitle</source>
+        <translation>You’re up to date!</translation>
+    </message>
+    <message>
+        <source>UpdateUpToDateInfo</source>
+        <translation>Tarnwell %1 is currently the newest version available.</translation>
+    </message>
+    <message>
+        <source>UpdateFoundTitle</source>
+        <translation>A new version of Tarnwell is available!</translation>
+    </message>
+    <message>
+        <source>UpdateFoundInfo</source>
+        <translation>Tarnwell %1 is now available — you have %2. Would you like to install it now?</translation>
+    </message>
+    <message>
+        <source>UpdateSkipThisVersion</source>
+        <translation>Skip This Version</translation>
+    </message>
+    <message>
+        <source>UpdateRemindMeLater</source>
+        <translation>Remind Me Later</translation>
+    </message>
+    <message>
+        <source>UpdateInstall</source>
+        <translation>Install Update</translation>
+    </message>
+    <message>
+        <source>UpdateCancel</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>UpdateRestartNow</source>
+        <translation>Restart Now</translation>
+    </message>
+    <message>
+        <source>UpdateLater</source>
+        <translation>Later</translation>
+    </message>
+    <message>
+        <source>UpdateClose</source>
+        <translation>Close</translation>
+    </message>
+    <message>
+        <source>UpdateDownloading</source>
+        <translation>Downloading update…</translation>
+    </message>
+    <message>
+        <source>UpdateInstalling</source>
+        <translation>Installing update…</translation>
+    </message>
+    <message>
+        <source>UpdateInstalledTitle</source>
+        <translation>Tarnwell %1 is installed.</translation>
+    </message>
+    <message>
+        <source>UpdateInstalledInfo</source>
+        <translation>Restart Tarnwell now to use the new version?</translation>
+    </message>
+    <message>
+        <source>UpdateErrorFeed</source>
+        <translation>The update information could not be read.</translation>
+    </message>
+    <message>
+        <source>UpdateErrorDownload</source>
+        <translation>The update could not be downloaded.</translation>
+    </message>
+    <message>
+        <source>UpdateErrorVerification</source>
+        <translation>The downloaded update failed its integrity check and was deleted.</translation>
+    </message>
+    <message>
+        <source>UpdateErrorInstall</source>
+        <translation>The update could not be installed.</translation>
+    </message>
+    <message>
+        <source>UpdateNotificationAvailable</source>
+        <translation>Tarnwell %1 is available</translation>
+    </message>
+    <message>
+        <source>UpdateNotificationReady</source>
+        <translation>Tarnwell %1 is ready to install</translation>
+    </message>
+    <message>
+        <source>UpdateNotificationInfo</source>
+        <translation>Click to see what’s new.</translation>
+    </message>
+    <message>
+        <source>UpdateNotificationShow</source>
+        <translation>Show</translation>
     </message>
 </context>
 </TS>

@@ -56,6 +56,10 @@
         <translation>Свободно</translation>
     </message>
     <message>
+        <source>FreeMemory</source>
+        <translation>Свободная память</translation>
+    </message>
+    <message>
         <source>Inactive</source>
         <translation>Неактивно</translation>
     </message>
@@ -134,6 +138,10 @@
     <message>
         <source>NothingtoClean</source>
         <translation>Нечего очищать</translation>
+    </message>
+    <message>
+        <source>MemoryUnreadable</source>
+        <translation>Данные о памяти недоступны</translation>
     </message>
     <message>
         <source>General</source>
@@ -446,6 +454,102 @@
     <message>
         <source>CleanRefusedCouldNotStart</source>
         <translation>не удалось подготовить блок очистки или его поток.</translation>
+    </message>
+    <message>
+        <source>UpdateWindowTitle</source>
+        <translation>Обновление программы</translation>
+    </message>
+    <message>
+        <source>UpdateUpToDateTitle</source>
+        <translation>У вас последняя версия!</translation>
+    </message>
+    <message>
+        <source>UpdateUpToDateInfo</source>
+        <translation>Tarnwell %1 — новейшая из доступных версий.</translation>
+    </message>
+    <message>
+        <source>UpdateFoundTitle</source>
+        <translation>Доступна новая версия Tarnwell!</translation>
+    </message>
+    <message>
+        <source>UpdateFoundInfo</source>
+        <translation>Доступна версия Tarnwell %1, у вас — %2. Установить её сейчас?</translation>
+    </message>
+    <message>
+        <source>UpdateSkipThisVersion</source>
+        <translation>Пропустить эту версию</translation>
+    </message>
+    <message>
+        <source>UpdateRemindMeLater</source>
+        <translation>Напомнить позже</translation>
+    </message>
+    <message>
+        <source>UpdateInstall</source>
+        <translation>Установить обновление</translation>
+    </message>
+    <message>
+        <source>UpdateCancel</source>
+        <translation>Отменить</translation>
+    </message>
+    <message>
+        <source>UpdateRestartNow</source>
+        <translation>Перезапустить</translation>
+    </message>
+    <message>
+        <source>UpdateLater</source>
+        <translation>Позже</translation>
+    </message>
+    <message>
+        <source>UpdateClose</source>
+        <translation>Закрыть</translation>
+    </message>
+    <message>
+        <source>UpdateDownloading</source>
+        <translation>Загрузка обновления…</translation>
+    </message>
+    <message>
+        <source>UpdateInstalling</source>
+        <translation>Установка обновления…</translation>
+    </message>
+    <message>
+        <source>UpdateInstalledTitle</source>
+        <translation>Tarnwell %1 установлен.</translation>
+    </message>
+    <message>
+        <source>UpdateInstalledInfo</source>
+        <translation>Перезапустить Tarnwell, чтобы начать работу с новой версией?</translation>
+    </message>
+    <message>
+        <source>UpdateErrorFeed</source>
+        <translation>Не удалось получить сведения об обновлениях.</translation>
+    </message>
+    <message>
+        <source>UpdateErrorDownload</source>
+        <translation>Не удалось загрузить обновление.</translation>
+    </message>
+    <message>
+        <source>UpdateErrorVerification</source>
+        <translation>Загруженное обновление не прошло проверку подлинности и удалено.</translation>
+    </message>
+    <message>
+        <source>UpdateErrorInstall</source>
+        <translation>Не удалось установить обновление.</translation>
+    </message>
+    <message>
+        <source>UpdateNotificationAvailable</source>
+        <translation>Доступен Tarnwell %1</translation>
+    </message>
+    <message>
+        <source>UpdateNotificationReady</source>
+        <translation>Tarnwell %1 готов к установке</translation>
+    </message>
+    <message>
+        <source>UpdateNotificationInfo</source>
+        <translation>Нажмите, чтобы узнать, что нового.</translation>
+    </message>
+    <message>
+        <source>UpdateNotificationShow</source>
+        <translation>Показать</translation>
     </message>
 </context>
 </TS>

@@ -56,6 +56,10 @@
         <translation>Вільно</translation>
     </message>
     <message>
+        <source>FreeMemory</source>
+        <translation>Вільна пам’ять</translation>
+    </message>
+    <message>
         <source>Inactive</source>
         <translation>Неактивно</translation>
     </message>
@@ -134,6 +138,10 @@
     <message>
         <source>NothingtoClean</source>
         <translation>Нічого очищати</translation>
+    </message>
+    <message>
+        <source>MemoryUnreadable</source>
+        <translation>Дані про пам’ять недоступні</translation>
     </message>
     <message>
         <source>General</source>
@@ -446,6 +454,102 @@
     <message>
         <source>CleanRefusedCouldNotStart</source>
         <translation>не вдалося підготувати блок очищення або його потік.</translation>
+    </message>
+    <message>
+        <source>UpdateWindowTitle</source>
+        <translation>Оновлення програми</translation>
+    </message>
+    <message>
+        <source>UpdateUpToDateTitle</source>
+        <translation>У вас найновіша версія!</translation>
+    </message>
+    <message>
+        <source>UpdateUpToDateInfo</source>
+        <translation>Tarnwell %1 — найновіша з доступних версій.</translation>
+    </message>
+    <message>
+        <source>UpdateFoundTitle</source>
+        <translation>Доступна нова версія Tarnwell!</translation>
+    </message>
+    <message>
+        <source>UpdateFoundInfo</source>
+        <translation>Доступна версія Tarnwell %1, у вас — %2. Встановити її зараз?</translation>
+    </message>
+    <message>
+        <source>UpdateSkipThisVersion</source>
+        <translation>Пропустити цю версію</translation>
+    </message>
+    <message>
+        <source>UpdateRemindMeLater</source>
+        <translation>Нагадати пізніше</translation>
+    </message>
+    <message>
+        <source>UpdateInstall</source>
+        <translation>Встановити оновлення</translation>
+    </message>
+    <message>
+        <source>UpdateCancel</source>
+        <translation>Скасувати</translation>
+    </message>
+    <message>
+        <source>UpdateRestartNow</source>
+        <translation>Перезапустити</translation>
+    </message>
+    <message>
+        <source>UpdateLater</source>
+        <translation>Пізніше</translation>
+    </message>
+    <message>
+        <source>UpdateClose</source>
+        <translation>Закрити</translation>
+    </message>
+    <message>
+        <source>UpdateDownloading</source>
+        <translation>Завантаження оновлення…</translation>
+    </message>
+    <message>
+        <source>UpdateInstalling</source>
+        <translation>Встановлення оновлення…</translation>
+    </message>
+    <message>
+        <source>UpdateInstalledTitle</source>
+        <translation>Tarnwell %1 встановлено.</translation>
+    </message>
+    <message>
+        <source>UpdateInstalledInfo</source>
+        <translation>Перезапустити Tarnwell, щоб почати роботу з новою версією?</translation>
+    </message>
+    <message>
+        <source>UpdateErrorFeed</source>
+        <translation>Не вдалося отримати відомості про оновлення.</translation>
+    </message>
+    <message>
+        <source>UpdateErrorDownload</source>
+        <translation>Не вдалося завантажити оновлення.</translation>
+    </message>
+    <message>
+        <source>UpdateErrorVerification</source>
+        <translation>Завантажене оновлення не пройшло перевірку автентичності й видалене.</translation>
+    </message>
+    <message>
+        <source>UpdateErrorInstall</source>
+        <translation>Не вдалося встановити оновлення.</translation>
+    </message>
+    <message>
+        <source>UpdateNotificationAvailable</source>
+        <translation>Доступний Tarnwell %1</translation>
+    </message>
+    <message>
+        <source>UpdateNotificationReady</source>
+        <translation>Tarnwell %1 готовий до встановлення</translation>
+    </message>
+    <message>
+        <source>UpdateNotificationInfo</source>
+        <translation>Натисніть, щоб дізнатися, що нового.</translation>
+    </message>
+    <message>
+        <source>UpdateNotificationShow</source>
+        <translation>Показати</translation>
     </message>
 </context>
 </TS>

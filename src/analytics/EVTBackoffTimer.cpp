@@ -15,20 +15,41 @@ namespace {
 constexpr double kMinimumBase = 2.0;
 }
 
+namespace {
+
+// Qt's timers count whole milliseconds in an int, about 24.8 days; a Retry-After used as
+// the base of the exponential passes that after a few retries, so a longer wait is a
+// chain of timers, each as long as Qt allows.
+void waitThenRun(QObject *owner, int64_t milliseconds, std::function<void()> block) {
+    const int step = static_cast<int>(std::clamp<int64_t>(milliseconds, 0, INT_MAX));
+    auto *timer = new QTimer(owner);
+    timer->setSingleShot(true);
+    QObject::connect(timer, &QTimer::timeout, owner,
+                     [timer, owner, rest = milliseconds - step, block = std::move(block)] {
+                         timer->deleteLater();
+                         if (rest > 0) {
+                             waitThenRun(owner, rest, block);
+                         } else {
+                             block();
+                         }
+                     });
+    timer->start(step);
+}
+
+}  // namespace
+
 void EVTMainLoopRunner::runAfter(std::chrono::nanoseconds delay, std::function<void()> block) {
     QCoreApplication *application = QCoreApplication::instance();
     if (application == nullptr) {
         return;
     }
-    // Qt's timers count whole milliseconds in an int; a Retry-After used as
-    // the base of the exponential overflows that after a few retries.
-    const auto milliseconds = std::min<int64_t>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(delay).count(), INT_MAX);
+    const int64_t milliseconds =
+        std::chrono::duration_cast<std::chrono::milliseconds>(delay).count();
     // The timer must be created on the main thread to fire there.
     QMetaObject::invokeMethod(
         application,
         [application, milliseconds, block = std::move(block)]() mutable {
-            QTimer::singleShot(static_cast<int>(milliseconds), application, std::move(block));
+            waitThenRun(application, milliseconds, std::move(block));
         },
         Qt::QueuedConnection);
 }
@@ -59,8 +80,14 @@ bool EVTBackoffTimer::jitterCoefficientIsValid(double jitterCoefficient) {
 void EVTBackoffTimer::executeBlockAfterNextInterval(std::function<void()> block) {
     ++retryCount_;
     const double seconds = computeDelayForInitialValue(initialValue_, retryCount_);
-    runner_.runAfter(std::chrono::nanoseconds(static_cast<int64_t>(seconds * 1e9)),
-                     std::move(block));
+    // A large Retry-After raised to the retry count leaves the range of a 64-bit count
+    // of nanoseconds (about 292 years) within a few retries, or is infinite; converting
+    // it unchecked gives a negative or undefined delay. The longest delay stands in.
+    const double nanoseconds = seconds * 1e9;
+    const auto delay = nanoseconds >= 0.0 && nanoseconds < 0x1p63
+                           ? std::chrono::nanoseconds(static_cast<int64_t>(nanoseconds))
+                           : std::chrono::nanoseconds::max();
+    runner_.runAfter(delay, std::move(block));
 }
 
 double EVTBackoffTimer::computeDelayForInitialValue(double initialValue, uint64_t retryCount) {

@@ -7,7 +7,7 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include "EVTFilePackager.h"
+#include "EVTKitFiles.h"
 #include "EVTLog.h"
 
 namespace tarnwell {
@@ -27,10 +27,10 @@ EVTCleanupFilesOperation::EVTCleanupFilesOperation(QString directory, qint64 max
     : directory_(std::move(directory)), maxPendingSendFiles_(maxPendingSendFiles) {}
 
 int EVTCleanupFilesOperation::run() const {
-    QFileInfoList files = QDir(directory_)
-                              .entryInfoList({QStringLiteral("*.") +
-                                              QLatin1String(EVTFilePackager::kPackagedExtension)},
-                                             QDir::Files);
+    QFileInfoList files;
+    for (const QString &path : EVTKitFiles::list(directory_, EVTKitFiles::Kind::Packaged)) {
+        files << QFileInfo(path);
+    }
     if (files.size() <= maxPendingSendFiles_) {
         return 0;
     }

@@ -23,6 +23,11 @@ QString EVTConfiguration::rootDirectoryForBundle(const QString &bundleIdentifier
     return QDir(QString::fromStdString(base)).filePath(QStringLiteral("analytics/v2"));
 }
 
+QString EVTConfiguration::installIdPath(const QString &rootDirectory) {
+    return rootDirectory.isEmpty() ? QString()
+                                   : QDir(rootDirectory).filePath(QStringLiteral("install_id"));
+}
+
 EVTConfiguration EVTConfiguration::forApplication(const QString &bundleIdentifier,
                                                   const QString &bundleShortVersion,
                                                   const QString &bundleVersion) {

@@ -19,6 +19,10 @@ struct EVTConfiguration {
     // The user's choice; off, the kit records and sends nothing and removes
     // the event files it finds.
     bool collectionEnabled = true;
+    // The run's identity, shared with the crash reporter; without an install
+    // identifier the kit keeps one of its own in its folder.
+    QString installId;
+    QString sessionId;
 
     // The build's endpoint and account key, each replaced by
     // TARNWELL_EVENTS_URL / TARNWELL_EVENTS_KEY when set in the environment.
@@ -27,6 +31,8 @@ struct EVTConfiguration {
                                            const QString &bundleVersion);
 
     static QString rootDirectoryForBundle(const QString &bundleIdentifier);
+    // Where the installation's identifier is kept: in the kit's folder, empty without one.
+    static QString installIdPath(const QString &rootDirectory);
 };
 
 }  // namespace tarnwell

@@ -26,7 +26,18 @@ EVTEventsController::EVTEventsController(EVTConfiguration configuration,
 }
 
 EVTEventsController::~EVTEventsController() {
-    queue_->stop([this] { pipeline_.reset(); });
+    // What this run recorded leaves now, not when the file happens to fill up at some
+    // later run: packaged, it is sent as soon as the service can be reached.
+    const bool stopped = queue_->stop([this] {
+        if (pipeline_) {
+            pipeline_->rotateAndSubmitCurrentLog();
+        }
+        pipeline_.reset();
+    });
+    if (!stopped) {
+        // The worker is stuck inside the pipeline, which must outlive it.
+        [[maybe_unused]] EVTEventsPipeline *inUse = pipeline_.release();
+    }
 }
 
 void EVTEventsController::enqueueEvent(EVTEvent event) {

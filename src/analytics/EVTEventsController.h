@@ -25,7 +25,8 @@ public:
         EVTConfiguration configuration,
         std::shared_ptr<EVTDelayedRunner> retryRunner = std::make_shared<EVTMainLoopRunner>(),
         EVTRandomSource random = systemRandomSource());
-    // Lets the events already logged reach their file before returning.
+    // Lets the events already logged reach their file, then rotates it for upload,
+    // before returning.
     ~EVTEventsController() override;
 
     void enqueueEvent(EVTEvent event);

@@ -1,10 +1,9 @@
 #include "EVTEventsPipeline.h"
 
-#include <climits>
-
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QSaveFile>
 #include <QUuid>
@@ -12,8 +11,10 @@
 #include "EVTCleanupFilesOperation.h"
 #include "EVTEvent.h"
 #include "EVTFilePackager.h"
+#include "EVTKitFiles.h"
 #include "EVTLog.h"
 #include "EVTWriteEventOperation.h"
+#include "crash/RunIdentity.h"
 
 namespace tarnwell {
 
@@ -21,16 +22,6 @@ namespace {
 
 QString newUuid() {
     return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
-}
-
-QStringList filesWithExtension(const QString &directory, const char *extension) {
-    const QDir dir(directory);
-    QStringList paths;
-    for (const QString &name :
-         dir.entryList({QStringLiteral("*.") + QLatin1String(extension)}, QDir::Files)) {
-        paths << dir.filePath(name);
-    }
-    return paths;
 }
 
 }  // namespace
@@ -46,17 +37,25 @@ EVTEventsPipeline::EVTEventsPipeline(const EVTConfiguration &configuration,
       collectionEnabled_(configuration.collectionEnabled),
       uploader_(configuration, std::move(queue), runner, std::move(random),
                 std::move(uploadFinished)) {
+    // The kit's first start on this installation is when its folder is first made: the
+    // install identifier may already exist, made by another command's crash reporter.
+    const bool firstInstall = !QFileInfo::exists(eventsDirectory_);
     QDir().mkpath(eventsDirectory_);
-    bool firstInstall = false;
-    installId_ = installId(firstInstall);
-    metadata_ = EVTMetadata::current(configuration_, newUuid(), installId_);
+    if (configuration_.installId.isEmpty()) {
+        const crash::RunIdentity identity = crash::makeRunIdentity(
+            EVTConfiguration::installIdPath(configuration_.rootDirectory).toStdString());
+        configuration_.installId = QString::fromStdString(identity.installId);
+        configuration_.sessionId = QString::fromStdString(identity.sessionId);
+    }
+    metadata_ = EVTMetadata::current(configuration_);
     currentPath_ = newLogPath();
 
     // The crash reporter sends the previous run's metadata with its reports;
     // from now on that is this run's.
-    QSaveFile crashMetadata(
-        QDir(configuration_.rootDirectory).filePath(QLatin1String(kCrashMetadataFile)));
-    if (crashMetadata.open(QIODevice::WriteOnly)) {
+    const QString crashMetadataPath =
+        QDir(configuration_.rootDirectory).filePath(QLatin1String(kCrashMetadataFile));
+    QSaveFile crashMetadata(crashMetadataPath);
+    if (EVTKitFiles::mayReplace(crashMetadataPath) && crashMetadata.open(QIODevice::WriteOnly)) {
         const double now = QDateTime::currentMSecsSinceEpoch() / 1000.0;
         crashMetadata.write(QJsonDocument(metadata_.payload(now)).toJson(QJsonDocument::Compact));
         crashMetadata.commit();
@@ -84,25 +83,6 @@ EVTEventsPipeline::EVTEventsPipeline(const EVTConfiguration &configuration,
 }
 
 EVTEventsPipeline::~EVTEventsPipeline() = default;
-
-QString EVTEventsPipeline::installId(bool &firstInstall) const {
-    const QString path = QDir(configuration_.rootDirectory).filePath(QLatin1String(kInstallIdFile));
-    QFile file(path);
-    if (file.open(QIODevice::ReadOnly)) {
-        const QString stored = QString::fromUtf8(file.readAll()).trimmed();
-        if (!stored.isEmpty()) {
-            return stored;
-        }
-    }
-    firstInstall = true;
-    const QString made = newUuid();
-    QSaveFile out(path);
-    if (out.open(QIODevice::WriteOnly)) {
-        out.write(made.toUtf8());
-        out.commit();
-    }
-    return made;
-}
 
 QString EVTEventsPipeline::newLogPath() const {
     return QDir(eventsDirectory_)
@@ -132,7 +112,7 @@ bool EVTEventsPipeline::sampledOut() const {
         return false;
     }
     const QByteArray digest =
-        QCryptographicHash::hash(installId_.toUtf8(), QCryptographicHash::Sha1);
+        QCryptographicHash::hash(configuration_.installId.toUtf8(), QCryptographicHash::Sha1);
     quint64 bucket = 0;
     for (int i = 0; i < 8; ++i) {
         bucket = (bucket << 8) | static_cast<quint8>(digest.at(i));
@@ -194,14 +174,13 @@ void EVTEventsPipeline::submit(const QString &logPath) {
 // A run that ended before its files went out leaves them at whatever step
 // it reached; each is taken on from there.
 void EVTEventsPipeline::cleanupAndProcessExistingFiles() {
-    for (const QString &log :
-         filesWithExtension(eventsDirectory_, EVTFilePackager::kLogExtension)) {
+    for (const QString &log : EVTKitFiles::list(eventsDirectory_, EVTKitFiles::Kind::Log)) {
         if (log != currentPath_) {
             EVTFilePackager::compress(log);
         }
     }
     for (const QString &compressed :
-         filesWithExtension(eventsDirectory_, EVTFilePackager::kCompressedExtension)) {
+         EVTKitFiles::list(eventsDirectory_, EVTKitFiles::Kind::Compressed)) {
         EVTFilePackager::package(compressed, EVTFilePackager::generateBoundary());
     }
     EVTCleanupFilesOperation(eventsDirectory_, settings_.maxPendingSendFiles()).run();
@@ -209,7 +188,7 @@ void EVTEventsPipeline::cleanupAndProcessExistingFiles() {
 
 void EVTEventsPipeline::uploadAllMultipartFiles() {
     for (const QString &packaged :
-         filesWithExtension(eventsDirectory_, EVTFilePackager::kPackagedExtension)) {
+         EVTKitFiles::list(eventsDirectory_, EVTKitFiles::Kind::Packaged)) {
         upload(packaged);
     }
 }
@@ -219,8 +198,8 @@ void EVTEventsPipeline::upload(const QString &packagedPath) {
     if (!url.isValid() || url.isEmpty() || configuration_.apiKey.isEmpty()) {
         return;
     }
-    const double timeout = settings_.defaultUploadTimeout() * 1000.0;
-    uploader_.upload(packagedPath, url, timeout >= INT_MAX ? INT_MAX : static_cast<int>(timeout));
+    uploader_.upload(packagedPath, url,
+                     static_cast<int>(settings_.defaultUploadTimeout() * 1000.0));
 }
 
 void EVTEventsPipeline::setCollectionEnabled(bool enabled) {
@@ -234,10 +213,9 @@ void EVTEventsPipeline::setCollectionEnabled(bool enabled) {
 }
 
 void EVTEventsPipeline::removeAllLogs() {
-    for (const char *extension :
-         {EVTFilePackager::kLogExtension, EVTFilePackager::kCompressedExtension,
-          EVTFilePackager::kPackagedExtension}) {
-        for (const QString &path : filesWithExtension(eventsDirectory_, extension)) {
+    for (const EVTKitFiles::Kind kind :
+         {EVTKitFiles::Kind::Log, EVTKitFiles::Kind::Compressed, EVTKitFiles::Kind::Packaged}) {
+        for (const QString &path : EVTKitFiles::list(eventsDirectory_, kind)) {
             QFile::remove(path);
         }
     }
@@ -250,7 +228,7 @@ void EVTEventsPipeline::setupFlushTimer() {
     }
     flushTimer_ = std::make_unique<QTimer>();
     flushTimer_->setObjectName(QStringLiteral("io.telemetry.events.TimedEventsFlush"));
-    flushTimer_->setInterval(static_cast<int>(std::min(interval * 1000.0, double{INT_MAX})));
+    flushTimer_->setInterval(static_cast<int>(interval * 1000.0));
     QObject::connect(flushTimer_.get(), &QTimer::timeout, [this] { rotateAndSubmitCurrentLog(); });
     flushTimer_->start();
 }

@@ -23,7 +23,6 @@ class EVTSerialQueue;
 class EVTEventsPipeline {
 public:
     static constexpr char kEventsFolder[] = "events";
-    static constexpr char kInstallIdFile[] = "install_id";
     static constexpr char kCrashMetadataFile[] = "crash_metadata";
 
     EVTEventsPipeline(const EVTConfiguration &configuration, std::weak_ptr<EVTSerialQueue> queue,
@@ -48,14 +47,11 @@ private:
     void removeAllLogs();
     void setupFlushTimer();
     QString newLogPath() const;
-    // Reads the installation identifier, making one on the first run.
-    QString installId(bool &firstInstall) const;
 
     EVTConfiguration configuration_;
     EVTSettings settings_;
     QString eventsDirectory_;
     bool collectionEnabled_;
-    QString installId_;
     EVTMetadata metadata_;
     QString currentPath_;
     EVTUploader uploader_;

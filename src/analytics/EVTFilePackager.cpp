@@ -8,6 +8,7 @@
 #include <QSaveFile>
 #include <QUuid>
 
+#include "EVTKitFiles.h"
 #include "EVTLog.h"
 
 namespace tarnwell {
@@ -23,15 +24,10 @@ QString withExtension(const QString &path, const char *extension) {
     return info.dir().filePath(info.completeBaseName() + u'.' + QLatin1String(extension));
 }
 
-std::optional<QByteArray> readAll(const QString &path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return std::nullopt;
-    }
-    return file.readAll();
-}
-
 bool replaceWith(const QString &source, const QString &destination, const QByteArray &data) {
+    if (!EVTKitFiles::mayReplace(destination)) {
+        return false;
+    }
     QSaveFile file(destination);
     if (!file.open(QIODevice::WriteOnly) || file.write(data) != data.size() || !file.commit()) {
         qCWarning(lcEvents).noquote()
@@ -65,11 +61,37 @@ std::optional<QByteArray> EVTFilePackager::gzip(const QByteArray &data) {
     return compressed;
 }
 
+std::optional<QByteArray> EVTFilePackager::gunzip(const QByteArray &data, qint64 maxBytes) {
+    z_stream stream{};
+    if (inflateInit2(&stream, kGzipWindowBits) != Z_OK) {
+        return std::nullopt;
+    }
+    stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(data.constData()));
+    stream.avail_in = static_cast<uInt>(data.size());
+    // One byte over the limit tells a stream that is too long from one that fits.
+    QByteArray out(static_cast<qsizetype>(maxBytes + 1), '\0');
+    stream.next_out = reinterpret_cast<Bytef *>(out.data());
+    stream.avail_out = static_cast<uInt>(out.size());
+    const int status = inflate(&stream, Z_FINISH);
+    const auto produced = static_cast<qsizetype>(stream.total_out);
+    const bool whole = status == Z_STREAM_END && stream.avail_in == 0 && produced <= maxBytes;
+    inflateEnd(&stream);
+    if (!whole) {
+        return std::nullopt;
+    }
+    out.resize(produced);
+    return out;
+}
+
 std::optional<QString> EVTFilePackager::compress(const QString &logPath) {
-    const std::optional<QByteArray> data = readAll(logPath);
-    if (!data) {
+    const QFileInfo info(logPath);
+    if (!info.exists() && !info.isSymLink()) {
         qCWarning(lcEvents).noquote()
             << QStringLiteral("Error: attempting to compress nonexistent file: %1").arg(logPath);
+        return std::nullopt;
+    }
+    const std::optional<QByteArray> data = EVTKitFiles::read(logPath, EVTKitFiles::Kind::Log);
+    if (!data) {
         return std::nullopt;
     }
     const std::optional<QByteArray> compressed = gzip(*data);
@@ -89,28 +111,35 @@ std::optional<QString> EVTFilePackager::package(const QString &compressedPath,
                    .arg(compressedPath);
         return std::nullopt;
     }
-    const std::optional<QByteArray> data = readAll(compressedPath);
+    const std::optional<QByteArray> data =
+        EVTKitFiles::read(compressedPath, EVTKitFiles::Kind::Compressed);
     if (info.isDir() || !data) {
         qCWarning(lcEvents).noquote()
             << QStringLiteral("Error packaging: %1 is an invalid path.").arg(compressedPath);
         return std::nullopt;
     }
-    const QByteArray b = boundary.toLatin1();
-    QByteArray body;
-    body.reserve(data->size() + 256);
-    body.append("--" + b + "\r\n")
-        .append("Content-Disposition: form-data; name=\"file\"; filename=\"" +
-                info.fileName().toUtf8() + "\"\r\n")
-        .append(QByteArray("Content-Type: ") + kEventsContentType + "\r\n")
-        .append("Content-Length: " + QByteArray::number(data->size()) + "\r\n\r\n")
-        .append(*data)
-        .append("\r\n--" + b + "--\r\n");
     const QString packagedPath =
         info.dir().filePath(boundary + u'.' + QLatin1String(kPackagedExtension));
-    if (!replaceWith(compressedPath, packagedPath, body)) {
+    if (!replaceWith(compressedPath, packagedPath,
+                     multipartBody(boundary, info.fileName(), *data))) {
         return std::nullopt;
     }
     return packagedPath;
+}
+
+QByteArray EVTFilePackager::multipartBody(const QString &boundary, const QString &fileName,
+                                          const QByteArray &compressed) {
+    const QByteArray b = boundary.toLatin1();
+    QByteArray body;
+    body.reserve(compressed.size() + 256);
+    body.append("--" + b + "\r\n")
+        .append("Content-Disposition: form-data; name=\"file\"; filename=\"" + fileName.toUtf8() +
+                "\"\r\n")
+        .append(QByteArray("Content-Type: ") + kEventsContentType + "\r\n")
+        .append("Content-Length: " + QByteArray::number(compressed.size()) + "\r\n\r\n")
+        .append(compressed)
+        .append("\r\n--" + b + "--\r\n");
+    return body;
 }
 
 QString EVTFilePackager::generateBoundary() {

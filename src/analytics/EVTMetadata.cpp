@@ -9,6 +9,7 @@
 
 #include "EVTConfiguration.h"
 #include "EVTEvent.h"
+#include "crash/BinaryImageLog.h"
 
 namespace tarnwell {
 
@@ -38,14 +39,13 @@ void insertIfPresent(QJsonObject &object, const char *key, const QString &value)
 
 }  // namespace
 
-EVTMetadata EVTMetadata::current(const EVTConfiguration &configuration, const QString &sessionId,
-                                 const QString &installId) {
+EVTMetadata EVTMetadata::current(const EVTConfiguration &configuration) {
     EVTMetadata metadata;
     QJsonObject &f = metadata.fields_;
     f.insert(QStringLiteral("generator"), QLatin1String(kGenerator));
     insertIfPresent(f, "api_key", configuration.apiKey);
-    insertIfPresent(f, "session_id", sessionId);
-    insertIfPresent(f, "install_id", installId);
+    insertIfPresent(f, "session_id", configuration.sessionId);
+    insertIfPresent(f, "install_id", configuration.installId);
     const QString model = hostModel();
     insertIfPresent(f, "model", model);
     insertIfPresent(f, "machine", model);
@@ -59,6 +59,8 @@ EVTMetadata EVTMetadata::current(const EVTConfiguration &configuration, const QS
     insertIfPresent(f, "bundle_id", configuration.bundleIdentifier);
     insertIfPresent(f, "bundle_version", configuration.bundleVersion);
     insertIfPresent(f, "bundle_short_version", configuration.bundleShortVersion);
+    insertIfPresent(f, "instance_id",
+                    QString::fromLatin1(crash::BinaryImageLog::mainExecutableDetails().uuid));
     return metadata;
 }
 

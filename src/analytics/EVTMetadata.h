@@ -18,8 +18,9 @@ public:
     static constexpr char kPlatform[] = "linux";
 
     // Reads the host's figures once; they do not change while the process runs.
-    static EVTMetadata current(const EVTConfiguration &configuration, const QString &sessionId,
-                               const QString &installId);
+    // "instance_id" is the running executable's build identifier, the "uuid" of the
+    // crash reports' executable line, so events and crashes name the same build.
+    static EVTMetadata current(const EVTConfiguration &configuration);
 
     // The record with "started_at" set to the given time (seconds since 1970).
     QJsonObject payload(double startedAt) const;

@@ -4,10 +4,28 @@
 #include <QSemaphore>
 #include <QThread>
 
+#include "EVTLog.h"
+#include "threads/StartThread.h"
+
 namespace tarnwell {
 
-EVTSerialQueue::EVTSerialQueue()
-    : thread_(std::make_unique<QThread>()), context_(std::make_unique<QObject>()) {
+namespace {
+
+// Qt creates the thread; its body still gets its own signal stack before the event loop
+// runs anything.
+class SignalStackThread : public QThread {
+protected:
+    void run() override {
+        threads::runWithSignalStack([this] { exec(); });
+    }
+};
+
+}  // namespace
+
+EVTSerialQueue::EVTSerialQueue(std::chrono::milliseconds stopTimeout)
+    : thread_(std::make_unique<SignalStackThread>()),
+      context_(std::make_unique<QObject>()),
+      stopTimeout_(stopTimeout) {
     thread_->setObjectName(QStringLiteral("io.telemetry.events.EventQueue"));
     context_->moveToThread(thread_.get());
     thread_->start();
@@ -22,7 +40,14 @@ bool EVTSerialQueue::post(std::function<void()> task) {
     if (stopped_) {
         return false;
     }
-    QMetaObject::invokeMethod(context_.get(), std::move(task), Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        context_.get(),
+        [abandoned = abandoned_, task = std::move(task)] {
+            if (!*abandoned) {
+                task();
+            }
+        },
+        Qt::QueuedConnection);
     return true;
 }
 
@@ -33,29 +58,38 @@ void EVTSerialQueue::waitUntilIdle() {
     }
 }
 
-void EVTSerialQueue::stop(std::function<void()> finalTask) {
+bool EVTSerialQueue::stop(std::function<void()> finalTask) {
     {
         std::lock_guard lock(mutex_);
         if (stopped_) {
-            return;
+            return true;
         }
         stopped_ = true;
         // Quitting from inside the queue, not from here, lets every task
         // already posted run first.
         QMetaObject::invokeMethod(
             context_.get(),
-            [finalTask = std::move(finalTask)] {
-                if (finalTask) {
+            [abandoned = abandoned_, finalTask = std::move(finalTask)] {
+                if (finalTask && !*abandoned) {
                     finalTask();
                 }
                 QThread::currentThread()->quit();
             },
             Qt::QueuedConnection);
     }
-    thread_->wait();
+    if (!thread_->wait(QDeadlineTimer(stopTimeout_))) {
+        qCWarning(lcEvents, "The events worker did not stop in time; leaving it behind.");
+        // The tasks still queued belong to owners that are going away: skipped.
+        // Destroying a running QThread would abort the process, so it is kept.
+        *abandoned_ = true;
+        [[maybe_unused]] QThread *running = thread_.release();
+        [[maybe_unused]] QObject *context = context_.release();
+        return false;
+    }
     // Objects the tasks parented to the context go with it, on this thread
     // now that the worker has ended.
     context_.reset();
+    return true;
 }
 
 }  // namespace tarnwell

@@ -1,10 +1,17 @@
 #include "EVTSettings.h"
 
+#include <fcntl.h>
+
+#include <algorithm>
+#include <climits>
+
 #include <QDir>
 #include <QFile>
 #include <QJsonDocument>
 
+#include "EVTKitFiles.h"
 #include "EVTLog.h"
+#include "crash/RegularFile.h"
 
 namespace tarnwell {
 
@@ -21,23 +28,34 @@ constexpr EVTSettings::Setting kFlushIntervalSecs{"analytics", "flush_interval_s
 constexpr EVTSettings::Setting kSamplingRate{"analytics", "sampling_rate", 1};
 constexpr EVTSettings::Setting kUploadTimeoutSecs{"analytics", "upload_timeout_secs", 21600};
 
+// A few hundred bytes in practice; a file far larger is not ours.
+constexpr size_t kLargestFile = 64 << 10;
+
+// Bounds of every interval in seconds: what a timer can run on without spinning or
+// wrapping its millisecond count.
+constexpr double kShortestInterval = 1;
+constexpr double kLongestInterval = INT_MAX / 1000;
+
 }  // namespace
 
 EVTSettings EVTSettings::loadFromDirectory(const QString &directory, const QUrl &defaultEventsURL) {
-    QFile file(QDir(directory).filePath(QString::fromLatin1(kFileName)));
-    if (!file.exists()) {
+    const QString path = QDir(directory).filePath(QString::fromLatin1(kFileName));
+    const crash::BoundedRead read =
+        crash::readRegularFile(AT_FDCWD, QFile::encodeName(path).constData(), kLargestFile);
+    if (read.refusal == crash::FileRefusal::Missing) {
         return EVTSettings({}, defaultEventsURL);
     }
     QJsonParseError error{};
-    const QJsonDocument document = file.open(QIODevice::ReadOnly)
-                                       ? QJsonDocument::fromJson(file.readAll(), &error)
-                                       : QJsonDocument();
+    const QJsonDocument document =
+        read.refusal == crash::FileRefusal::None
+            ? QJsonDocument::fromJson(QByteArray::fromStdString(read.bytes), &error)
+            : QJsonDocument();
     if (!document.isObject()) {
         qCWarning(lcEvents).noquote()
             << QStringLiteral("Ignoring settings file %1: %2")
-                   .arg(file.fileName(), file.error() != QFileDevice::NoError
-                                             ? file.errorString()
-                                             : error.errorString());
+                   .arg(path, read.refusal != crash::FileRefusal::None
+                                  ? QString::fromLatin1(crash::describeRefusal(read.refusal))
+                                  : error.errorString());
         return EVTSettings({}, defaultEventsURL);
     }
     return EVTSettings(document.object(), defaultEventsURL);
@@ -77,20 +95,25 @@ bool EVTSettings::shouldCollectCustomEvents() const {
 bool EVTSettings::shouldCollectPredefinedEvents() const {
     return flag(kTrackPredefinedEvents);
 }
+// Larger files would not be taken for the kit's own when they are sent.
 qint64 EVTSettings::maximumPayloadSize() const {
-    return integer(kMaxByteSizePerFile);
+    return std::min(integer(kMaxByteSizePerFile), EVTKitFiles::kLargestPayloadSize);
 }
 qint64 EVTSettings::maxPendingSendFiles() const {
     return integer(kMaxPendingSendFileCount);
 }
+// 0 or less means no flush timer. A positive value below a second would make the
+// worker spin, one beyond an int of milliseconds would wrap the timer's interval.
 double EVTSettings::flushInterval() const {
-    return number(kFlushIntervalSecs);
+    const double seconds = number(kFlushIntervalSecs);
+    return seconds <= 0 ? 0 : std::clamp(seconds, kShortestInterval, kLongestInterval);
 }
 qint64 EVTSettings::samplingRate() const {
     return integer(kSamplingRate);
 }
+// A transfer timeout of 0 would mean none at all.
 double EVTSettings::defaultUploadTimeout() const {
-    return number(kUploadTimeoutSecs);
+    return std::clamp(number(kUploadTimeoutSecs), kShortestInterval, kLongestInterval);
 }
 
 }  // namespace tarnwell

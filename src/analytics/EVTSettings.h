@@ -24,6 +24,7 @@ public:
     bool shouldCollectPredefinedEvents() const;
     qint64 maximumPayloadSize() const;
     qint64 maxPendingSendFiles() const;
+    // Intervals in seconds, within what a timer holds (flushInterval 0: no timer).
     double flushInterval() const;
     qint64 samplingRate() const;
     double defaultUploadTimeout() const;

@@ -7,6 +7,7 @@
 #include <QNetworkRequest>
 
 #include "EVTFilePackager.h"
+#include "EVTKitFiles.h"
 #include "EVTLog.h"
 #include "EVTSerialQueue.h"
 #include "TLMNetworkResponseHandler.h"
@@ -67,16 +68,17 @@ void EVTUploader::upload(const QString &packagedPath, const QUrl &url, int timeo
 }
 
 void EVTUploader::send(const QString &packagedPath, const QUrl &url, int timeoutMilliseconds) {
-    QFile file(packagedPath);
-    if (!file.open(QIODevice::ReadOnly)) {
-        // Removed meanwhile: collection was switched off, or the cleanup
-        // made room for newer files.
+    const std::optional<QByteArray> body =
+        EVTKitFiles::read(packagedPath, EVTKitFiles::Kind::Packaged);
+    if (!body) {
+        // Removed meanwhile (collection was switched off, or the cleanup made
+        // room for newer files), or never the kit's own.
         inFlight_.remove(packagedPath);
         return;
     }
     const QNetworkRequest request =
         makeRequest(configuration_, packagedPath, url, timeoutMilliseconds);
-    QNetworkReply *reply = network_.post(request, file.readAll());
+    QNetworkReply *reply = network_.post(request, *body);
     QObject::connect(reply, &QNetworkReply::finished, &network_, [=, this] {
         reply->deleteLater();
         const TLMHttpResponse response = TLMHttpResponse::fromReply(*reply);

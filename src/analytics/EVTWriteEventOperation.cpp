@@ -28,14 +28,23 @@ EVTWriteEventOperation::EVTWriteEventOperation(QString path, const EVTEvent &eve
 bool EVTWriteEventOperation::run() const {
     const QByteArray path = path_.toLocal8Bit();
     struct stat status {};
-    const bool existed = ::stat(path.constData(), &status) == 0;
+    const bool existed = ::lstat(path.constData(), &status) == 0;
     if (existed && S_ISDIR(status.st_mode)) {
         qCWarning(lcWriteOperation, "Failed to write: %s is a directory", path.constData());
         return false;
     }
-    const int fd = ::open(path.constData(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+    // Never through a link, never blocked by a FIFO, never into anything but a
+    // regular file.
+    const int fd =
+        ::open(path.constData(),
+               O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0644);
     if (fd < 0) {
         qCWarning(lcWriteOperation, "Failed to write: %s", std::strerror(errno));
+        return false;
+    }
+    if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
+        qCWarning(lcWriteOperation, "Failed to write: %s is not a regular file", path.constData());
+        ::close(fd);
         return false;
     }
     bool written = existed || writeLine(fd, metadataLine_);

@@ -46,6 +46,7 @@ public:
     // True until a build number has been stored.
     virtual bool isFirstRun() = 0;
     virtual bool isWelcomeShown() = 0;
+    virtual void setIsWelcomeShown(bool shown) = 0;
     virtual QString bundleBuild() = 0;
     virtual void setBundleBuild(const QString &build) = 0;
 };

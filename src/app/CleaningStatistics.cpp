@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "memory/DecimalText.h"
+
 namespace tarnwell {
 
 RunningTotal addFreedBytes(RunningTotal total, uint64_t freedBytes) {
@@ -32,7 +34,7 @@ QString totallyCleanedString(RunningTotal total) {
         } while (value > 999.0);
     }
     const char *unit = digit >= 0 && digit < int64_t(kUnits.size()) ? kUnits[size_t(digit)] : "B";
-    return QString::asprintf("%.2f %s", value, unit);
+    return QString::fromStdString(twoDecimals(value)) + QLatin1Char(' ') + QLatin1String(unit);
 }
 
 }  // namespace tarnwell

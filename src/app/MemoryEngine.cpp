@@ -12,6 +12,10 @@ QRMStatisticsRecord QRMMemoryInfoEngine::info() const {
     return memoryInfo_.info();
 }
 
+std::string QRMMemoryInfoEngine::sampleProblem() const {
+    return memoryInfo_.sampleProblem();
+}
+
 CleaningDecision QRMMemoryInfoEngine::cleanMemoryNow() {
     return memoryInfo_.cleanMemoryNow();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 #include "memory/CleaningPlan.h"
 #include "memory/QRMNumber.h"
@@ -17,6 +18,8 @@ public:
     virtual ~MemoryEngine() = default;
     virtual void refresh() = 0;
     virtual QRMStatisticsRecord info() const = 0;
+    // Why the last refresh could not read the figures; empty when it could.
+    virtual std::string sampleProblem() const = 0;
     // Returns at once; the observers run on the cleaning thread afterwards,
     // and only for a cleaning that started.
     virtual CleaningDecision cleanMemoryNow() = 0;
@@ -30,6 +33,7 @@ public:
     explicit QRMMemoryInfoEngine(QRMMemoryInfo &memoryInfo) : memoryInfo_(memoryInfo) {}
     void refresh() override;
     QRMStatisticsRecord info() const override;
+    std::string sampleProblem() const override;
     CleaningDecision cleanMemoryNow() override;
     int addMemoryCleanedObserver(std::function<void()> observer) override;
     void removeMemoryCleanedObserver(int id) override;

@@ -89,6 +89,10 @@ QList<QVariantMap> PreferencesAppSettings::applicationsAndUtilitiesToMonitoring(
     return preferences_.applicationsAndUtilitiesToMonitoring().value_or(QList<QVariantMap>());
 }
 
+void PreferencesAppSettings::setIsWelcomeShown(bool shown) {
+    preferences_.setIsWelcomeShown(shown);
+}
+
 QString PreferencesAppSettings::bundleBuild() {
     return preferences_.bundleBuild();
 }

@@ -32,6 +32,7 @@ public:
     QList<QVariantMap> applicationsAndUtilitiesToMonitoring() override;
     bool isFirstRun() override;
     bool isWelcomeShown() override;
+    void setIsWelcomeShown(bool shown) override;
     QString bundleBuild() override;
     void setBundleBuild(const QString &build) override;
 

@@ -1,6 +1,6 @@
 #include "app/QRMAppDelegate.h"
 
-#include <thread>
+#include <system_error>
 
 #include <QCoreApplication>
 #include <QUrl>
@@ -8,17 +8,20 @@
 #include "BuildInfo.h"
 #include "StatusBarIcons.h"
 #include "app/AppSettings.h"
+#include "app/LoginItems.h"
 #include "app/MemoryEngine.h"
 #include "app/QRMMakeURL.h"
 #include "app/RecordValues.h"
 #include "app/SizeText.h"
 #include "app/StatusIcons.h"
 #include "app/StatusItemView.h"
+#include "app/UpdateChecks.h"
 #include "app/UrlOpener.h"
 #include "app/UsageEvents.h"
 #include "app/UserNotifier.h"
 #include "preferences/QRMConstants.h"
 #include "preferences/QRMSettingValue.h"
+#include "threads/StartThread.h"
 
 namespace tarnwell {
 
@@ -36,8 +39,9 @@ enum StatusBarIconType {
     kIconPieChartColor = 4,
 };
 
+// The one place the controller starts a thread.
 void runOnNewThread(std::function<void()> task) {
-    std::thread(std::move(task)).detach();
+    threads::startThread(std::move(task)).detach();
 }
 
 // A flag counts only as a real boolean; a missing one is off.
@@ -57,13 +61,17 @@ QRMAppDelegate::QRMAppDelegate(Services services, QObject *parent)
       pendingStatusItem_(services.statusItem),
       notifier_(services.notifier),
       usageEvents_(services.usageEvents),
+      updater_(services.updater),
+      loginItems_(services.loginItems),
+      loginItemPath_(std::move(services.loginItemPath)),
       runInBackground_(services.runInBackground ? std::move(services.runInBackground)
                                                 : BackgroundRunner(runOnNewThread)),
       applicationEvents_(services.applicationEvents),
       searchApplicationsAndUtilitiesInBackground_(
           std::move(services.searchApplicationsAndUtilitiesInBackground)) {
     connect(&refreshMemoryInfoTimer_, &QTimer::timeout, this, &QRMAppDelegate::refreshMemoryInfo);
-    connect(&autoCleanEveryTimeTimer_, &QTimer::timeout, this, &QRMAppDelegate::cleanMemoryNow);
+    connect(&autoCleanEveryTimeTimer_, &QTimer::timeout, this,
+            [this] { cleanMemoryNow(CleaningTrigger::Automatic); });
     connectMenuCommands();
 
     // Listening first: the first threshold check below may already start a
@@ -81,12 +89,16 @@ QRMAppDelegate::~QRMAppDelegate() {
     if (applicationEvents_) {
         applicationEvents_->stopMonitoring();
     }
+    // Returns only once no observer call is running or about to run.
     engine_.removeMemoryCleanedObserver(memoryCleanedObserver_);
+    std::unique_lock lock(backgroundMutex_);
+    backgroundFinished_.wait(lock, [this] { return backgroundTasks_ == 0; });
 }
 
 void QRMAppDelegate::connectMenuCommands() {
+    connect(statusMenu_.cleanMemoryNow, &QRMMenuItem::triggered, this,
+            [this] { cleanMemoryNow(CleaningTrigger::User); });
     const std::pair<QRMMenuItem *, void (QRMAppDelegate::*)()> commands[] = {
-        {statusMenu_.cleanMemoryNow, &QRMAppDelegate::cleanMemoryNow},
         {statusMenu_.lastTimeCleanedMenuItem, &QRMAppDelegate::showTweetLastTimeCleanedMenuItem},
         {statusMenu_.maxCleanedMenuItem, &QRMAppDelegate::showTweetMaxCleanedMenuItem},
         {statusMenu_.totallyCleanedMenuItem, &QRMAppDelegate::showTweetTotallyCleanedMenuItem},
@@ -111,10 +123,12 @@ void QRMAppDelegate::awakeFromNib() {
         statusItem_->setMenu(statusMenu_.menu());
     }
     languageDidChanged();
-    // Adding the autostart entry on the first run belongs to the login-items
-    // part, which the preferences window brings; until then only the event.
+    const bool firstRun = settings_.isFirstRun();
+    if (firstRun && loginItems_ && !loginItems_->findApplicationAtLoginItems(loginItemPath_)) {
+        loginItems_->addApplicationToLoginItems(loginItemPath_);
+    }
     if (usageEvents_) {
-        if (settings_.isFirstRun()) {
+        if (firstRun) {
             usageEvents_->firstRun();
         } else {
             usageEvents_->run();
@@ -123,6 +137,11 @@ void QRMAppDelegate::awakeFromNib() {
 }
 
 void QRMAppDelegate::applicationDidFinishLaunching() {
+    if (updater_ && settings_.isFirstRun()) {
+        updater_->setAutomaticallyChecksForUpdates(true);
+        updater_->setAutomaticallyDownloadsUpdates(true);
+        updater_->checkForUpdatesInBackground();
+    }
     engine_.refresh();
     refreshStatusMenu();
     setupRefreshMemoryInfoTimer();
@@ -231,22 +250,63 @@ void QRMAppDelegate::refreshMemoryInfo() {
     checkToAutoClean();
 }
 
-void QRMAppDelegate::cleanMemoryNow() {
+void QRMAppDelegate::cleanMemoryNow(CleaningTrigger trigger) {
     if (memoryCleaningInProgress_) {
         return;
     }
+    cleaningTrigger_ = trigger;
+    // A cleaning recorded but not yet told means this request comes from the
+    // threshold check at the end of a completed one.
+    chainedCleaning_ = freeMemoryBefore_ != 0;
     invalidateRefreshMemoryInfoTimer();
     setMemoryCleaningInProgress(true);
-    runInBackground_([this] {
-        // Linux keeps a reserve the block may not eat into. A refusal for that
-        // reason is an ordinary "nothing to clean", not a request lost: without
-        // the hand-back the command would stay disabled on exactly the machines
-        // short of memory. Every other refusal leaves the cleaning pending.
-        const CleaningDecision decision = engine_.cleanMemoryNow();
-        if (decision.refusal == CleaningRefusal::NoRoomAboveReserve) {
-            memoryCleaned();
+    {
+        std::lock_guard lock(backgroundMutex_);
+        ++backgroundTasks_;
+    }
+    const auto declined = [this] {
+        QMetaObject::invokeMethod(this, &QRMAppDelegate::memoryCleaningDeclined,
+                                  Qt::QueuedConnection);
+    };
+    try {
+        runInBackground_([this, declined] {
+            // A refusal is not a finished cleaning: treating it as one re-ran
+            // the threshold check, which asked again at once, thousands of
+            // times a second while memory was short.
+            if (!engine_.cleanMemoryNow().started()) {
+                declined();
+            }
+            backgroundTaskFinished();
+        });
+    } catch (const std::system_error &) {
+        // No thread to be had: as good as a refusal.
+        backgroundTaskFinished();
+        declined();
+    }
+}
+
+void QRMAppDelegate::backgroundTaskFinished() {
+    // Notify under the lock: the destructor may go ahead as soon as it sees
+    // the count reach 0.
+    std::lock_guard lock(backgroundMutex_);
+    --backgroundTasks_;
+    backgroundFinished_.notify_all();
+}
+
+void QRMAppDelegate::memoryCleaningDeclined() {
+    memoryCleaningInProgress_ = false;
+    if (chainedCleaning_) {
+        // An earlier cleaning of this chain completed, and the sample taken
+        // after it stands as the chain's result.
+        recordCleaning();
+    } else {
+        enableCleanCommandAgain();
+        refreshStatusMenu();
+        if (cleaningTrigger_ == CleaningTrigger::User) {
+            setStatusItemTitle(localized_(QStringLiteral("NothingtoClean")));
         }
-    });
+    }
+    emit memoryCleaningInProgressChanged(false);
 }
 
 void QRMAppDelegate::memoryCleaned() {
@@ -274,49 +334,56 @@ void QRMAppDelegate::setMemoryCleaningInProgress(bool inProgress) {
             statusMenu_.cleanMemoryNow->setEnabled(false);
             statusMenu_.cleanMemoryNow->setTitle(progress);
             setStatusItemTitle(progress);
-            freeMemoryBefore_ = unsignedValue(engine_.info(), keys::freeBytes);
+            freeMemoryBefore_ = exactBytes(engine_.info(), keys::freeCount);
         }
     } else if (freeMemoryBefore_ != 0) {
-        freeMemoryAfter_ = unsignedValue(engine_.info(), keys::freeBytes);
-        if (freeMemoryAfter_ <= freeMemoryBefore_) {
-            setStatusItemTitle(localized_(QStringLiteral("NothingtoClean")));
-            settings_.setLastTimeCleaned(0);
-        } else {
-            const uint64_t freed = freeMemoryAfter_ - freeMemoryBefore_;
-            const QString message = QStringLiteral("%1 %2").arg(
-                sizeText(freed, false), localized_(QStringLiteral("Cleaned")));
-            setStatusItemTitle(message);
-            if (notifier_ && settings_.showNotificationsAfterCleaning()) {
-                notifier_->showNotificationWithTitle(
-                    QString::fromLatin1(kDisplayName), message,
-                    QString::fromLatin1(kDefaultNotificationSound));
-            }
-            settings_.setLastTimeCleaned(freed);
-            if (freed > settings_.maxCleaned()) {
-                settings_.setMaxCleaned(freed);
-            }
-            settings_.setTotallyCleaned(addFreedBytes(settings_.totallyCleaned(), freed));
-        }
-        statusMenu_.cleanMemoryNow->setTitle(localized_(QStringLiteral("CleanMemoryNow")));
-        statusMenu_.cleanMemoryNow->setEnabled(true);
-        setupRefreshMemoryInfoTimer();
-        freeMemoryBefore_ = 0;
-        freeMemoryAfter_ = 0;
+        recordCleaning();
     }
     emit memoryCleaningInProgressChanged(memoryCleaningInProgress_);
 }
 
+void QRMAppDelegate::recordCleaning() {
+    freeMemoryAfter_ = exactBytes(engine_.info(), keys::freeCount);
+    if (freeMemoryAfter_ <= freeMemoryBefore_) {
+        setStatusItemTitle(localized_(QStringLiteral("NothingtoClean")));
+        settings_.setLastTimeCleaned(0);
+    } else {
+        const uint64_t freed = freeMemoryAfter_ - freeMemoryBefore_;
+        const QString message = QStringLiteral("%1 %2").arg(sizeText(freed, false),
+                                                            localized_(QStringLiteral("Cleaned")));
+        setStatusItemTitle(message);
+        if (notifier_ && settings_.showNotificationsAfterCleaning()) {
+            notifier_->showNotificationWithTitle(QString::fromLatin1(kDisplayName), message,
+                                                 QString::fromLatin1(kDefaultNotificationSound));
+        }
+        settings_.setLastTimeCleaned(freed);
+        if (freed > settings_.maxCleaned()) {
+            settings_.setMaxCleaned(freed);
+        }
+        settings_.setTotallyCleaned(addFreedBytes(settings_.totallyCleaned(), freed));
+    }
+    enableCleanCommandAgain();
+}
+
+void QRMAppDelegate::enableCleanCommandAgain() {
+    statusMenu_.cleanMemoryNow->setTitle(localized_(QStringLiteral("CleanMemoryNow")));
+    statusMenu_.cleanMemoryNow->setEnabled(true);
+    setupRefreshMemoryInfoTimer();
+    freeMemoryBefore_ = 0;
+    freeMemoryAfter_ = 0;
+}
+
 void QRMAppDelegate::checkToAutoClean() {
     if (settings_.autoCleanByFreeSizeChecked() && !memoryCleaningInProgress_) {
-        const uint64_t freeMiB = unsignedValue(engine_.info(), keys::freeBytes) >> 20;
+        const uint64_t freeMiB = exactBytes(engine_.info(), keys::freeCount) >> 20;
         if (freeMiB < uint64_t(settings_.autoCleanByFreeSize())) {
-            cleanMemoryNow();
+            cleanMemoryNow(CleaningTrigger::Automatic);
         }
     }
     if (settings_.autoCleanByInactiveSizeChecked() && !memoryCleaningInProgress_) {
-        const uint64_t inactiveMiB = unsignedValue(engine_.info(), keys::inactiveBytes) >> 20;
+        const uint64_t inactiveMiB = exactBytes(engine_.info(), keys::inactiveCount) >> 20;
         if (inactiveMiB > uint64_t(settings_.autoCleanByInactiveSize())) {
-            cleanMemoryNow();
+            cleanMemoryNow(CleaningTrigger::Automatic);
         }
     }
 }
@@ -328,6 +395,14 @@ void QRMAppDelegate::setStatusItemTitle(const QString &title) {
 }
 
 void QRMAppDelegate::refreshStatusMenu() {
+    // A language chosen in another process (`tarnwell settings AppleLanguages
+    // ru`) reaches every lookup at once but sends no languageDidChanged here:
+    // the static titles follow the language of the figures.
+    if (const QString language = localized_(QStringLiteral("language"));
+        language != staticTitlesLanguage_) {
+        staticTitlesLanguage_ = language;
+        statusMenu_.setStaticTitles(localized_);
+    }
     refreshStatusItemTitle();
     refreshStatusItemImage();
     statusMenu_.refreshTitles(
@@ -339,19 +414,33 @@ void QRMAppDelegate::refreshStatusMenu() {
 void QRMAppDelegate::refreshStatusItemTitle() {
     QString title;
     const int64_t textType = settings_.statusBarTextType();
-    if (textType != kTextNone) {
+    const QRMStatisticsRecord record = engine_.info();
+    const QString freePercent = percentText(floatValue(record, keys::freePercents));
+    const QString freeSize = sizeText(exactBytes(record, keys::freeCount), false);
+    const std::string problem = engine_.sampleProblem();
+    if (!problem.empty()) {
+        // Whatever the text setting: hosts show the title as the tool tip,
+        // and a figure the kernel did not give would be made up.
+        title = QStringLiteral("%1: %2").arg(localized_(QStringLiteral("MemoryUnreadable")),
+                                             QString::fromStdString(problem));
+    } else if (textType != kTextNone) {
         if (settings_.statusBarTextWithInfo()) {
             title = QStringLiteral("%1: ").arg(localized_(QStringLiteral("Free")));
         }
-        const QRMStatisticsRecord record = engine_.info();
         if (textType == kTextPercent) {
-            title += QString::asprintf("%.2f %%", floatValue(record, keys::freePercents));
+            title += freePercent;
         } else if (textType == kTextSize) {
-            title += sizeText(unsignedValue(record, keys::freeBytes), false);
+            title += freeSize;
         }
     }
     if (statusItem_) {
         statusItem_->setTitle(title);
+        // A bare figure on the panel says neither free nor used; the tool tip
+        // names it, whatever the title shows (and repeats an unreadable sample).
+        statusItem_->setToolTip(problem.empty() ? QStringLiteral("%1: %2 (%3)")
+                                                      .arg(localized_(QStringLiteral("FreeMemory")),
+                                                           freeSize, freePercent)
+                                                : title);
     }
 }
 
@@ -402,6 +491,7 @@ QString QRMAppDelegate::getTotallyCleanedString() const {
 }
 
 void QRMAppDelegate::languageDidChanged() {
+    staticTitlesLanguage_ = localized_(QStringLiteral("language"));
     statusMenu_.setStaticTitles(localized_);
     refreshStatusMenu();
 }
@@ -420,11 +510,24 @@ void QRMAppDelegate::showPreferencesWindow() {
 }
 
 void QRMAppDelegate::checkForUpdates() {
-    emit updateCheckRequested();
+    if (updater_) {
+        updater_->checkForUpdates();
+    }
 }
 
 void QRMAppDelegate::showWelcomePage() {
     emit welcomePageRequested();
+}
+
+void QRMAppDelegate::welcomeWindowDidLoad() {
+    if (usageEvents_) {
+        usageEvents_->contentViewWithName(QStringLiteral("Welcome"), QStringLiteral("Window"),
+                                          QStringLiteral("welcomeWindow"));
+    }
+}
+
+void QRMAppDelegate::welcomeWindowWillClose() {
+    settings_.setIsWelcomeShown(true);
 }
 
 void QRMAppDelegate::openSharePage(const QString &page, const QString &figure,

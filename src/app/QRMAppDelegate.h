@@ -1,6 +1,8 @@
 #pragma once
 
+#include <condition_variable>
 #include <functional>
+#include <mutex>
 
 #include <QImage>
 #include <QObject>
@@ -13,11 +15,19 @@
 namespace tarnwell {
 
 class AppSettings;
+class LoginItems;
 class MemoryEngine;
 class StatusItemView;
+class UpdateChecks;
 class UrlOpener;
 class UsageEvents;
 class UserNotifier;
+
+// Who asked for a cleaning: the user (the menu command) or the automatic
+// policy (a threshold, the periodic timer, another application's event). A
+// declined cleaning says "nothing to clean" only to the user; otherwise the
+// title keeps the figure, which matters most exactly when memory is short.
+enum class CleaningTrigger { User, Automatic };
 
 // The application's controller: owns the status menu and the two timers,
 // turns every request to clean into at most one cleaning at a time, records
@@ -42,6 +52,12 @@ public:
         BackgroundRunner runInBackground;
         // Null: no usage events.
         UsageEvents *usageEvents = nullptr;
+        // Null: no update checks.
+        UpdateChecks *updater = nullptr;
+        // Null: the first run adds no login item.
+        LoginItems *loginItems = nullptr;
+        // What a login item starts.
+        QString loginItemPath = {};
         // Null: no cleaning on other applications' events.
         ApplicationEventSource *applicationEvents = nullptr;
         // Starts the applications catalogue's search off the main thread;
@@ -56,7 +72,8 @@ public:
 
     // Shows the status item with its menu and titles, and reports the launch.
     void awakeFromNib();
-    // Starts the timers and records the build that ran.
+    // Turns automatic update checks on at the first run, starts the timers
+    // and records the build that ran.
     void applicationDidFinishLaunching();
 
     void setupRefreshMemoryInfoTimer();
@@ -75,6 +92,8 @@ public:
 
     QString getTotallyCleanedString() const;
 
+    // Drops the request while a cleaning is in progress.
+    void cleanMemoryNow(CleaningTrigger trigger = CleaningTrigger::Automatic);
     // Takes the monitored-application list from the settings; watches other
     // applications only while one of its records has an event flag on.
     void loadPreferences();
@@ -88,7 +107,6 @@ public:
 
 public slots:
     void refreshMemoryInfo();
-    void cleanMemoryNow();
     void languageDidChanged();
     void shouldShowPreferencesWindow();
 
@@ -102,19 +120,28 @@ public slots:
     void showLearnMorePage();
     void showProductPage();
     void showPrivacyPage();
+    // From the welcome window: its first page loaded, or the user closed it.
+    void welcomeWindowDidLoad();
+    void welcomeWindowWillClose();
 
 signals:
     // Emitted at the end of setMemoryCleaningInProgress().
     void memoryCleaningInProgressChanged(bool inProgress);
     // Asks for a window that the controller does not own.
     void preferencesWindowRequested();
-    void updateCheckRequested();
     void welcomePageRequested();
 
 private:
     // "memoryCleaned" from the engine, on its cleaning thread.
     void memoryCleaned();
     void setMemoryCleaningInProgressToNO();
+    // The engine refused: the attempt ends without a result, and the
+    // thresholds wait for the next refresh tick.
+    void memoryCleaningDeclined();
+    // The end of a cleaning that completed: what it freed, recorded and told.
+    void recordCleaning();
+    void enableCleanCommandAgain();
+    void backgroundTaskFinished();
     void setStatusItemTitle(const QString &title);
     void refreshStatusItemTitle();
     void refreshStatusItemImage();
@@ -131,11 +158,19 @@ private:
     StatusItemView *statusItem_ = nullptr;
     UserNotifier *notifier_;
     UsageEvents *usageEvents_;
+    UpdateChecks *updater_;
+    LoginItems *loginItems_;
+    QString loginItemPath_;
     BackgroundRunner runInBackground_;
     ApplicationEventSource *applicationEvents_;
     std::function<void()> searchApplicationsAndUtilitiesInBackground_;
     QList<QVariantMap> applicationsPreferences_;
     int memoryCleanedObserver_ = -1;
+    // Background tasks still running; the destructor waits for them, since
+    // each hands its result back to this object.
+    std::mutex backgroundMutex_;
+    std::condition_variable backgroundFinished_;
+    int backgroundTasks_ = 0;
 
     QRMStatusMenu statusMenu_;
     QTimer refreshMemoryInfoTimer_;
@@ -143,7 +178,12 @@ private:
     QImage statusBarIconStatic2D_;
     QImage statusBarIconStatic3D_;
 
+    // The language the static menu titles were last set in.
+    QString staticTitlesLanguage_;
     bool memoryCleaningInProgress_ = false;
+    CleaningTrigger cleaningTrigger_ = CleaningTrigger::Automatic;
+    // Started by the threshold check at the end of a completed cleaning.
+    bool chainedCleaning_ = false;
     uint64_t freeMemoryBefore_ = 0;
     uint64_t freeMemoryAfter_ = 0;
 };

@@ -91,4 +91,8 @@ void QRMMenu::notifyAboutToShow() {
     emit aboutToShow();
 }
 
+void QRMMenu::notifyClosed() {
+    emit closed();
+}
+
 }  // namespace tarnwell

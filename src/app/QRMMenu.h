@@ -61,11 +61,14 @@ public:
     // Called by a host just before it shows the menu, so the owner can
     // refresh the titles first.
     void notifyAboutToShow();
+    // Called by a host once the menu it showed has closed.
+    void notifyClosed();
 
 signals:
     // Items were added or removed (not emitted for changes inside an item).
     void itemsChanged();
     void aboutToShow();
+    void closed();
 
 private:
     QList<QRMMenuItem *> items_;

@@ -8,22 +8,22 @@ namespace tarnwell {
 
 namespace {
 
+// The byte line of each figure is its page count times the page size, exact
+// in 64 bits where the record's 32-bit byte figures wrap at 4 GiB.
 struct Figure {
-    std::string_view bytesKey;
     std::string_view percentKey;
     std::string_view pagesKey;
     const char *label;
 };
 
 constexpr std::array<Figure, QRMStatusMenu::kFigureCount> kFigures{{
-    {keys::freeBytes, keys::freePercents, keys::freeCount, "Free"},
-    {keys::inactiveBytes, keys::inactivePercents, keys::inactiveCount, "Inactive"},
-    {keys::activeBytes, keys::activePercents, keys::activeCount, "Active"},
-    {keys::wireBytes, keys::wirePercents, keys::wireCount, "Wire"},
-    {keys::compressorPageBytes, keys::compressorPagePercents, keys::compressorPageCount,
-     "Compressed"},
-    {keys::usedBytes, keys::usedPercents, keys::usedCount, "Used"},
-    {keys::totalBytes, keys::totalPercents, keys::totalCount, "Total"},
+    {keys::freePercents, keys::freeCount, "Free"},
+    {keys::inactivePercents, keys::inactiveCount, "Inactive"},
+    {keys::activePercents, keys::activeCount, "Active"},
+    {keys::wirePercents, keys::wireCount, "Wire"},
+    {keys::compressorPagePercents, keys::compressorPageCount, "Compressed"},
+    {keys::usedPercents, keys::usedCount, "Used"},
+    {keys::totalPercents, keys::totalCount, "Total"},
 }};
 
 QString labelled(const QString &label, const QString &value) {
@@ -116,9 +116,9 @@ void QRMStatusMenu::refreshTitles(const QRMStatisticsRecord &record, const Clean
         const Figure &figure = kFigures[i];
         const QString label = localized(QString::fromLatin1(figure.label));
         bytesItems[i]->setTitle(
-            valueFirst(sizeText(unsignedValue(record, figure.bytesKey), true), label));
+            valueFirst(sizeText(exactBytes(record, figure.pagesKey), true), label));
         percentItems[i]->setTitle(
-            labelled(label, QString::asprintf("%.2f %%", floatValue(record, figure.percentKey))));
+            labelled(label, percentText(floatValue(record, figure.percentKey))));
         pagesItems[i]->setTitle(QStringLiteral("%1: %2 %3")
                                     .arg(label)
                                     .arg(unsignedValue(record, figure.pagesKey))

@@ -4,6 +4,7 @@
 
 #include <QString>
 
+#include "memory/DecimalText.h"
 #include "memory/QRMMemoryInfo.h"
 
 namespace tarnwell {
@@ -12,6 +13,12 @@ namespace tarnwell {
 inline QString sizeText(uint64_t bytes, bool withStandartLenght) {
     return QString::fromStdString(
         QRMMemoryInfo::adaptiveMemorySize(bytes, true, false, withStandartLenght));
+}
+
+// A percentage as "%.2f %%" shows it: C's rounding of ties, a point in
+// every language.
+inline QString percentText(double percent) {
+    return QString::fromStdString(twoDecimals(percent)) + QStringLiteral(" %");
 }
 
 }  // namespace tarnwell

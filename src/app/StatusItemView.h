@@ -12,8 +12,10 @@ class QRMMenu;
 class StatusItemView {
 public:
     virtual ~StatusItemView() = default;
-    // Free-memory text; hosts without a label show it as the tool tip.
+    // Free-memory text, shown beside the icon.
     virtual void setTitle(const QString &title) = 0;
+    // Says what the title's figure is; views without tool tips ignore it.
+    virtual void setToolTip(const QString & /*toolTip*/) {}
     // A template image is a mask: the host draws it in the panel's text colour.
     virtual void setImage(const QImage &image, bool isTemplate) = 0;
     virtual void setMenu(QRMMenu *menu) = 0;

@@ -25,6 +25,12 @@ void onTerminationSignal(int signalNumber) {
     errno = savedErrno;
 }
 
+void restorePreviousActions() {
+    for (size_t i = 0; i < std::size(kWatchedSignals); ++i) {
+        sigaction(kWatchedSignals[i], &previousActions[i], nullptr);
+    }
+}
+
 }  // namespace
 
 TerminationSignals::TerminationSignals(QObject *parent) : QObject(parent) {
@@ -48,9 +54,7 @@ TerminationSignals::~TerminationSignals() {
     if (!notifier_) {
         return;
     }
-    for (size_t i = 0; i < std::size(kWatchedSignals); ++i) {
-        sigaction(kWatchedSignals[i], &previousActions[i], nullptr);
-    }
+    restorePreviousActions();
     delete notifier_;
     ::close(signalPipe[0]);
     ::close(signalPipe[1]);
@@ -64,6 +68,9 @@ void TerminationSignals::readPendingSignals() {
         last = byte;
     }
     if (last != 0) {
+        // Shutting down may wait for a worker; should one never finish, a second
+        // Ctrl-C or SIGTERM still ends the process the usual way.
+        restorePreviousActions();
         emit terminationRequested(last);
     }
 }

@@ -8,7 +8,7 @@
 #include "cli/ConsoleText.h"
 #include "cli/MemoryCommands.h"
 #include "memory/QRMMemoryInfo.h"
-#include "memory/QRMRecordKeys.h"
+#include "memory/RecordFigures.h"
 
 namespace tarnwell::cli {
 
@@ -49,25 +49,13 @@ const char *refusalKey(CleaningRefusal refusal) {
     return "";
 }
 
-// Free memory as the exact 64-bit product of page count and page size:
-// "freeBytes" is a 32-bit figure that wraps at 4 GiB, which would make the
-// before and after figures meaningless on most machines.
-uint64_t freeMemory(const QRMStatisticsRecord &record) {
-    const auto count = record.find(keys::freeCount);
-    const auto pageSize = record.find(keys::pageSize);
-    if (count == record.end() || pageSize == record.end()) {
-        return 0;
-    }
-    return count->second.toUInt64() * pageSize->second.toUInt64();
-}
-
 std::string size(uint64_t bytes) {
     return QRMMemoryInfo::adaptiveMemorySize(bytes, true, false, false);
 }
 
 }  // namespace
 
-int clean(QRMMemoryInfo &memory, Arguments args, std::ostream &out) {
+int clean(QRMMemoryInfo &memory, Arguments args, std::ostream &out, std::ostream &err) {
     bool json = false;
     for (const std::string_view arg : args) {
         if (arg != "--json") {
@@ -76,8 +64,10 @@ int clean(QRMMemoryInfo &memory, Arguments args, std::ostream &out) {
         json = true;
     }
 
-    memory.refresh();
-    const uint64_t before = freeMemory(memory.info());
+    if (!refreshed(memory, err)) {
+        return kExitFailure;
+    }
+    const uint64_t before = exactBytes(memory.info(), keys::freeCount);
 
     // Shared with the observer: the cleaning thread may still be leaving
     // set_value when the wait below returns.
@@ -99,7 +89,7 @@ int clean(QRMMemoryInfo &memory, Arguments args, std::ostream &out) {
     }
 
     memory.refresh();
-    const uint64_t after = freeMemory(memory.info());
+    const uint64_t after = exactBytes(memory.info(), keys::freeCount);
     const uint64_t freed = after > before ? after - before : 0;
     if (json) {
         out << R"({"cleaned":true,"blockBytes":)" << decision.blockBytes << R"(,"freeBytesBefore":)"
@@ -127,7 +117,7 @@ int clean(QRMMemoryInfo &memory, Arguments args, std::ostream &out) {
 }
 
 int runClean(Arguments args) {
-    return clean(QRMMemoryInfo::sharedMemoryInfo(), args, std::cout);
+    return clean(QRMMemoryInfo::sharedMemoryInfo(), args, std::cout, std::cerr);
 }
 
 }  // namespace tarnwell::cli

@@ -16,6 +16,9 @@ using Arguments = std::span<char *const>;
 struct Subcommand {
     std::string_view name;
     std::string_view synopsis;  // one line for --help
+    // Usage lines and what each option does, for `tarnwell help NAME` and
+    // `tarnwell NAME --help`; ends with a newline.
+    std::string_view help;
     int (*run)(Arguments args);
 };
 
@@ -24,7 +27,8 @@ int usageError(std::string_view message);
 // The usage error of an option the subcommand does not know.
 int unknownOptionError(std::string_view subcommand, std::string_view option);
 
-// Looks up and runs argv[1] among the subcommands; handles --help and --version.
+// Looks up and runs argv[1] among the subcommands; handles --help, --version,
+// `help [NAME]` and `NAME --help`.
 int dispatch(int argc, char **argv, std::span<const Subcommand> subcommands,
              int (*runWithoutSubcommand)(int argc, char **argv));
 

@@ -30,33 +30,109 @@ std::string utcTime(uint64_t seconds) {
     return text;
 }
 
+// The length of the well-formed UTF-8 sequence at text[i], or 0 when the byte there
+// starts none (a record may hold any bytes: a path is only bytes to the kernel).
+size_t utf8SequenceLength(std::string_view text, size_t i, char32_t &codePoint) {
+    const auto byte = [&](size_t k) { return static_cast<unsigned char>(text[k]); };
+    const unsigned char lead = byte(i);
+    size_t length = 0;
+    char32_t minimum = 0;
+    if (lead < 0x80) {
+        codePoint = lead;
+        return 1;
+    } else if ((lead & 0xe0) == 0xc0) {
+        length = 2, minimum = 0x80, codePoint = lead & 0x1f;
+    } else if ((lead & 0xf0) == 0xe0) {
+        length = 3, minimum = 0x800, codePoint = lead & 0x0f;
+    } else if ((lead & 0xf8) == 0xf0) {
+        length = 4, minimum = 0x10000, codePoint = lead & 0x07;
+    } else {
+        return 0;
+    }
+    if (i + length > text.size()) {
+        return 0;
+    }
+    for (size_t k = 1; k < length; ++k) {
+        if ((byte(i + k) & 0xc0) != 0x80) {
+            return 0;
+        }
+        codePoint = (codePoint << 6) | (byte(i + k) & 0x3f);
+    }
+    const bool surrogate = codePoint >= 0xd800 && codePoint <= 0xdfff;
+    return codePoint < minimum || codePoint > 0x10ffff || surrogate ? 0 : length;
+}
+
+// C0 and C1 controls and DEL: what a terminal takes for a command.
+bool isControl(char32_t codePoint) {
+    return codePoint < 0x20 || (codePoint >= 0x7f && codePoint <= 0x9f);
+}
+
+// Calls copy(sequence) for each printable UTF-8 sequence and escape(byte) for each
+// byte of a control or of a malformed sequence.
+template <typename Copy, typename Escape>
+void walkText(std::string_view text, Copy copy, Escape escape) {
+    for (size_t i = 0; i < text.size();) {
+        char32_t codePoint = 0;
+        const size_t length = utf8SequenceLength(text, i, codePoint);
+        if (length == 0) {
+            escape(static_cast<unsigned char>(text[i++]));
+            continue;
+        }
+        if (isControl(codePoint)) {
+            for (size_t k = 0; k < length; ++k) {
+                escape(static_cast<unsigned char>(text[i + k]));
+            }
+        } else {
+            copy(text.substr(i, length));
+        }
+        i += length;
+    }
+}
+
+// Text for the terminal: controls and malformed bytes as \xNN, so a record cannot
+// send escape sequences to the terminal.
+std::string printable(std::string_view text) {
+    std::string out;
+    walkText(
+        text, [&](std::string_view sequence) { out += sequence; },
+        [&](unsigned char byte) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\x%02x", unsigned(byte));
+            out += escaped;
+        });
+    return out;
+}
+
+// A byte that is not UTF-8 becomes the code point of the same number (as Latin-1
+// would read it), so the output always parses.
 std::string jsonString(std::string_view text) {
     std::string out = "\"";
-    for (const char c : text) {
-        switch (c) {
-            case '"':
-                out += "\\\"";
-                break;
-            case '\\':
-                out += "\\\\";
-                break;
-            case '\n':
-                out += "\\n";
-                break;
-            case '\t':
-                out += "\\t";
-                break;
-            default:
-                if (static_cast<unsigned char>(c) < 0x20) {
-                    char escaped[8];
-                    std::snprintf(escaped, sizeof escaped, "\\u%04x", unsigned(c));
-                    out += escaped;
-                } else {
-                    out += c;
-                }
-        }
-    }
+    walkText(
+        text,
+        [&](std::string_view sequence) {
+            if (sequence == "\"" || sequence == "\\") {
+                out += '\\';
+            }
+            out += sequence;
+        },
+        [&](unsigned char byte) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\u%04x", unsigned(byte));
+            out += escaped;
+        });
     return out + "\"";
+}
+
+// Record numbers are "-?[0-9]+" as written; JSON allows no leading zeros.
+std::string jsonNumber(std::string_view digits) {
+    std::string out;
+    if (digits.starts_with('-')) {
+        out = "-";
+        digits.remove_prefix(1);
+    }
+    const size_t first = digits.find_first_not_of('0');
+    out += first == std::string_view::npos ? std::string_view("0") : digits.substr(first);
+    return out;
 }
 
 std::string jsonValue(const RecordValue &value) {
@@ -66,7 +142,7 @@ std::string jsonValue(const RecordValue &value) {
         case RecordValue::Type::Bool:
             return value.boolean ? "true" : "false";
         case RecordValue::Type::Number:
-            return value.text;
+            return jsonNumber(value.text);
         case RecordValue::Type::String:
             return jsonString(value.text);
         case RecordValue::Type::Array: {
@@ -118,6 +194,11 @@ std::string reportJson(const CrashReport &report) {
                ",\"line\":" + std::to_string(line.lineNumber) +
                ",\"text\":" + jsonString(line.text) + "}";
     }
+    out += "],\"damaged_not_listed\":" + std::to_string(report.damagedNotListed);
+    out += ",\"unread\":[";
+    for (size_t i = 0; i < report.unread.size(); ++i) {
+        out += (i > 0 ? "," : "") + jsonString(report.unread[i]);
+    }
     return out + "]}";
 }
 
@@ -133,8 +214,9 @@ void printReport(const CrashReport &report) {
         std::snprintf(address, sizeof address, " at 0x%" PRIx64, *report.faultAddress);
         what += address;
     }
-    std::printf("%s  %s  %s\n", report.name.c_str(),
-                report.time != 0 ? utcTime(report.time).c_str() : "time unknown", what.c_str());
+    std::printf("%s  %s  %s\n", printable(report.name).c_str(),
+                report.time != 0 ? utcTime(report.time).c_str() : "time unknown",
+                printable(what).c_str());
     for (size_t i = 0; i < report.frames.size() && i < kTextFrames; ++i) {
         const crash::ReportFrame &frame = report.frames[i];
         // A frame found by scanning the stack may be a leftover of an earlier call.
@@ -142,16 +224,22 @@ void printReport(const CrashReport &report) {
         if (frame.imagePath.empty()) {
             std::printf("  %2zu  0x%" PRIx64 "%s\n", i, frame.pc, doubt);
         } else {
-            std::printf("  %2zu  %s + 0x%" PRIx64 "%s\n", i, frame.imagePath.c_str(), frame.offset,
-                        doubt);
+            std::printf("  %2zu  %s + 0x%" PRIx64 "%s\n", i, printable(frame.imagePath).c_str(),
+                        frame.offset, doubt);
         }
     }
     if (report.frames.size() > kTextFrames) {
         std::printf("      ... %zu more frames\n", report.frames.size() - kTextFrames);
     }
     for (const crash::DamagedLine &line : report.damaged) {
-        std::printf("  damaged record: %s line %zu: %.60s\n", line.file.c_str(), line.lineNumber,
-                    line.text.c_str());
+        std::printf("  damaged record: %s line %zu: %s\n", line.file.c_str(), line.lineNumber,
+                    printable(std::string_view(line.text).substr(0, 60)).c_str());
+    }
+    if (report.damagedNotListed > 0) {
+        std::printf("      ... %zu more damaged lines\n", report.damagedNotListed);
+    }
+    for (const std::string &note : report.unread) {
+        std::printf("  record %s\n", printable(note).c_str());
     }
 }
 
@@ -173,21 +261,29 @@ int runCrashReports(Arguments args) {
     }
     const crash::ReportStore store(crash::ReportStore::folderIn(telemetry));
     const auto reports = store.pendingReports();
-    if (json) {
-        std::printf("[");
-        for (size_t i = 0; i < reports.size(); ++i) {
-            std::printf("%s%s", i > 0 ? "," : "",
-                        reportJson(crash::readCrashReport(reports[i])).c_str());
-        }
-        std::printf("]\n");
-        return kExitOk;
-    }
-    if (reports.empty()) {
+    if (!json && reports.empty()) {
         std::printf("No crash reports.\n");
         return kExitOk;
     }
-    for (const auto &directory : reports) {
-        printReport(crash::readCrashReport(directory));
+    if (json) {
+        std::fputs("[", stdout);
+    }
+    crash::ReportReadLimits limits;
+    size_t shown = 0;
+    for (; shown < reports.size() && limits.bytesLeft > 0; ++shown) {
+        const CrashReport report = crash::readCrashReport(reports[shown], limits);
+        if (json) {
+            std::printf("%s%s", shown > 0 ? "," : "", reportJson(report).c_str());
+        } else {
+            printReport(report);
+        }
+    }
+    if (json) {
+        std::fputs("]\n", stdout);
+    }
+    if (shown < reports.size()) {
+        std::fprintf(stderr, "tarnwell: %zu more reports not read: the read limit is spent\n",
+                     reports.size() - shown);
     }
     return kExitOk;
 }

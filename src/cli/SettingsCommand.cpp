@@ -4,18 +4,13 @@
 #include <string>
 
 #include "preferences/QRMPreferencesManager.h"
+#include "preferences/QRMSettingRange.h"
 #include "preferences/QRMSettingValue.h"
 #include "preferences/QRMSettingsTable.h"
 
 namespace tarnwell::cli {
 
 namespace {
-
-constexpr char kUsage[] =
-    "Usage: tarnwell settings              list every setting with its value\n"
-    "       tarnwell settings KEY          print one setting\n"
-    "       tarnwell settings KEY VALUE    change one setting\n"
-    "       tarnwell settings --reset      remove every stored setting\n";
 
 void printLine(const QString &text) {
     std::fputs(text.toLocal8Bit().constData(), stdout);
@@ -48,6 +43,14 @@ int listSettings(QRMPreferencesManager &preferences) {
     return kExitOk;
 }
 
+// Names only, one a line, reading nothing: shell completion calls it.
+int listKeys() {
+    for (const SettingDefinition &definition : kSettingsTable) {
+        printLine(keyOf(definition));
+    }
+    return kExitOk;
+}
+
 int resetSettings(QRMPreferencesManager &preferences) {
     const QStringList keys = preferences.allKeys();
     if (keys.isEmpty()) {
@@ -73,6 +76,12 @@ int setSetting(QRMPreferencesManager &preferences, const SettingDefinition &defi
                 .arg(text, keyOf(definition), settingTextProblem(definition.type, text))
                 .toStdString());
     }
+    if (const auto range =
+            outsideSettingRange(definition.id, *value, preferences.installedMemory())) {
+        return usageError(QStringLiteral("%1 is out of range for %2: expected %3")
+                              .arg(text, keyOf(definition), *range)
+                              .toStdString());
+    }
     preferences.setValue(definition.id, *value);
     if (preferences.writeFailed()) {
         return kExitFailure;
@@ -84,9 +93,8 @@ int setSetting(QRMPreferencesManager &preferences, const SettingDefinition &defi
 }  // namespace
 
 int runSettings(Arguments args, QRMPreferencesManager &preferences) {
-    if (args.size() == 1 && std::string_view(args[0]) == "--help") {
-        std::fputs(kUsage, stdout);
-        return kExitOk;
+    if (args.size() == 1 && std::string_view(args[0]) == "--keys") {
+        return listKeys();
     }
     if (args.size() == 1 && std::string_view(args[0]) == "--reset") {
         return resetSettings(preferences);

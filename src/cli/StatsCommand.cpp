@@ -10,6 +10,7 @@
 #include "memory/DecimalText.h"
 #include "memory/QRMMemoryInfo.h"
 #include "memory/QRMRecordKeys.h"
+#include "memory/RecordFigures.h"
 
 namespace tarnwell::cli {
 
@@ -23,6 +24,7 @@ constexpr std::chrono::seconds kDefaultInterval{5};
 
 struct StatsOptions {
     bool json = false;
+    bool pretty = false;
     bool watch = false;
     std::chrono::seconds interval = kDefaultInterval;
 };
@@ -43,6 +45,8 @@ std::optional<StatsOptions> parseOptions(Arguments args) {
         const std::string_view arg = args[i];
         if (arg == "--json") {
             options.json = true;
+        } else if (arg == "--pretty") {
+            options.pretty = true;
         } else if (arg == "--watch") {
             options.watch = true;
             if (i + 1 < args.size() && !std::string_view(args[i + 1]).starts_with("--")) {
@@ -57,6 +61,10 @@ std::optional<StatsOptions> parseOptions(Arguments args) {
             unknownOptionError("stats", arg);
             return std::nullopt;
         }
+    }
+    if (options.pretty && !options.json) {
+        usageError("stats: --pretty goes with --json");
+        return std::nullopt;
     }
     return options;
 }
@@ -90,7 +98,10 @@ std::string jsonValue(const QRMNumber &value) {
     return std::string(buffer, result.ptr);
 }
 
-void printJson(const QRMStatisticsRecord &record, std::ostream &out) {
+// One line, so that `--watch` gives a line per sample; pretty puts each key
+// on its own indented line instead.
+void printJson(const QRMStatisticsRecord &record, bool pretty, std::ostream &out) {
+    const char *const separator = pretty ? "\n  " : "";
     out << '{';
     bool first = true;
     for (const auto &key : keys::kRecordKeys) {
@@ -98,10 +109,11 @@ void printJson(const QRMStatisticsRecord &record, std::ostream &out) {
         if (found == record.end()) {
             continue;
         }
-        out << (first ? "" : ",") << '"' << key.name << "\":" << jsonValue(found->second);
+        out << (first ? "" : ",") << separator << '"' << key.name << "\":" << (pretty ? " " : "")
+            << jsonValue(found->second);
         first = false;
     }
-    out << "}\n";
+    out << (pretty ? "\n}\n" : "}\n");
 }
 
 void printTable(const QRMStatisticsRecord &record, std::ostream &out) {
@@ -118,8 +130,11 @@ void printTable(const QRMStatisticsRecord &record, std::ostream &out) {
         out << std::left << std::setw(kKeyWidth) << key.name << std::right << std::setw(kValueWidth)
             << valueText(found->second);
         if (key.isByteSize) {
-            out << "  "
-                << QRMMemoryInfo::adaptiveMemorySize(found->second.toUInt64(), true, false, false);
+            // The value column keeps the stored number; the size a person
+            // reads is exact where the stored one wraps at 4 GiB.
+            const uint64_t bytes =
+                key.countKey.empty() ? found->second.toUInt64() : exactBytes(record, key.countKey);
+            out << "  " << QRMMemoryInfo::adaptiveMemorySize(bytes, true, false, false);
         }
         out << '\n';
     }
@@ -127,22 +142,37 @@ void printTable(const QRMStatisticsRecord &record, std::ostream &out) {
 
 }  // namespace
 
-int stats(QRMMemoryInfo &memory, Arguments args, std::ostream &out,
+bool refreshed(QRMMemoryInfo &memory, std::ostream &err) {
+    memory.refresh();
+    const std::string problem = memory.sampleProblem();
+    if (problem.empty()) {
+        return true;
+    }
+    err << "tarnwell: " << consoleText("MemoryUnreadable") << ": " << problem << '\n';
+    return false;
+}
+
+int stats(QRMMemoryInfo &memory, Arguments args, std::ostream &out, std::ostream &err,
           const WaitForNextRefresh &waitForNextRefresh) {
     const auto options = parseOptions(args);
     if (!options) {
         return kExitUsage;
     }
     for (bool first = true;; first = false) {
-        memory.refresh();
+        if (!refreshed(memory, err)) {
+            return kExitFailure;
+        }
         const QRMStatisticsRecord record = memory.info();
         if (options->json) {
-            printJson(record, out);
+            printJson(record, options->pretty, out);
         } else {
             out << (first ? "" : "\n");
             printTable(record, out);
         }
-        out.flush();
+        // A watch whose output goes nowhere ends; the dispatcher says why.
+        if (!out.flush()) {
+            return kExitFailure;
+        }
         if (!options->watch || !waitForNextRefresh(options->interval)) {
             return kExitOk;
         }
@@ -150,7 +180,7 @@ int stats(QRMMemoryInfo &memory, Arguments args, std::ostream &out,
 }
 
 int runStats(Arguments args) {
-    return stats(QRMMemoryInfo::sharedMemoryInfo(), args, std::cout,
+    return stats(QRMMemoryInfo::sharedMemoryInfo(), args, std::cout, std::cerr,
                  [](std::chrono::seconds interval) {
                      std::this_thread::sleep_for(interval);
                      return true;

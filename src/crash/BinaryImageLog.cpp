@@ -81,7 +81,7 @@ void BinaryImageLog::start() {
         recordExecutableDetails(&writer, mainExecutableDetails());
     }
     for (KnownImage &image : snapshot.images) {
-        storeImageNode(table_, image.details.node, true);
+        storeImageNode(table_, image.details.node, true, image.details.codeOffset);
         if (writer.isOpen()) {
             writeLine(writer, image, true);
         }
@@ -131,7 +131,7 @@ void BinaryImageLog::refresh() {
 }
 
 void BinaryImageLog::recordChange(const KnownImage &image, bool loaded) {
-    storeImageNode(table_, image.details.node, loaded);
+    storeImageNode(table_, image.details.node, loaded, image.details.codeOffset);
     RecordWriter writer;
     if (!writer.open(logPath_.c_str(), true, false)) {
         CRS_WARN("Error: unable to open binary image log file\n");

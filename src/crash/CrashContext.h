@@ -41,7 +41,10 @@ CrashContext *crashContext();
 CrashContext &resetCrashContext();
 
 // Test-and-set of the flag that lets exactly one capture path write a report: answers
-// whether it was already set, and sets it when capture is enabled. Async-signal-safe.
+// whether it was already set, and sets it when capture is enabled. When another thread
+// set it, that thread is still writing its report and will end the process; this one
+// waits for it (bounded) before answering, so its caller's exit cannot cut the report
+// short. Async-signal-safe.
 bool testAndSetCrashOccurred(const CrashContext &context);
 bool crashOccurred();
 

@@ -36,11 +36,25 @@ struct CrashReport {
     std::optional<uint64_t> faultAddress;
     std::vector<ReportFrame> frames;      // the crashing thread, innermost first
     std::optional<RecordValue> metadata;  // the four metadata lines by key
-    std::vector<DamagedLine> damaged;
+    std::vector<DamagedLine> damaged;     // the first kMaxDamagedLines of them
+    size_t damagedNotListed = 0;
+    // Record files left unread or read in part, each as "<file>: <why>".
+    std::vector<std::string> unread;
+};
+
+// What a reader may take from a reports folder that anybody could have filled.
+struct ReportReadLimits {
+    static constexpr size_t kMaxRecordBytes = 1 << 20;
+    static constexpr size_t kMaxDamagedLines = 20;
+    static constexpr size_t kMaxDamagedLineBytes = 200;
+    // Shared by every report one reader reads; a record is not read once it is spent.
+    size_t bytesLeft = 16 << 20;
 };
 
 // Reads a report directory. Never throws on bad content: lines that do not parse are
-// listed in `damaged`.
+// listed in `damaged`. Links, FIFOs and devices are left unread, records are read up to
+// their limits (the record files hold text lines the kit wrote, far below them).
+CrashReport readCrashReport(const std::filesystem::path &directory, ReportReadLimits &limits);
 CrashReport readCrashReport(const std::filesystem::path &directory);
 
 }  // namespace tarnwell::crash

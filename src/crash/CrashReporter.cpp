@@ -4,12 +4,11 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <mutex>
-#include <stop_token>
 #include <thread>
 
 #include "crash/BinaryImageLog.h"
@@ -17,9 +16,11 @@
 #include "crash/CrashLog.h"
 #include "crash/ExceptionCapture.h"
 #include "crash/ReportStore.h"
+#include "crash/RunIdentity.h"
 #include "crash/SafeFormat.h"
 #include "crash/SignalCapture.h"
-#include "crash/ThreadSignalStack.h"
+#include "threads/StartThread.h"
+#include "threads/ThreadSignalStack.h"
 
 namespace tarnwell::crash {
 
@@ -38,45 +39,35 @@ std::unique_ptr<BinaryImageLog> imageLog;
 class ImageWatcher {
 public:
     void start() {
-        thread_ = std::jthread([](std::stop_token stop) {
-            const ThreadSignalStack signalStack;
-            std::mutex lock;
-            std::condition_variable_any wake;
-            std::unique_lock<std::mutex> guard(lock);
-            while (!wake.wait_for(guard, stop, kImagePollInterval, [] { return false; })) {
-                if (stop.stop_requested()) {
-                    return;
-                }
+        thread_ = threads::startThread([this] {
+            std::unique_lock<std::mutex> guard(lock_);
+            while (!wake_.wait_for(guard, kImagePollInterval, [this] { return stopping_; })) {
                 imageLog->refresh();
             }
         });
     }
 
+    // At exit, so that the thread is not left polling a log that is going away.
+    ~ImageWatcher() {
+        if (!thread_.joinable()) {
+            return;
+        }
+        {
+            std::lock_guard<std::mutex> guard(lock_);
+            stopping_ = true;
+        }
+        wake_.notify_all();
+        thread_.join();
+    }
+
 private:
-    std::jthread thread_;
+    std::mutex lock_;
+    std::condition_variable wake_;
+    bool stopping_ = false;
+    std::thread thread_;
 };
 
 ImageWatcher imageWatcher;
-
-std::string newIdentifier() {
-    std::ifstream source("/proc/sys/kernel/random/uuid");
-    std::string identifier;
-    std::getline(source, identifier);
-    return identifier;
-}
-
-// The install identifier lives beside the reports and outlives every run.
-std::string installIdentifier(const fs::path &reportsDirectory) {
-    const fs::path path = reportsDirectory / "install_id";
-    std::string identifier;
-    if (std::ifstream stored(path);
-        stored && std::getline(stored, identifier) && !identifier.empty()) {
-        return identifier;
-    }
-    identifier = newIdentifier();
-    std::ofstream(path) << identifier << '\n';
-    return identifier;
-}
 
 bool copyPath(char (&out)[PATH_MAX], const fs::path &path) {
     const std::string text = path.string();
@@ -105,17 +96,20 @@ bool startCrashReporting(const CrashReportingOptions &options) {
         return false;
     }
     context.foreignHandlerCheckDisabled = !options.checkForeignHandlers;
-    context.alternateStack = ThreadSignalStack::mapGuarded(kAlternateStackSize);
+    threads::ThreadSignalStack::setFailureReporter([](const char *what, int error) {
+        CRS_WARN("Unable to %s: %s\n", what, strerrordesc_np(error));
+    });
+    context.alternateStack = threads::ThreadSignalStack::mapGuarded(kAlternateStackSize);
 
     imageLog = std::make_unique<BinaryImageLog>(context.images, context.binaryImagesPath);
     imageLog->start();
 
     MetadataValues metadata = options.metadata;
-    if (metadata.sessionId.empty()) {
-        metadata.sessionId = newIdentifier();
-    }
     if (metadata.installId.empty()) {
-        metadata.installId = installIdentifier(options.reportsDirectory);
+        const RunIdentity identity =
+            makeRunIdentity((fs::path(options.reportsDirectory) / "install_id").string());
+        metadata.installId = identity.installId;
+        metadata.sessionId = identity.sessionId;
     }
     if (metadata.startedAt == 0) {
         metadata.startedAt = uint64_t(std::time(nullptr));
@@ -126,13 +120,19 @@ bool startCrashReporting(const CrashReportingOptions &options) {
     installSignalCapture(context);
     installExceptionCapture(context);
     context.enabled = true;
-    if (!context.foreignHandlerCheckDisabled) {
-        checkForeignSignalHandlers(STDERR_FILENO);
-    }
     if (options.watchImages) {
         imageWatcher.start();
     }
     return true;
+}
+
+void checkForeignSignalHandlersOnce() {
+    static std::once_flag checked;
+    const CrashContext *context = crashContext();
+    if (context == nullptr || !context->enabled || context->foreignHandlerCheckDisabled) {
+        return;
+    }
+    std::call_once(checked, [] { checkForeignSignalHandlers(STDERR_FILENO); });
 }
 
 void refreshBinaryImages() {

@@ -72,11 +72,12 @@ void computeImageDetails(const dl_phdr_info &info, ImageDetails &details) {
     details.slide = info.dlpi_addr;
 
     // The ELF header sits at the start of the segment mapped from file offset 0; the
-    // executable segment usually follows it (-z separate-code), so the node's range runs
-    // from the header to the end of the code and every code address falls inside it.
+    // size is that of the first executable segment, which usually follows it
+    // (-z separate-code), so the image's code starts codeOffset bytes above its base.
     bool haveHeader = false;
+    bool haveCode = false;
     uint64_t headerVaddr = 0;
-    uint64_t codeEnd = 0;
+    uint64_t codeVaddr = 0;
     for (int i = 0; i < info.dlpi_phnum; ++i) {
         const ElfW(Phdr) &header = info.dlpi_phdr[i];
         if (header.p_type == PT_LOAD) {
@@ -84,8 +85,10 @@ void computeImageDetails(const dl_phdr_info &info, ImageDetails &details) {
                 headerVaddr = header.p_vaddr;
                 haveHeader = true;
             }
-            if ((header.p_flags & PF_X) != 0 && header.p_vaddr + header.p_memsz > codeEnd) {
-                codeEnd = header.p_vaddr + header.p_memsz;
+            if ((header.p_flags & PF_X) != 0 && !haveCode) {
+                codeVaddr = header.p_vaddr;
+                details.node.size = header.p_memsz;
+                haveCode = true;
             }
         } else if (header.p_type == PT_GNU_EH_FRAME) {
             details.node.ehFrame = info.dlpi_addr + header.p_vaddr;
@@ -93,7 +96,11 @@ void computeImageDetails(const dl_phdr_info &info, ImageDetails &details) {
     }
     details.headerAddress = haveHeader ? info.dlpi_addr + headerVaddr : 0;
     details.node.base = details.headerAddress;
-    details.node.size = haveHeader && codeEnd > headerVaddr ? codeEnd - headerVaddr : 0;
+    if (!haveHeader || !haveCode || codeVaddr < headerVaddr) {
+        details.node.size = 0;
+    } else {
+        details.codeOffset = codeVaddr - headerVaddr;
+    }
 
     const unsigned char *desc = nullptr;
     size_t descSize = 0;

@@ -13,6 +13,7 @@ struct ImageDetails {
     ImageNode node;
     uint64_t headerAddress;
     uint64_t slide;                 // the loader's bias (dlpi_addr)
+    uint64_t codeOffset;            // the executable segment's start minus the header's
     char uuid[33];                  // first 16 bytes of the GNU build-id, 32 hex digits
     bool encrypted;                 // ELF has no encrypted images; kept for the record format
     char minimumSystemVersion[32];  // from .note.ABI-tag, e.g. "3.2.0"; empty without one

@@ -56,6 +56,7 @@ bool RecordWriter::open(const char *path, bool append, bool buffered) {
     path_[kept] = '\0';
     depth_ = 0;
     needsComma_ = false;
+    writeFailed_ = false;
     bytesWritten_ = 0;
     if (append) {
         struct stat status;
@@ -88,17 +89,14 @@ bool RecordWriter::close(uint64_t *offset) {
         CRS_WARN("Error: Unable to close file %s (%s)\n", path_, strerrordesc_np(errno));
     }
     fd_ = -1;
-    return flushed && closed;
+    return flushed && closed && !writeFailed_;
 }
 
 bool RecordWriter::flush() {
     if (!buffered_ || bufferLength_ == 0) {
         return true;
     }
-    const bool ok = writeFully(fd_, buffer_, bufferLength_, writeCall_);
-    if (ok) {
-        bytesWritten_ += bufferLength_;
-    }
+    const bool ok = writeOut(buffer_, bufferLength_);
     bufferLength_ = 0;
     buffer_[0] = '\0';
     return ok;
@@ -109,26 +107,33 @@ bool RecordWriter::writeRaw(const char *data, size_t length) {
         return false;
     }
     if (!buffered_) {
-        const bool ok = writeFully(fd_, data, length, writeCall_);
-        if (ok) {
-            bytesWritten_ += length;
-        }
-        return ok;
+        return writeOut(data, length);
     }
     if (bufferLength_ + length >= kBufferSize && !flush()) {
         return false;
     }
     if (length >= kBufferSize) {
-        const bool ok = writeFully(fd_, data, length, writeCall_);
-        if (ok) {
-            bytesWritten_ += length;
-        }
-        return ok;
+        return writeOut(data, length);
     }
     memcpy(buffer_ + bufferLength_, data, length);
     bufferLength_ += length;
     buffer_[bufferLength_] = '\0';
     return true;
+}
+
+bool RecordWriter::writeOut(const char *data, size_t length) {
+    errno = 0;
+    if (writeFully(fd_, data, length, writeCall_)) {
+        bytesWritten_ += length;
+        return true;
+    }
+    // Once per file: a full disk fails every later write the same way.
+    if (!writeFailed_) {
+        writeFailed_ = true;
+        CRS_WARN("Error: Unable to write file %s (%s)\n", path_,
+                 errno != 0 ? strerrordesc_np(errno) : "short write");
+    }
+    return false;
 }
 
 bool RecordWriter::writeRaw(const char *text) {

@@ -33,7 +33,8 @@ public:
     // Append mode starts the byte count at the file's current size; otherwise the file
     // is truncated. Permissions 0644.
     bool open(const char *path, bool append, bool buffered);
-    // Flushes, reports the final offset through `offset` when given, closes.
+    // Flushes, reports the final offset through `offset` when given, closes. False when
+    // any write to the file failed (logged once, at the first) or the close did.
     bool close(uint64_t *offset = nullptr);
 
     bool isOpen() const { return fd_ >= 0; }
@@ -71,6 +72,7 @@ public:
     }
 
 private:
+    bool writeOut(const char *data, size_t length);
     bool writeRaw(const char *data, size_t length);
     bool writeRaw(const char *text);
     bool flush();
@@ -80,6 +82,7 @@ private:
     int fd_ = -1;
     int depth_ = 0;
     bool needsComma_ = false;
+    bool writeFailed_ = false;
     bool buffered_ = false;
     char *buffer_ = nullptr;
     uint64_t bufferLength_ = 0;

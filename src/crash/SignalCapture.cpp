@@ -23,6 +23,15 @@ constexpr uintptr_t kLowestValidPointer = 4096;
 
 void crashSignalHandler(int number, siginfo_t *info, void *rawContext);
 
+bool isIgnored(const struct sigaction &action) {
+    return (action.sa_flags & SA_SIGINFO) == 0 && action.sa_handler == SIG_IGN;
+}
+
+// Reads the current action into `saved`; true when it is "ignore".
+bool wasIgnored(int number, struct sigaction &saved) {
+    return sigaction(number, nullptr, &saved) == 0 && isIgnored(saved);
+}
+
 bool isOurHandler(const struct sigaction &action) {
     return (action.sa_flags & SA_SIGINFO) != 0 && action.sa_sigaction == crashSignalHandler;
 }
@@ -89,9 +98,10 @@ void crashSignalHandler(int number, siginfo_t *info, void *rawContext) {
     const int savedErrno = errno;
     errno = 0;
     CRS_WARN("Signal: %d\n", number);
-    // Our handlers go first so that a fault while recording ends the process at once
-    // instead of recursing into this handler.
-    removeSignalHandlers();
+    // Our handlers stay until the record is written: another thread faulting meanwhile
+    // must wait in here for this report rather than meet the default action, which
+    // would end the process half-way through it. A fault of this thread while
+    // recording comes back here and finds the crash already claimed.
     sigset_t everything;
     sigfillset(&everything);
     if (sigprocmask(SIG_UNBLOCK, &everything, nullptr) != 0) {
@@ -107,6 +117,8 @@ void crashSignalHandler(int number, siginfo_t *info, void *rawContext) {
     if (context != nullptr) {
         recordSignal(*context, number, info, machineContext, savedErrno);
         reinstallPreviousSignalHandlers(*context);
+    } else {
+        removeSignalHandlers();
     }
     if (!willRecur(number, info)) {
         resendToThisThread(number, info);
@@ -160,6 +172,11 @@ bool installSignalCapture(CrashContext &context) {
     }
     bool allInstalled = true;
     for (size_t i = 0; i < kCapturedSignalCount; ++i) {
+        // Whoever started us asked for the signal to be ignored (nohup-like launchers,
+        // debuggers' children): it stays ignored, and a kill of it is no crash.
+        if (wasIgnored(kCapturedSignals[i], context.previousActions[i])) {
+            continue;
+        }
         struct sigaction action {};
         action.sa_sigaction = crashSignalHandler;
         action.sa_flags = SA_ONSTACK | SA_SIGINFO;
@@ -190,7 +207,7 @@ void checkForeignSignalHandlers(int fd) {
             writeFully(fd, "Unable to read signal handler\n", 30);
             continue;
         }
-        if (isOurHandler(current)) {
+        if (isOurHandler(current) || isIgnored(current)) {
             continue;
         }
         const void *handler = (current.sa_flags & SA_SIGINFO) != 0

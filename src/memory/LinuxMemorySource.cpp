@@ -1,10 +1,12 @@
 #include "LinuxMemorySource.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <charconv>
+#include <cstring>
 
 namespace tarnwell {
 
@@ -12,18 +14,38 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::optional<std::string> readFile(const fs::path &path) {
-    // Plain read(2) into one buffer: /proc files report a size of 0, so read
-    // until the end, and iostreams cost more than the kernel takes to
-    // produce the text.
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
+// Far more than any of the kernel's memory files holds; a captured folder may
+// hold anything.
+constexpr size_t kMaxFileBytes = 1 << 20;
+
+// Plain read(2) into one buffer: /proc files report a size of 0, so read
+// until the end, and iostreams cost more than the kernel takes to produce the
+// text. A file that is not a regular one (a FIFO or a device in a captured
+// folder) is refused before anything is read from it.
+std::optional<std::string> readFile(const fs::path &path, std::string *problem = nullptr) {
+    const auto fail = [problem](std::string why) -> std::optional<std::string> {
+        if (problem) {
+            *problem = std::move(why);
+        }
         return std::nullopt;
+    };
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW);
+    if (fd < 0) {
+        return fail(std::string("cannot open: ") + std::strerror(errno));
+    }
+    struct stat status {};
+    if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
+        close(fd);
+        return fail("not a regular file");
     }
     std::string contents(8192, '\0');
     size_t used = 0;
     while (true) {
         if (used == contents.size()) {
+            if (contents.size() >= kMaxFileBytes) {
+                close(fd);
+                return fail("larger than 1 MiB");
+            }
             contents.resize(contents.size() * 2);
         }
         const ssize_t n = read(fd, contents.data() + used, contents.size() - used);
@@ -31,8 +53,9 @@ std::optional<std::string> readFile(const fs::path &path) {
             continue;
         }
         if (n < 0) {
+            const int error = errno;
             close(fd);
-            return std::nullopt;
+            return fail(std::string("cannot read: ") + std::strerror(error));
         }
         if (n == 0) {
             break;
@@ -48,9 +71,22 @@ std::string firstLine(const std::string &text) {
     return text.substr(0, text.find('\n'));
 }
 
-template <class Fields>
-const Fields *parsed(const proc::ParseResult<Fields> &result) {
-    return std::get_if<Fields>(&result);
+// The fields of one kernel file; empty when it cannot be read or parsed, and
+// problem then names the file and what is wrong with it (the key, for a
+// parse error).
+template <class Parse>
+auto readParsed(const fs::path &path, Parse parse, std::string &problem)
+    -> std::optional<std::variant_alternative_t<0, decltype(parse(std::string_view()))>> {
+    std::string why;
+    if (const auto text = readFile(path, &why)) {
+        auto result = parse(*text);
+        if (auto *fields = std::get_if<0>(&result)) {
+            return std::move(*fields);
+        }
+        why = std::get<proc::ParseError>(result).message;
+    }
+    problem = path.string() + ": " + why;
+    return std::nullopt;
 }
 
 // Bytes of "wired" memory: what the kernel holds and will not give up under
@@ -82,20 +118,28 @@ LinuxMemorySource::SystemPages LinuxMemorySource::SystemPages::current() {
 LinuxMemorySource::LinuxMemorySource(fs::path procRoot, fs::path sysRoot, SystemPages system)
     : procRoot_(std::move(procRoot)), sysRoot_(std::move(sysRoot)), system_(system) {}
 
+std::unique_ptr<LinuxMemorySource> LinuxMemorySource::underRoot(const char *root) {
+    if (root == nullptr || *root == '\0') {
+        return std::make_unique<LinuxMemorySource>();
+    }
+    const fs::path base(root);
+    SystemPages pages = SystemPages::current();
+    pages.physicalPages = 0;
+    auto source = std::make_unique<LinuxMemorySource>(base / "proc", base / "sys", pages);
+    // glibc counts _SC_PHYS_PAGES from the kernel's total of usable RAM, the
+    // figure MemTotal reports, so the captured MemTotal stands in for it.
+    source->system_.physicalPages =
+        source->hardwarePhysicalMemory().value_or(0) / static_cast<uint64_t>(pages.pageSize);
+    return source;
+}
+
 uint64_t LinuxMemorySource::physicalMemory() {
     return system_.physicalPages * static_cast<uint64_t>(system_.pageSize);
 }
 
-std::optional<proc::MeminfoFields> LinuxMemorySource::readMeminfo() const {
-    const auto text = readFile(procRoot_ / "meminfo");
-    if (!text) {
-        return std::nullopt;
-    }
-    const auto result = proc::parseMeminfo(*text);
-    if (const auto *fields = parsed(result)) {
-        return *fields;
-    }
-    return std::nullopt;
+std::optional<proc::MeminfoFields> LinuxMemorySource::readMeminfo(std::string *problem) const {
+    std::string ignored;
+    return readParsed(procRoot_ / "meminfo", proc::parseMeminfo, problem ? *problem : ignored);
 }
 
 // Installed memory is the sum of the online memory blocks: unlike MemTotal it
@@ -145,23 +189,21 @@ std::optional<uint64_t> LinuxMemorySource::hardwarePhysicalMemory() {
 }
 
 MemorySample LinuxMemorySource::sample() {
-    const auto meminfo = readMeminfo();
+    MemorySample sample;
+    const auto meminfo = readMeminfo(&sample.problem);
     if (!meminfo) {
-        return {};
+        return sample;
     }
     const uint64_t wired = wiredBytes(*meminfo);
-    return {meminfo->memTotalBytes > wired ? meminfo->memTotalBytes - wired : 0,
-            vmStatistics(*meminfo), swapUsage(*meminfo)};
+    sample.userMemory = meminfo->memTotalBytes > wired ? meminfo->memTotalBytes - wired : 0;
+    sample.vmStatistics = vmStatistics(*meminfo, sample.problem);
+    sample.swapUsage = swapUsage(*meminfo);
+    return sample;
 }
 
-std::optional<VmStatistics> LinuxMemorySource::vmStatistics(
-    const proc::MeminfoFields &meminfo) const {
-    const auto vmstatText = readFile(procRoot_ / "vmstat");
-    if (!vmstatText) {
-        return std::nullopt;
-    }
-    const auto vmstatResult = proc::parseVmstat(*vmstatText);
-    const auto *vmstat = parsed(vmstatResult);
+std::optional<VmStatistics> LinuxMemorySource::vmStatistics(const proc::MeminfoFields &meminfo,
+                                                            std::string &problem) const {
+    const auto vmstat = readParsed(procRoot_ / "vmstat", proc::parseVmstat, problem);
     if (!vmstat) {
         return std::nullopt;
     }
@@ -220,12 +262,10 @@ bool LinuxMemorySource::isDmCryptDevice(const std::string &devicePath) const {
 }
 
 std::optional<SwapUsage> LinuxMemorySource::swapUsage(const proc::MeminfoFields &meminfo) const {
-    const auto swapsText = readFile(procRoot_ / "swaps");
-    if (!swapsText) {
-        return std::nullopt;
-    }
-    const auto swapsResult = proc::parseSwaps(*swapsText);
-    const auto *areas = parsed(swapsResult);
+    // Swap stays out of the sample's problem: a kernel built without swap has
+    // no /proc/swaps at all, and the figures people watch do not depend on it.
+    std::string ignored;
+    const auto areas = readParsed(procRoot_ / "swaps", proc::parseSwaps, ignored);
     if (!areas) {
         return std::nullopt;
     }

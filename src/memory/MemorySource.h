@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 namespace tarnwell {
 
@@ -52,6 +53,9 @@ struct MemorySample {
     std::optional<uint64_t> userMemory;
     std::optional<VmStatistics> vmStatistics;
     std::optional<SwapUsage> swapUsage;
+    // Why a group is missing, naming the file and the key ("/proc/meminfo:
+    // missing MemFree"); empty when every group was read.
+    std::string problem;
 };
 
 // Where the statistics record's figures come from.

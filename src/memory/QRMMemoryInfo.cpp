@@ -2,16 +2,20 @@
 
 #include <array>
 #include <system_error>
-#include <thread>
 #include <utility>
 
 #include "DecimalText.h"
 #include "LinuxMemorySource.h"
 #include "QRMRecordKeys.h"
+#include "RecordFigures.h"
+#include "threads/StartThread.h"
 
 namespace tarnwell {
 
 namespace {
+
+// What main() installed as the shared instance.
+std::atomic<QRMMemoryInfo *> installedMemoryInfo{nullptr};
 
 QRMNumber hardwareFigure(std::optional<uint64_t> bytes) {
     // A failed hardware query reads 0, stored as a signed 32-bit number as
@@ -88,12 +92,12 @@ void putMemoryFigures(const VmStatistics &s, Put put) {
     put(keys::usedCount, u32(usedCount));
     put(keys::totalCount, u32(totalCount));
 
-    // Single-precision percentages with no guard: a zero total gives an
-    // infinite or not-a-number figure, which readers already cope with.
+    // Percentages in single precision throughout (a double step in between
+    // lands one float apart in about a fifth of cases), with no guard: a zero
+    // total gives an infinite or not-a-number figure, which readers cope with.
     const float total = static_cast<float>(uint64_t{totalCount});
     const auto percents = [total](uint32_t pages) {
-        return QRMNumber::fromFloat(
-            static_cast<float>(static_cast<float>(pages) * 100.0 / static_cast<double>(total)));
+        return QRMNumber::fromFloat(static_cast<float>(pages) * 100.0f / total);
     };
     put(keys::freePercents, percents(s.freeCount));
     put(keys::inactivePercents, percents(s.inactiveCount));
@@ -119,16 +123,26 @@ void putSwapFigures(const SwapUsage &usage, Put put) {
 }  // namespace
 
 QRMMemoryInfo &QRMMemoryInfo::sharedMemoryInfo() {
-    static QRMMemoryInfo instance(std::make_unique<LinuxMemorySource>());
-    return instance;
+    if (QRMMemoryInfo *installed = installedMemoryInfo.load()) {
+        return *installed;
+    }
+    static QRMMemoryInfo thisMachine(std::make_unique<LinuxMemorySource>());
+    return thisMachine;
+}
+
+void QRMMemoryInfo::setSharedMemoryInfo(QRMMemoryInfo *memoryInfo) {
+    installedMemoryInfo.store(memoryInfo);
 }
 
 QRMMemoryInfo::QRMMemoryInfo(std::unique_ptr<MemorySource> source)
     : QRMMemoryInfo(std::move(source), std::make_unique<ResidentBlockAllocator>()) {}
 
 QRMMemoryInfo::QRMMemoryInfo(std::unique_ptr<MemorySource> source,
-                             std::unique_ptr<MemoryBlockAllocator> allocator)
-    : source_(std::move(source)), allocator_(std::move(allocator)) {
+                             std::unique_ptr<MemoryBlockAllocator> allocator,
+                             std::filesystem::path cleaningLockFile)
+    : source_(std::move(source)),
+      allocator_(std::move(allocator)),
+      cleaningLock_(std::move(cleaningLockFile)) {
     assign(record_, keys::physicalMemory, physicalMemory());
     assign(record_, keys::hardwareMemorySize, hardwareMemorySize());
     assign(record_, keys::hardwarePhysicalMemory, hardwarePhysicalMemory());
@@ -136,6 +150,7 @@ QRMMemoryInfo::QRMMemoryInfo(std::unique_ptr<MemorySource> source,
 }
 
 QRMMemoryInfo::~QRMMemoryInfo() {
+    stopping_ = true;
     std::unique_lock lock(threadsMutex_);
     threadsFinished_.wait(lock, [this] { return runningThreads_ == 0; });
 }
@@ -153,6 +168,7 @@ void QRMMemoryInfo::refresh() {
     const auto intoRecord = [this](std::string_view key, QRMNumber value) {
         assign(record_, key, value);
     };
+    sampleProblem_ = sample.problem;
     intoRecord(keys::userMemory, hardwareFigure(sample.userMemory));
     if (sample.vmStatistics) {
         putMemoryFigures(*sample.vmStatistics, intoRecord);
@@ -160,6 +176,11 @@ void QRMMemoryInfo::refresh() {
     if (sample.swapUsage) {
         putSwapFigures(*sample.swapUsage, intoRecord);
     }
+}
+
+std::string QRMMemoryInfo::sampleProblem() const {
+    std::lock_guard lock(recordMutex_);
+    return sampleProblem_;
 }
 
 QRMNumber QRMMemoryInfo::physicalMemory() {
@@ -250,8 +271,13 @@ CleaningDecision QRMMemoryInfo::cleanMemoryNow() {
     if (!decision.started()) {
         return decision;
     }
+    if (!cleaningLock_.tryLock()) {
+        operationalBytes_ = 0;
+        return {CleaningRefusal::AlreadyCleaning, 0, 0};
+    }
     void *block = allocator_->allocate(decision.blockBytes);
     if (block == nullptr) {
+        cleaningLock_.unlock();
         operationalBytes_ = 0;
         return {CleaningRefusal::CouldNotStart, 0, 0};
     }
@@ -262,13 +288,14 @@ CleaningDecision QRMMemoryInfo::cleanMemoryNow() {
         ++runningThreads_;
     }
     try {
-        std::thread([this] {
+        threads::startThread([this] {
             cleanMemoryBlock();
             cleaningThreadFinished();
         }).detach();
     } catch (const std::system_error &) {
         cleaningThreadFinished();
         allocator_->release(std::exchange(memoryBlock_, {}).data, decision.blockBytes);
+        cleaningLock_.unlock();
         memoryCleaningThreadSemaphore_ = false;
         operationalBytes_ = 0;
         return {CleaningRefusal::CouldNotStart, 0, 0};
@@ -286,7 +313,20 @@ void QRMMemoryInfo::cleanMemoryBlock() {
         blockClaimed_ = true;
         block = memoryBlock_;
     }
-    allocator_->makeResident(block.data, block.bytes);
+    // Others may allocate while the block becomes resident (tens of seconds
+    // for most of RAM on a busy machine): stop before available memory falls
+    // into the reserve, which the plan only kept as things stood before. A
+    // dropped part is better than the out-of-memory killer, which ended such
+    // a cleaning on a shared 24 GiB machine. Stop at once when quitting.
+    const uint64_t reserve =
+        cleaningReserveBytes(unsignedValue(info(), keys::hardwarePhysicalMemory));
+    allocator_->makeResident(block.data, block.bytes, [this, reserve] {
+        if (stopping_) {
+            return false;
+        }
+        const auto statistics = source_->sample().vmStatistics;
+        return statistics && statistics->availableBytes > reserve;
+    });
     std::unique_lock engineLock(engineMutex_);
     operationalBytes_ = 0;
     memoryCleaningThreadSemaphore_ = false;
@@ -305,20 +345,19 @@ void QRMMemoryInfo::freeAllocatedMemoryIfPossible(std::unique_lock<std::mutex> e
     // The pointer is cleared, unlike in the historic engine: a second release
     // of a stale mapping could unmap memory that belongs to someone else now.
     const Block block = std::exchange(memoryBlock_, {});
+    allocator_->release(block.data, block.bytes);
+    // Another process may clean as soon as the block is gone.
+    cleaningLock_.unlock();
     engineLock.unlock();
-    releaseAndAnnounce(block);
+    announceCleaned();
 }
 
-void QRMMemoryInfo::releaseAndAnnounce(Block block) {
-    allocator_->release(block.data, block.bytes);
-    std::vector<std::function<void()>> observers;
-    {
-        std::lock_guard lock(observersMutex_);
-        for (const auto &[id, observer] : observers_) {
-            observers.push_back(observer);
-        }
-    }
-    for (const auto &observer : observers) {
+void QRMMemoryInfo::announceCleaned() {
+    // Called under the lock, so that once removeMemoryCleanedObserver()
+    // returns, the observer is neither running nor about to run: its
+    // receiver may be destroyed at once.
+    std::lock_guard lock(observersMutex_);
+    for (const auto &[id, observer] : observers_) {
         observer();
     }
 }

@@ -3,12 +3,14 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
+#include "CleaningLock.h"
 #include "CleaningPlan.h"
 #include "MemoryBlockAllocator.h"
 #include "MemorySource.h"
@@ -21,15 +23,20 @@ namespace tarnwell {
 // cleaning engine.
 class QRMMemoryInfo {
 public:
-    // The process-wide instance, reading the real system.
+    // The process-wide instance: the one main() built and installed, so that
+    // everything reads the machine it was pointed at; this machine until then.
     static QRMMemoryInfo &sharedMemoryInfo();
+    // memoryInfo must outlive every use of sharedMemoryInfo(); null uninstalls.
+    static void setSharedMemoryInfo(QRMMemoryInfo *memoryInfo);
 
     // An instance over any source; tests pass a fake one.
     explicit QRMMemoryInfo(std::unique_ptr<MemorySource> source);
-    // Tests also pass an allocator that can hold a cleaning half-way.
+    // Tests also pass an allocator that can hold a cleaning half-way. With a
+    // lock file, cleanings are exclusive across the user's processes too.
     QRMMemoryInfo(std::unique_ptr<MemorySource> source,
-                  std::unique_ptr<MemoryBlockAllocator> allocator);
-    // Waits for a cleaning thread still running.
+                  std::unique_ptr<MemoryBlockAllocator> allocator,
+                  std::filesystem::path cleaningLockFile = {});
+    // Stops a cleaning under way at its next part and waits for its thread.
     ~QRMMemoryInfo();
     QRMMemoryInfo(const QRMMemoryInfo &) = delete;
     QRMMemoryInfo &operator=(const QRMMemoryInfo &) = delete;
@@ -37,6 +44,10 @@ public:
     // A copy of the record taken now; later refreshes never change it.
     QRMStatisticsRecord info() const;
     void refresh();
+    // Why the last refresh could not read everything, naming the file and
+    // the key; empty when it could. The figures it could not read keep their
+    // previous values (or are absent).
+    std::string sampleProblem() const;
 
     QRMNumber physicalMemory();
     QRMNumber hardwareMemorySize();
@@ -73,7 +84,7 @@ private:
     };
 
     void freeAllocatedMemoryIfPossible(std::unique_lock<std::mutex> engineLock);
-    void releaseAndAnnounce(Block block);
+    void announceCleaned();
     void cleaningThreadFinished();
 
     std::unique_ptr<MemorySource> source_;
@@ -81,6 +92,7 @@ private:
 
     mutable std::mutex recordMutex_;
     QRMStatisticsRecord record_;
+    std::string sampleProblem_;
 
     // Serialises starting a cleaning against the cleaning thread's hand-back,
     // so a request that arrives just as the flag clears cannot replace the
@@ -90,7 +102,9 @@ private:
     std::atomic<bool> memoryCleaningThreadSemaphore_{false};
     bool blockClaimed_ = false;  // the cleaning thread is making the block resident
     Block memoryBlock_;
+    CleaningLock cleaningLock_;  // held from the allocation to the release
 
+    std::atomic<bool> stopping_{false};  // the destructor has begun
     std::mutex threadsMutex_;
     std::condition_variable threadsFinished_;
     int runningThreads_ = 0;

@@ -72,6 +72,8 @@ inline constexpr std::string_view xsuEncripted = "xsuEncripted";
 struct RecordKey {
     std::string_view name;
     bool isByteSize;  // the value is an amount of memory in bytes
+    // For a 32-bit byte figure, the page count its exact size comes from.
+    std::string_view countKey = {};
 };
 
 // Every key a full sample produces, in the order the record is built: fixed
@@ -83,13 +85,13 @@ inline constexpr std::array kRecordKeys{
     RecordKey{userMemory, true},
     RecordKey{pageSize, false},
     RecordKey{freeCount, false},
-    RecordKey{freeBytes, true},
+    RecordKey{freeBytes, true, freeCount},
     RecordKey{activeCount, false},
-    RecordKey{activeBytes, true},
+    RecordKey{activeBytes, true, activeCount},
     RecordKey{inactiveCount, false},
-    RecordKey{inactiveBytes, true},
+    RecordKey{inactiveBytes, true, inactiveCount},
     RecordKey{wireCount, false},
-    RecordKey{wireBytes, true},
+    RecordKey{wireBytes, true, wireCount},
     RecordKey{zerroFillCount, false},
     RecordKey{zerroFillBytes, true},
     RecordKey{reactivations, false},
@@ -101,21 +103,21 @@ inline constexpr std::array kRecordKeys{
     RecordKey{hits, false},
     RecordKey{purges, false},
     RecordKey{purgableCount, false},
-    RecordKey{purgeableBytes, true},
+    RecordKey{purgeableBytes, true, purgableCount},
     RecordKey{speculativeCount, false},
-    RecordKey{speculativeBytes, true},
+    RecordKey{speculativeBytes, true, speculativeCount},
     RecordKey{swapins, false},
     RecordKey{swapouts, false},
     RecordKey{throttledCount, false},
-    RecordKey{throttledBytes, true},
+    RecordKey{throttledBytes, true, throttledCount},
     RecordKey{externalPageCount, false},
-    RecordKey{externalPageBytes, true},
+    RecordKey{externalPageBytes, true, externalPageCount},
     RecordKey{internalPageCount, false},
-    RecordKey{internalPageBytes, true},
+    RecordKey{internalPageBytes, true, internalPageCount},
     RecordKey{decompressions, false},
     RecordKey{compressions, false},
     RecordKey{compressorPageCount, false},
-    RecordKey{compressorPageBytes, true},
+    RecordKey{compressorPageBytes, true, compressorPageCount},
     RecordKey{totalUncompressedPagesInCompressor, false},
     RecordKey{totalUncompressedPagesInCompressorBytes, true},
     RecordKey{usedCount, false},

@@ -1,5 +1,9 @@
 #include "preferences/QRMConstants.h"
 
+#include <optional>
+
+#include "preferences/QRMSettingRange.h"
+
 namespace tarnwell {
 
 namespace {
@@ -21,9 +25,30 @@ QRMConstants::QRMConstants(const QString &siteURL)
       updatesAlphaURL_(
           QStringLiteral("%1/%2/%3/%4").arg(siteURL_, u"download", u"alpha", u"appcast.xml")) {}
 
-QString QRMConstants::configuredSiteURL() {
+namespace {
+
+std::optional<QString> siteURLOverride() {
     const QString fromEnvironment = qEnvironmentVariable("TARNWELL_SITE_URL").trimmed();
-    return fromEnvironment.isEmpty() ? QStringLiteral(TARNWELL_SITE_URL) : fromEnvironment;
+    if (fromEnvironment.isEmpty()) {
+        return std::nullopt;
+    }
+    if (!isAcceptedFeedAddress(QUrl(fromEnvironment))) {
+        qWarning(
+            "TARNWELL_SITE_URL ignored: an https address is needed (http only to this "
+            "machine)");
+        return std::nullopt;
+    }
+    return fromEnvironment;
+}
+
+}  // namespace
+
+QString QRMConstants::configuredSiteURL() {
+    return siteURLOverride().value_or(QStringLiteral(TARNWELL_SITE_URL));
+}
+
+bool QRMConstants::siteURLOverridden() {
+    return siteURLOverride().has_value();
 }
 
 const QRMConstants &QRMConstants::sharedConstants() {

@@ -16,9 +16,12 @@ public:
     // siteURL: scheme and host, trailing slashes are dropped.
     explicit QRMConstants(const QString &siteURL);
 
-    // The address the process uses: the environment's TARNWELL_SITE_URL when set
-    // and not empty, else the build's.
+    // The address the process uses: the environment's TARNWELL_SITE_URL when set,
+    // not empty and an https address (http only to this machine), else the build's.
     static QString configuredSiteURL();
+    // Whether configuredSiteURL() is the environment's: such an address holds for one
+    // run and is never stored.
+    static bool siteURLOverridden();
 
     const QString &siteURL() const { return siteURL_; }
     const QUrl &updatesURL() const { return updatesURL_; }

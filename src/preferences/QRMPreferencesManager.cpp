@@ -1,11 +1,16 @@
 #include "preferences/QRMPreferencesManager.h"
 
 #include <QLoggingCategory>
+#include <QStandardPaths>
+
+#include <algorithm>
 
 #include "memory/QRMMemoryInfo.h"
 #include "memory/QRMRecordKeys.h"
 #include "preferences/QRMConstants.h"
+#include "preferences/QRMSettingRange.h"
 #include "preferences/QRMSettingValue.h"
+#include "preferences/SettingsFileCheck.h"
 #include "preferences/Updater.h"
 
 namespace tarnwell {
@@ -21,6 +26,12 @@ QString keyOf(const SettingDefinition &definition) {
     return QString::fromLatin1(definition.key.data(), qsizetype(definition.key.size()));
 }
 
+void warnRefused(const QString &fileName, const QString &refusal) {
+    qCWarning(lcPreferences).noquote()
+        << "not using the settings file" << fileName << "-" << refusal
+        << "- settings start from their defaults and changes are kept only until Tarnwell quits";
+}
+
 std::optional<uint64_t> physicalMemoryFromStatistics() {
     const QRMStatisticsRecord record = QRMMemoryInfo::sharedMemoryInfo().info();
     const auto found = record.find(keys::physicalMemory);
@@ -30,21 +41,40 @@ std::optional<uint64_t> physicalMemoryFromStatistics() {
     return found->second.toUInt64();
 }
 
+// The value a reader gets: within its row's interval bounds, if it has any.
+QVariant withinBounds(Setting setting, QVariant value) {
+    const std::optional<IntervalBounds> bounds = intervalBounds(setting);
+    if (!bounds || !value.isValid()) {
+        return value;
+    }
+    return qint64(std::clamp<qint64>(value.toLongLong(), bounds->minimum, bounds->maximum));
+}
+
 }  // namespace
 
 QRMPreferencesManager &QRMPreferencesManager::sharedPreferencesManager() {
     static QRMPreferencesManager manager(
-        std::make_unique<QSettings>(QStringLiteral("Tarnwell"), QStringLiteral("Tarnwell")),
-        physicalMemoryFromStatistics, QRMConstants::sharedConstants().updatesURL());
+        QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+            QStringLiteral("/Tarnwell/Tarnwell.conf"),
+        physicalMemoryFromStatistics, QRMConstants::sharedConstants().updatesURL(),
+        QRMConstants::siteURLOverridden());
     return manager;
 }
 
-QRMPreferencesManager::QRMPreferencesManager(std::unique_ptr<QSettings> settings,
+QRMPreferencesManager::QRMPreferencesManager(QString fileName,
                                              PhysicalMemoryProvider physicalMemory,
-                                             QUrl stableFeedURL)
-    : settings_(std::move(settings)),
+                                             QUrl stableFeedURL, bool stableFeedFromOverride)
+    : fileName_(std::move(fileName)),
       physicalMemory_(std::move(physicalMemory)),
-      stableFeedURL_(std::move(stableFeedURL)) {}
+      stableFeedURL_(std::move(stableFeedURL)),
+      stableFeedFromOverride_(stableFeedFromOverride) {
+    // QSettings reads the file as it is made, so the file is checked first.
+    if (const std::optional<QString> refusal = settingsFileRefusal(fileName_)) {
+        warnRefused(fileName_, *refusal);
+    } else {
+        settings_ = std::make_unique<QSettings>(fileName_, QSettings::IniFormat);
+    }
+}
 
 QRMPreferencesManager::~QRMPreferencesManager() = default;
 
@@ -84,24 +114,38 @@ QVariant QRMPreferencesManager::defaultValue(Setting setting) const {
 
 std::optional<QVariant> QRMPreferencesManager::storedValueLocked(
     const SettingDefinition &definition) {
-    const QString key = keyOf(definition);
+    const std::optional<QVariant> raw = rawValueLocked(keyOf(definition));
+    if (!raw) {
+        return std::nullopt;
+    }
+    return typedSettingValue(definition.type, *raw);
+}
+
+std::optional<QVariant> QRMPreferencesManager::rawValueLocked(const QString &key) {
+    if (!fileUsableLocked()) {
+        const auto found = memory_.constFind(key);
+        return found != memory_.constEnd() ? std::optional(*found) : std::nullopt;
+    }
     // Picks up what another process (tarnwell settings, an editor) wrote since;
     // costs one stat() when the file is unchanged.
     settings_->sync();
     if (!settings_->contains(key)) {
         return std::nullopt;
     }
-    return typedSettingValue(definition.type, settings_->value(key));
+    return settings_->value(key);
 }
 
 QVariant QRMPreferencesManager::value(Setting setting) {
     const SettingDefinition &definition = settingDefinition(setting);
     std::lock_guard lock(mutex_);
     if (std::optional<QVariant> stored = storedValueLocked(definition)) {
-        return *stored;
+        return withinBounds(setting, *stored);
     }
     QVariant fallback = defaultValue(setting);
-    if (definition.rule == DefaultRule::WriteBack) {
+    // An override's feed holds for this run only; stored, it would outlive it.
+    const bool fromOverride =
+        definition.defaultValue == DefaultValue::StableFeed && stableFeedFromOverride_;
+    if (definition.rule == DefaultRule::WriteBack && !fromOverride) {
         writeLocked(keyOf(definition), storableSettingValue(definition.type, fallback));
     }
     return fallback;
@@ -175,8 +219,7 @@ void QRMPreferencesManager::setData(const QVariant &value, const QString &key) {
 
 QByteArray QRMPreferencesManager::dataForKey(const QString &key) {
     std::lock_guard lock(mutex_);
-    settings_->sync();
-    const QVariant stored = settings_->value(key);
+    const QVariant stored = rawValueLocked(key).value_or(QVariant());
     return stored.typeId() == QMetaType::QByteArray ? stored.toByteArray() : QByteArray();
 }
 
@@ -187,11 +230,11 @@ void QRMPreferencesManager::removeObjectForKey(const QString &key) {
 
 QStringList QRMPreferencesManager::allKeys() {
     std::lock_guard lock(mutex_);
-    return settings_->allKeys();
+    return fileUsableLocked() ? settings_->allKeys() : memory_.keys();
 }
 
 QString QRMPreferencesManager::fileName() const {
-    return settings_->fileName();
+    return fileName_;
 }
 
 bool QRMPreferencesManager::writeFailed() {
@@ -200,13 +243,42 @@ bool QRMPreferencesManager::writeFailed() {
 }
 
 void QRMPreferencesManager::writeLocked(const QString &key, const QVariant &value) {
+    if (!fileUsableLocked()) {
+        memory_.insert(key, value);
+        writeFailureReported_ = true;
+        return;
+    }
     settings_->setValue(key, value);
     syncLocked();
 }
 
 void QRMPreferencesManager::removeLocked(const QString &key) {
+    if (!fileUsableLocked()) {
+        memory_.remove(key);
+        writeFailureReported_ = true;
+        return;
+    }
     settings_->remove(key);
     syncLocked();
+}
+
+// Checked before every use, as the file may be swapped while the program runs.
+// The values read so far carry on in memory; the QSettings object goes without
+// writing, as every change was synced at once.
+bool QRMPreferencesManager::fileUsableLocked() {
+    if (!settings_) {
+        return false;
+    }
+    const std::optional<QString> refusal = settingsFileRefusal(fileName_);
+    if (!refusal) {
+        return true;
+    }
+    for (const QString &key : settings_->allKeys()) {
+        memory_.insert(key, settings_->value(key));
+    }
+    settings_.reset();
+    warnRefused(fileName_, *refusal);
+    return false;
 }
 
 void QRMPreferencesManager::syncLocked() {

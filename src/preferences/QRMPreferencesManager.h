@@ -25,16 +25,19 @@ using PhysicalMemoryProvider = std::function<std::optional<uint64_t>()>;
 // getter reads the settings file and every setter writes it through at once,
 // so a killed process loses nothing. Getters follow their row of
 // kSettingsTable: a missing or unreadable value yields the default, which
-// write-back rows also store. Safe to call from any thread.
+// write-back rows also store. A settings file that must not be touched
+// (settingsFileRefusal) is left alone: the store says so once and keeps the
+// values in memory, starting from the defaults. Safe to call from any thread.
 class QRMPreferencesManager {
 public:
     // The process-wide store over the user's settings file ("Tarnwell/Tarnwell").
     static QRMPreferencesManager &sharedPreferencesManager();
 
-    // settings: the backing file; physicalMemory: source of the threshold
-    // defaults; stableFeedURL: default of the feed in use.
-    QRMPreferencesManager(std::unique_ptr<QSettings> settings,
-                          PhysicalMemoryProvider physicalMemory, QUrl stableFeedURL);
+    // fileName: the settings file (INI); physicalMemory: source of the
+    // threshold defaults; stableFeedURL: default of the feed in use, which is
+    // not written back when it comes from a run-time override.
+    QRMPreferencesManager(QString fileName, PhysicalMemoryProvider physicalMemory,
+                          QUrl stableFeedURL, bool stableFeedFromOverride = false);
     ~QRMPreferencesManager();
     QRMPreferencesManager(const QRMPreferencesManager &) = delete;
     QRMPreferencesManager &operator=(const QRMPreferencesManager &) = delete;
@@ -50,6 +53,8 @@ public:
     // True when the file holds a readable value under the row's key.
     bool hasStoredValue(Setting setting);
     QVariant defaultValue(Setting setting) const;
+    // Installed memory in bytes, from the source the threshold defaults use.
+    std::optional<uint64_t> installedMemory() const { return physicalMemory_(); }
 
     QUrl updatesFeedURL() { return value(Setting::FeedURL).toUrl(); }
     // Also hands the URL to the updater and asks it for a silent check, even
@@ -122,6 +127,19 @@ public:
     void setStatusBarTextType(qint64 type) { setValue(Setting::StatusBarTextType, type); }
     bool statusBarTextWithInfo() { return value(Setting::StatusBarTextWithInfo).toBool(); }
     void setStatusBarTextWithInfo(bool on) { setValue(Setting::StatusBarTextWithInfo, on); }
+    // Where the title goes on the panel: 0 as the host allows (a label where it
+    // shows one, drawn into the icon elsewhere), 1 always the label, 2 always
+    // drawn into the icon.
+    qint64 statusBarTextPlacement() { return value(Setting::StatusBarTextPlacement).toLongLong(); }
+    void setStatusBarTextPlacement(qint64 placement) {
+        setValue(Setting::StatusBarTextPlacement, placement);
+    }
+    // The panel's colour for template icons and drawn text: 0 as the desktop
+    // says, 1 light, 2 dark.
+    qint64 statusBarAppearance() { return value(Setting::StatusBarAppearance).toLongLong(); }
+    void setStatusBarAppearance(qint64 appearance) {
+        setValue(Setting::StatusBarAppearance, appearance);
+    }
     // Bytes.
     quint64 lastTimeCleaned() { return value(Setting::LastTimeCleaned).toULongLong(); }
     void setLastTimeCleaned(quint64 bytes) { setValue(Setting::LastTimeCleaned, bytes); }
@@ -162,14 +180,20 @@ public:
 
 private:
     std::optional<QVariant> storedValueLocked(const SettingDefinition &definition);
+    std::optional<QVariant> rawValueLocked(const QString &key);
     void writeLocked(const QString &key, const QVariant &value);
     void removeLocked(const QString &key);
     void syncLocked();
+    // False, from then on, once the file must not be touched.
+    bool fileUsableLocked();
 
     std::mutex mutex_;
-    std::unique_ptr<QSettings> settings_;
+    QString fileName_;
+    std::unique_ptr<QSettings> settings_;  // nothing once the file is refused
+    QVariantMap memory_;                   // the values while the file is refused
     PhysicalMemoryProvider physicalMemory_;
     QUrl stableFeedURL_;
+    bool stableFeedFromOverride_;
     Updater *updater_ = nullptr;
     bool writeFailureReported_ = false;
 };

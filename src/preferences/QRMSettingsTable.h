@@ -35,6 +35,14 @@ enum class Setting {
     SelectedLanguage,
     AppleLanguages,
     CollectUsageEvents,
+    StatusBarTextPlacement,
+    StatusBarAppearance,
+    // The updater's own settings, under the names the update framework used.
+    AutomaticallyChecksForUpdates,
+    UpdateCheckInterval,
+    AutomaticallyDownloadsUpdates,
+    LastUpdateCheckTime,
+    SkippedVersion,
 };
 
 // How a value is kept. The settings file is text, so "refreshRate" (a number
@@ -100,6 +108,13 @@ inline constexpr std::array kSettingsTable{
     SettingDefinition{Setting::SelectedLanguage, "selectedLanguage", SettingType::Integer, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
     SettingDefinition{Setting::AppleLanguages, "AppleLanguages", SettingType::StringList, DefaultRule::NotWritten, DefaultValue::Nothing, 0},
     SettingDefinition{Setting::CollectUsageEvents, "collectUsageEvents", SettingType::Boolean, DefaultRule::WriteBack, DefaultValue::Fixed, 1},
+    SettingDefinition{Setting::StatusBarTextPlacement, "statusBarTextPlacement", SettingType::Integer, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::StatusBarAppearance, "statusBarAppearance", SettingType::Integer, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::AutomaticallyChecksForUpdates, "SUEnableAutomaticChecks", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::UpdateCheckInterval, "SUScheduledCheckInterval", SettingType::Integer, DefaultRule::NotWritten, DefaultValue::Fixed, 86400},
+    SettingDefinition{Setting::AutomaticallyDownloadsUpdates, "SUAutomaticallyUpdate", SettingType::Boolean, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::LastUpdateCheckTime, "SULastCheckTime", SettingType::Integer, DefaultRule::NotWritten, DefaultValue::Fixed, 0},
+    SettingDefinition{Setting::SkippedVersion, "SUSkippedVersion", SettingType::String, DefaultRule::NotWritten, DefaultValue::Nothing, 0},
 };
 // clang-format on
 

@@ -177,6 +177,12 @@ bool DBusMenuExporter::handleEvent(int id, const QString &eventId) {
     if (!contains(id)) {
         return false;
     }
+    // Hosts send "closed" for the menu they showed; its opening comes as AboutToShow.
+    if (eventId == QLatin1String("closed")) {
+        if (QRMMenu *menu = menuOf(id)) {
+            menu->notifyClosed();
+        }
+    }
     if (id != 0 && eventId == QLatin1String("clicked")) {
         QPointer<QRMMenuItem> item = entries_.value(id).item;
         QMetaObject::invokeMethod(

@@ -19,13 +19,23 @@ void applyItem(QAction *action, const QRMMenuItem &item) {
 
 }  // namespace
 
-MenuMirror::MenuMirror(QObject *parent) : QObject(parent), menu_(std::make_unique<QMenu>()) {}
+MenuMirror::MenuMirror(QObject *parent) : QObject(parent), menu_(std::make_unique<QMenu>()) {
+    // Taller than a small screen, a QMenu adds columns and leaves "Quit" alone
+    // in the last one; scrolling keeps the menu's order. Submenus inherit it.
+    menu_->setStyleSheet(QStringLiteral("QMenu { menu-scrollable: 1; }"));
+}
 
 MenuMirror::~MenuMirror() = default;
 
 QString MenuMirror::escapedText(const QString &title) {
     QString text = title;
     return text.replace(QLatin1Char('&'), QLatin1String("&&"));
+}
+
+void MenuMirror::popUp(const QPoint &position) {
+    if (!menu_->isEmpty()) {
+        menu_->popup(position);
+    }
 }
 
 void MenuMirror::setMenu(QRMMenu *menu) {
@@ -38,6 +48,7 @@ void MenuMirror::setMenu(QRMMenu *menu) {
     if (menu) {
         populate(menu_.get(), menu);
         connect(menu_.get(), &QMenu::aboutToShow, menu, &QRMMenu::notifyAboutToShow);
+        connect(menu_.get(), &QMenu::aboutToHide, menu, &QRMMenu::notifyClosed);
         connect(menu, &QRMMenu::itemsChanged, menu_.get(),
                 [this, menu] { populate(menu_.get(), menu); });
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QPoint>
 #include <QPointer>
 #include <memory>
 
@@ -21,6 +22,8 @@ public:
 
     void setMenu(QRMMenu *menu);
     QMenu *menu() const { return menu_.get(); }
+    // Opens the menu at a screen position, unless it has nothing to show.
+    void popUp(const QPoint &position);
 
     // '&' marks a mnemonic in a QAction's text; a literal one is doubled.
     static QString escapedText(const QString &title);

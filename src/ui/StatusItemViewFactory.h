@@ -2,13 +2,34 @@
 
 #include <memory>
 
-#include "app/StatusItemView.h"
+#include "ui/PanelAppearance.h"
+#include "ui/StatusItemHost.h"
 
 namespace tarnwell {
 
-// The status item for this desktop: a StatusNotifierItem when a watcher owns
-// its name on the session bus (the label shows beside the icon), otherwise
-// the legacy tray icon. Needs a QApplication.
-std::unique_ptr<StatusItemView> createStatusItemView();
+class LegacyTrayPresence;
+class X11ManagerSelection;
+
+// The status item for this desktop with what it watches: the session bus for
+// a StatusNotifierWatcher, the X display for a legacy tray and the XSETTINGS
+// manager, the desktop's theme files. Needs a QApplication.
+class DesktopStatusItem {
+public:
+    struct Settings {
+        StatusItemHost::TextPlacement textPlacement;
+        PanelAppearance::ForcedAppearance appearance;
+    };
+
+    explicit DesktopStatusItem(Settings settings);
+    ~DesktopStatusItem();
+
+    StatusItemHost &host() { return *host_; }
+
+private:
+    std::unique_ptr<X11ManagerSelection> xsettings_;
+    std::unique_ptr<PanelAppearance> appearance_;
+    std::unique_ptr<LegacyTrayPresence> tray_;
+    std::unique_ptr<StatusItemHost> host_;
+};
 
 }  // namespace tarnwell

@@ -2,31 +2,42 @@
 
 #include <QGuiApplication>
 #include <QMenu>
-#include <QPainter>
 
 #include "ui/StatusNotifierItem.h"
 
 namespace tarnwell {
 
-StatusNotifierItemView::StatusNotifierItemView(const QDBusConnection &connection, QObject *parent)
-    : QObject(parent), item_(new StatusNotifierItem(QStringLiteral("tarnwell"), connection, this)) {
+namespace {
+
+// Hosts that load the icon by name scale the file down to their panel; drawn
+// at this height its text stays sharp on panels up to twice the usual size.
+constexpr int kIconFileHeight = 48;
+
+}  // namespace
+
+StatusNotifierItemView::StatusNotifierItemView(const QDBusConnection &connection,
+                                               PanelAppearance &appearance, QObject *parent)
+    : QObject(parent),
+      item_(new StatusNotifierItem(QStringLiteral("tarnwell"), connection, this)),
+      panelImage_(appearance) {
     item_->setTitle(QGuiApplication::applicationDisplayName());
     item_->setToolTip(QGuiApplication::applicationDisplayName(), {});
     connect(&panelImage_, &PanelImage::shownChanged, this, &StatusNotifierItemView::showImage);
     // Hosts that ignore ItemIsMenu ask for an activation instead: show the
     // same menu where the user clicked.
-    connect(item_, &StatusNotifierItem::activationRequested, this, [this](const QPoint &position) {
-        if (!menuMirror_.menu()->isEmpty()) {
-            menuMirror_.menu()->popup(position);
-        }
-    });
+    connect(item_, &StatusNotifierItem::activationRequested, &menuMirror_, &MenuMirror::popUp);
 }
 
 StatusNotifierItemView::~StatusNotifierItemView() = default;
 
 void StatusNotifierItemView::setTitle(const QString &title) {
-    item_->setLabel(title, labelGuide(title));
-    item_->setToolTip(QGuiApplication::applicationDisplayName(), title);
+    title_ = title;
+    panelImage_.setTitle(title);
+    showLabel();
+}
+
+void StatusNotifierItemView::setToolTip(const QString &toolTip) {
+    item_->setToolTip(QGuiApplication::applicationDisplayName(), toolTip);
 }
 
 void StatusNotifierItemView::setImage(const QImage &image, bool isTemplate) {
@@ -36,6 +47,11 @@ void StatusNotifierItemView::setImage(const QImage &image, bool isTemplate) {
 void StatusNotifierItemView::setMenu(QRMMenu *menu) {
     item_->setMenu(menu);
     menuMirror_.setMenu(menu);
+}
+
+void StatusNotifierItemView::setTitleDrawn(bool drawn) {
+    panelImage_.setTitleDrawn(drawn);
+    showLabel();
 }
 
 QList<int> StatusNotifierItemView::pixmapSizes() {
@@ -52,30 +68,23 @@ QString StatusNotifierItemView::labelGuide(const QString &label) {
     return guide;
 }
 
-QImage StatusNotifierItemView::squared(const QImage &image) {
-    if (image.width() == image.height()) {
-        return image;
-    }
-    const int side = std::max(image.width(), image.height());
-    QImage square(side, side, QImage::Format_ARGB32_Premultiplied);
-    square.fill(Qt::transparent);
-    QPainter painter(&square);
-    painter.drawImage((side - image.width()) / 2, (side - image.height()) / 2, image);
-    return square;
+void StatusNotifierItemView::showLabel() {
+    // A title drawn into the icon is not repeated beside it.
+    const QString label = panelImage_.titleDrawn() ? QString() : title_;
+    item_->setLabel(label, labelGuide(label));
 }
 
 void StatusNotifierItemView::showImage() {
-    const QImage shown = panelImage_.shown();
-    if (shown.isNull()) {
+    if (panelImage_.isEmpty()) {
         item_->setIcon({}, {}, {});
         return;
     }
-    const QImage square = squared(shown);
     QList<QImage> pixmaps;
     for (int size : pixmapSizes()) {
-        pixmaps.append(square.scaled(size, size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+        pixmaps.append(panelImage_.rendered(size));
     }
-    item_->setIcon(iconFiles_.store(square), iconFiles_.directory(), pixmaps);
+    item_->setIcon(iconFiles_.store(panelImage_.rendered(kIconFileHeight)), iconFiles_.directory(),
+                   pixmaps);
 }
 
 }  // namespace tarnwell

@@ -3,24 +3,26 @@
 #include <QObject>
 #include <QSystemTrayIcon>
 
-#include "app/StatusItemView.h"
 #include "ui/MenuMirror.h"
 #include "ui/PanelImage.h"
+#include "ui/PanelStatusItem.h"
 
 namespace tarnwell {
 
-// The status item where no StatusNotifierWatcher runs, in a legacy system
-// tray: the icon shows, the title goes to the tool tip since such trays show
-// no text, and either click opens the menu.
-class TrayIconStatusItemView : public QObject, public StatusItemView {
+// The status item in a legacy XEmbed tray, where no StatusNotifierWatcher
+// runs: such trays show no text, so the title is drawn into the icon and the
+// tool tip says what it is; either click opens the menu.
+class TrayIconStatusItemView : public QObject, public PanelStatusItem {
     Q_OBJECT
 public:
-    explicit TrayIconStatusItemView(QObject *parent = nullptr);
+    explicit TrayIconStatusItemView(PanelAppearance &appearance, QObject *parent = nullptr);
     ~TrayIconStatusItemView() override;
 
     void setTitle(const QString &title) override;
+    void setToolTip(const QString &toolTip) override;
     void setImage(const QImage &image, bool isTemplate) override;
     void setMenu(QRMMenu *menu) override;
+    void setTitleDrawn(bool drawn) override;
 
     const QSystemTrayIcon &trayIcon() const { return trayIcon_; }
     QMenu *menu() const { return menuMirror_.menu(); }

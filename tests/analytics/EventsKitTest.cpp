@@ -39,14 +39,15 @@ public:
 };
 
 constexpr char kApiKey[] = "test-account-key";
+constexpr char kInstallId[] = "0e8a6ad2-6b1c-4b36-9d55-2f0e7c1e4a11";
 
 class EventsKit : public testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(root.isValid());
         // An installation seen before, so no install event gets in the way.
-        QDir().mkpath(root.path());
-        writeFile(QDir(root.path()).filePath("install_id"), "INSTALL-1");
+        QDir().mkpath(eventsDirectory());
+        writeFile(QDir(root.path()).filePath("install_id"), kInstallId);
     }
 
     std::unique_ptr<EVTEventsController> start(const QUrl &url,
@@ -135,7 +136,7 @@ TEST_F(EventsKit, BecomingActiveSendsTheFileWithOneMetadataLineFirst) {
     const QJsonObject metadata =
         QJsonDocument::fromJson(test::linePayload(upload.lines.first())).object();
     EXPECT_EQ(metadata.value("api_key").toString(), kApiKey);
-    EXPECT_EQ(metadata.value("install_id").toString(), "INSTALL-1");
+    EXPECT_EQ(metadata.value("install_id").toString(), kInstallId);
     EXPECT_EQ(metadata.value("started_at").toInteger(), static_cast<qint64>(login.timestamp()));
     EXPECT_EQ(metadata.value("bundle_id").toString(), "app.tarnwell.Tarnwell");
     EXPECT_FALSE(metadata.value("session_id").toString().isEmpty());
@@ -165,6 +166,40 @@ TEST_F(EventsKit, RetriesABusyOrSilentServiceUntilItTakesTheFile) {
     // The timer was made at the first failure, which had no Retry-After.
     EXPECT_EQ(runner->delays, (std::vector<double>{2, 4, 8, 16}));
 }
+
+struct HugeRetryAfterCase {
+    const char *name;
+    std::vector<QByteArray> retryAfter;  // one 503 answer each, then 200
+    std::vector<double> delays;
+    friend void PrintTo(const HugeRetryAfterCase &c, std::ostream *out) { *out << c.name; }
+};
+
+class HugeRetryAfter : public EventsKit, public testing::WithParamInterface<HugeRetryAfterCase> {};
+
+// A delay past what a 64-bit count of nanoseconds holds becomes the longest one, never a
+// negative one a timer refuses, so the retry and its completion still come.
+TEST_P(HugeRetryAfter, RetryStillComesBack) {
+    for (const QByteArray &value : GetParam().retryAfter) {
+        server.script(ScriptedReply::respond(503, {{"Retry-After", value}}));
+    }
+    auto kit = start(server.url());
+    QSignalSpy finished(kit.get(), &EVTEventsController::uploadFinished);
+    kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::WillResignActive));
+    waitForUploads(finished, 1);
+    EXPECT_TRUE(finished.first().at(1).toBool());
+    EXPECT_EQ(server.requests().size(), int(GetParam().retryAfter.size()) + 1);
+    EXPECT_EQ(runner->delays, GetParam().delays);
+}
+
+// 9223372036.854775807 s: INT64_MAX nanoseconds.
+INSTANTIATE_TEST_SUITE_P(Values, HugeRetryAfter,
+                         testing::Values(
+                             HugeRetryAfterCase{
+                                 "tenBillionSeconds", {"10000000000"}, {9223372036.854775807}},
+                             HugeRetryAfterCase{"hourCubedOnTheThirdRetry",
+                                                {"3600", "3600", "3600"},
+                                                {3600, 12960000, 9223372036.854775807}}),
+                         [](const auto &info) { return std::string(info.param.name); });
 
 TEST_F(EventsKit, FlushTimerSendsTheCurrentFile) {
     writeSettings({{"flush_interval_secs", 0.05}});
@@ -227,8 +262,9 @@ TEST_F(EventsKit, EventsAreKeptAcrossARestartWhileOffline) {
         kit->enqueueEvent(EVTEvent::custom("after flush", {}));
         kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::WillTerminate));
     }
-    EXPECT_EQ(eventFiles("*.multipartmime").size(), 1);
-    EXPECT_EQ(eventFiles("*.log").size(), 1);
+    // The flush packaged the first file, quitting the second.
+    EXPECT_EQ(eventFiles("*.multipartmime").size(), 2);
+    EXPECT_TRUE(eventFiles("*.log").isEmpty());
 
     auto kit = start(server.url());
     QSignalSpy finished(kit.get(), &EVTEventsController::uploadFinished);
@@ -283,7 +319,7 @@ TEST_F(EventsKit, OnlyTheNewestHundredPackagedFilesAreKept) {
         const QString path =
             QDir(eventsDirectory())
                 .filePath(
-                    QStringLiteral("Boundary-%1.multipartmime").arg(i, 3, 10, QLatin1Char('0')));
+                    QStringLiteral("Boundary-%1.multipartmime").arg(i, 32, 10, QLatin1Char('0')));
         writeFile(path, "x");
         QFile file(path);
         ASSERT_TRUE(file.open(QIODevice::ReadWrite));
@@ -293,8 +329,8 @@ TEST_F(EventsKit, OnlyTheNewestHundredPackagedFilesAreKept) {
     kit->waitUntilIdle();
     const QStringList kept = eventFiles("*.multipartmime");
     ASSERT_EQ(kept.size(), 100);
-    EXPECT_EQ(kept.first(), "Boundary-005.multipartmime");
-    EXPECT_EQ(kept.last(), "Boundary-104.multipartmime");
+    EXPECT_EQ(kept.first(), "Boundary-00000000000000000000000000000005.multipartmime");
+    EXPECT_EQ(kept.last(), "Boundary-00000000000000000000000000000104.multipartmime");
 }
 
 struct SwitchedOffCase {
@@ -307,8 +343,10 @@ class StartedSwitchedOff : public EventsKit, public testing::WithParamInterface<
 
 TEST_P(StartedSwitchedOff, RemovesWhatItFindsAndRecordsAndSendsNothing) {
     QDir().mkpath(eventsDirectory());
-    writeFile(QDir(eventsDirectory()).filePath("Boundary-OLD.multipartmime"), "x");
-    writeFile(QDir(eventsDirectory()).filePath("OLD.log"), "x\n");
+    writeFile(
+        QDir(eventsDirectory()).filePath("Boundary-0123456789abcdef0123456789abcdef.multipartmime"),
+        "x");
+    writeFile(QDir(eventsDirectory()).filePath("0123ABCD-0000-4000-8000-000000000001.log"), "x\n");
     writeSettings({}, GetParam().features);
     auto kit = start(server.url(), nullptr, GetParam().collectionEnabled);
     kit->enqueueEvent(EVTEvent::custom("ignored", {}));
@@ -325,7 +363,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto &info) { return std::string(info.param.name); });
 
 TEST_F(EventsKit, FirstStartRecordsTheInstallationOnce) {
-    QFile::remove(QDir(root.path()).filePath("install_id"));
+    QDir(eventsDirectory()).removeRecursively();
     {
         auto kit = start(QUrl());
         kit->waitUntilIdle();

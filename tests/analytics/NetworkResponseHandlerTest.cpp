@@ -85,17 +85,28 @@ TEST_P(StatusClassification, DecidesDeliveryRetryOrDrop) {
 // The first and last of each listed range, and the unlisted codes around them.
 INSTANTIATE_TEST_SUITE_P(
     Statuses, StatusClassification,
-    testing::Values(StatusCase{"ok200", 200, false, 0, 0},
-                    StatusCase{"notModified304", 304, false, 0, 0},
-                    // Rewritten by a proxy: neither delivered nor worth a retry.
-                    StatusCase{"nonAuthoritative203", 203, false, -4, 1},
-                    StatusCase{"badRequest400", 400, false, -5, 2},
-                    StatusCase{"headersTooLarge431", 431, false, -5, 2},
-                    StatusCase{"requestTimeout408", 408, true, -1, 3},
-                    StatusCase{"tooManyRequests429", 429, true, -1, 4},
-                    StatusCase{"last5xx599", 599, true, -1, 3},
-                    StatusCase{"unlisted450", 450, false, -4, 1},
-                    StatusCase{"beyond5xx600", 600, false, -4, 1}),
+    testing::Values(
+        StatusCase{"ok200", 200, false, 0, 0}, StatusCase{"created201", 201, false, 0, 0},
+        StatusCase{"accepted202", 202, false, 0, 0}, StatusCase{"noContent204", 204, false, 0, 0},
+        StatusCase{"notModified304", 304, false, 0, 0},
+        // Rewritten by a proxy: neither delivered nor worth a retry.
+        StatusCase{"nonAuthoritative203", 203, false, -4, 1},
+        StatusCase{"badRequest400", 400, false, -5, 2},
+        StatusCase{"unauthorized401", 401, false, -5, 2},
+        StatusCase{"forbidden403", 403, false, -5, 2}, StatusCase{"notFound404", 404, false, -5, 2},
+        StatusCase{"notAcceptable406", 406, false, -5, 2}, StatusCase{"gone410", 410, false, -5, 2},
+        StatusCase{"lengthRequired411", 411, false, -5, 2},
+        StatusCase{"tooLarge413", 413, false, -5, 2},
+        StatusCase{"authenticationTimeout419", 419, false, -5, 2},
+        StatusCase{"unprocessable422", 422, false, -5, 2},
+        StatusCase{"headersTooLarge431", 431, false, -5, 2},
+        StatusCase{"requestTimeout408", 408, true, -1, 3},
+        StatusCase{"enhanceYourCalm420", 420, true, -1, 4},
+        StatusCase{"tooManyRequests429", 429, true, -1, 4},
+        StatusCase{"internalError500", 500, true, -1, 3},
+        StatusCase{"last5xx599", 599, true, -1, 3}, StatusCase{"unlisted402", 402, false, -4, 1},
+        StatusCase{"unlisted450", 450, false, -4, 1},
+        StatusCase{"beyond5xx600", 600, false, -4, 1}),
     [](const auto &info) { return std::string(info.param.name); });
 
 TEST(ResponseErrorFields, CarryRequestIdAndContentTypeFromTheWire) {

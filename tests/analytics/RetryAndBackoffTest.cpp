@@ -1,10 +1,14 @@
+#include <climits>
 #include <cmath>
 #include <optional>
 #include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <QCoreApplication>
 #include <QNetworkRequest>
+#include <QTest>
+#include <QTimer>
 
 #include "analytics/EVTBackoffTimer.h"
 #include "analytics/EVTNetworkRetryHandler.h"
@@ -157,6 +161,21 @@ TEST_F(RetryHandlerTest, OnlyRetryableFailuresWait) {
     EXPECT_TRUE(c.willRetry);
     EXPECT_EQ(*c.error, lost);
     EXPECT_EQ(runner.delays, (std::vector<double>{2}));
+}
+
+// Qt's timers hold at most INT_MAX milliseconds (24.8 days): a longer wait is armed as a
+// chain of them, not refused, and a short one still runs.
+TEST(MainLoopRunner, WaitBeyondATimersRangeIsArmedAndAShortOneRuns) {
+    EVTMainLoopRunner runner;
+    bool ran = false;
+    runner.runAfter(std::chrono::nanoseconds::max(), [] {});
+    runner.runAfter(std::chrono::milliseconds(1), [&] { ran = true; });
+    EXPECT_TRUE(QTest::qWaitFor([&] { return ran; }, 5000));
+    const auto timers = QCoreApplication::instance()->findChildren<QTimer *>();
+    ASSERT_EQ(timers.size(), 1);
+    EXPECT_TRUE(timers[0]->isActive());
+    EXPECT_EQ(timers[0]->interval(), INT_MAX);
+    delete timers[0];
 }
 
 }  // namespace

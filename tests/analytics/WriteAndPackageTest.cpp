@@ -24,7 +24,7 @@ protected:
     QString path(const QString &name) const { return QDir(dir.path()).filePath(name); }
 
     QTemporaryDir dir;
-    EVTMetadata metadata = EVTMetadata::current(EVTConfiguration{}, "SESSION", "INSTALL");
+    EVTMetadata metadata = EVTMetadata::current(EVTConfiguration{});
 };
 
 TEST_F(EventFile, OnlyANewFileStartsWithTheMetadataLine) {
@@ -46,22 +46,26 @@ TEST_F(EventFile, AnUnwritablePathIsAFailureNotACrash) {
 }
 
 TEST_F(EventFile, CompressedAndPackagedFileGivesBackTheSameLines) {
+    // Names as the kit makes them: it takes no other files.
+    const QString kLog = "5F0E1D2C-3B4A-4958-8776-A5B4C3D2E1F0.log";
+    const QString kCompressed = "5F0E1D2C-3B4A-4958-8776-A5B4C3D2E1F0.gz";
+    const QString kBoundary = "Boundary-00112233445566778899aabbccddeeff";
     const EVTEvent event = EVTEvent::custom("packaged", {{"k", "v"}});
-    ASSERT_TRUE(EVTWriteEventOperation(path("D.log"), event, metadata).run());
-    const QByteArray written = readAll(path("D.log"));
+    ASSERT_TRUE(EVTWriteEventOperation(path(kLog), event, metadata).run());
+    const QByteArray written = readAll(path(kLog));
 
-    const std::optional<QString> compressed = EVTFilePackager::compress(path("D.log"));
-    ASSERT_EQ(compressed, path("D.gz"));
-    EXPECT_FALSE(QFile::exists(path("D.log")));
+    const std::optional<QString> compressed = EVTFilePackager::compress(path(kLog));
+    ASSERT_EQ(compressed, path(kCompressed));
+    EXPECT_FALSE(QFile::exists(path(kLog)));
     EXPECT_EQ(test::gunzip(readAll(*compressed)), written);
 
-    const std::optional<QString> packaged = EVTFilePackager::package(*compressed, "Boundary-X");
-    ASSERT_EQ(packaged, path("Boundary-X.multipartmime"));
+    const std::optional<QString> packaged = EVTFilePackager::package(*compressed, kBoundary);
+    ASSERT_EQ(packaged, path(kBoundary + ".multipartmime"));
     EXPECT_FALSE(QFile::exists(*compressed));
     EXPECT_EQ(EVTFilePackager::contentTypeForPackagedFile(*packaged),
-              "multipart/form-data; boundary=Boundary-X");
-    const test::UnpackedUpload upload = test::unpack(readAll(*packaged), "Boundary-X");
-    EXPECT_TRUE(upload.partHeaders.contains("filename=\"D.gz\""));
+              "multipart/form-data; boundary=" + kBoundary.toLatin1());
+    const test::UnpackedUpload upload = test::unpack(readAll(*packaged), kBoundary.toLatin1());
+    EXPECT_TRUE(upload.partHeaders.contains("filename=\"" + kCompressed.toLatin1() + "\""));
     EXPECT_EQ(upload.lines.join(), written);
 }
 

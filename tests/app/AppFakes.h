@@ -6,6 +6,8 @@
 #include <ostream>
 #include <vector>
 
+#include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QHash>
 #include <QUrl>
 
@@ -15,6 +17,7 @@
 #include "app/MemoryEngine.h"
 #include "app/QRMAppDelegate.h"
 #include "app/StatusItemView.h"
+#include "app/UpdateChecks.h"
 #include "app/UrlOpener.h"
 #include "app/UsageEvents.h"
 #include "app/UserNotifier.h"
@@ -29,10 +32,18 @@ namespace tarnwell::testing {
 
 constexpr uint64_t kMiB = uint64_t(1) << 20;
 
-// A record with just the figures the controller's policy reads.
+constexpr uint64_t kPageSize = 4096;
+
+// A record with just the figures the controller's policy reads, in pages of
+// 4 KiB as the kernel counts them, and the byte figures as the record stores
+// them: wrapped at 4 GiB.
 inline QRMStatisticsRecord recordWith(uint64_t freeBytes, uint64_t inactiveBytes = 0) {
-    return {{std::string(keys::freeBytes), QRMNumber::fromUInt32(uint32_t(freeBytes))},
-            {std::string(keys::inactiveBytes), QRMNumber::fromUInt32(uint32_t(inactiveBytes))}};
+    const auto u32 = QRMNumber::fromUInt32;
+    return {{std::string(keys::pageSize), QRMNumber::fromInt32(int32_t(kPageSize))},
+            {std::string(keys::freeCount), u32(uint32_t(freeBytes / kPageSize))},
+            {std::string(keys::freeBytes), u32(uint32_t(freeBytes))},
+            {std::string(keys::inactiveCount), u32(uint32_t(inactiveBytes / kPageSize))},
+            {std::string(keys::inactiveBytes), u32(uint32_t(inactiveBytes))}};
 }
 
 // An engine whose record the test sets and whose cleanings finish when the
@@ -41,6 +52,7 @@ class FakeEngine : public MemoryEngine {
 public:
     QRMStatisticsRecord current;
     QRMStatisticsRecord nextSample;
+    std::string problem;
     std::optional<CleaningRefusal> refusal;
     int refreshes = 0;
     int cleaningRequests = 0;
@@ -50,6 +62,7 @@ public:
         current = nextSample;
     }
     QRMStatisticsRecord info() const override { return current; }
+    std::string sampleProblem() const override { return problem; }
     CleaningDecision cleanMemoryNow() override {
         ++cleaningRequests;
         return CleaningDecision{refusal, std::nullopt, 0};
@@ -114,17 +127,20 @@ struct FakeSettings : AppSettings {
     QList<QVariantMap> applicationsAndUtilitiesToMonitoring() override { return monitored; }
     bool isFirstRun() override { return build.isEmpty(); }
     bool isWelcomeShown() override { return welcomeShown; }
+    void setIsWelcomeShown(bool shown) override { welcomeShown = shown; }
     QString bundleBuild() override { return build; }
     void setBundleBuild(const QString &b) override { build = b; }
 };
 
 struct FakeStatusItem : StatusItemView {
     std::vector<QString> titles;
+    QString toolTip;
     QImage image;
     bool isTemplate = false;
     int images = 0;  // redraws, counted by the benchmark
 
     void setTitle(const QString &title) override { titles.push_back(title); }
+    void setToolTip(const QString &text) override { toolTip = text; }
     void setImage(const QImage &i, bool t) override {
         image = i;
         isTemplate = t;
@@ -145,11 +161,36 @@ struct FakeUsageEvents : UsageEvents {
     void firstRun() override { ++firstRuns; }
     void run() override { ++runs; }
     void memoryCleaned() override { ++cleanings; }
+    std::vector<QStringList> contentViews;
+    void contentViewWithName(const QString &name, const QString &type, const QString &id) override {
+        contentViews.push_back({name, type, id});
+    }
 };
 
 struct FakeUrlOpener : UrlOpener {
     std::vector<QUrl> opened;
     void openURL(const QUrl &url) override { opened.push_back(url); }
+};
+
+struct FakeUpdateChecks : UpdateChecks {
+    QStringList calls;
+    bool checks = false;
+    bool downloads = false;
+    qint64 interval = updateInterval::kDaily;
+    bool automaticallyChecksForUpdates() override { return checks; }
+    void setAutomaticallyChecksForUpdates(bool on) override {
+        checks = on;
+        calls << QString("checks %1").arg(on);
+    }
+    qint64 updateCheckInterval() override { return interval; }
+    void setUpdateCheckInterval(qint64 seconds) override { interval = seconds; }
+    bool automaticallyDownloadsUpdates() override { return downloads; }
+    void setAutomaticallyDownloadsUpdates(bool on) override {
+        downloads = on;
+        calls << QString("downloads %1").arg(on);
+    }
+    void checkForUpdatesInBackground() override { calls << "background"; }
+    void checkForUpdates() override { calls << "user"; }
 };
 
 // Words that differ from their keys, so a test sees which key was used.
@@ -161,6 +202,15 @@ inline Localizer fakeLocalizer() {
                                                    {"CleanMemoryNow", "Clean memory now"}};
         return table.value(key, key);
     };
+}
+
+// Runs queued hand-backs until the controller is idle; false after 10 s.
+inline bool waitUntilIdle(QRMAppDelegate &delegate) {
+    QDeadlineTimer deadline(10000);
+    while (delegate.memoryCleaningInProgress() && !deadline.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    }
+    return !delegate.memoryCleaningInProgress();
 }
 
 // Hands the controller's handler to the test, which plays the other
@@ -183,6 +233,7 @@ struct ControllerRig {
     FakeNotifier notifier;
     FakeUrlOpener urlOpener;
     FakeUsageEvents usageEvents;
+    FakeUpdateChecks updater;
     FakeApplicationEvents applicationEvents;
     Localizer localized = fakeLocalizer();
 
@@ -196,6 +247,9 @@ struct ControllerRig {
                                      &notifier,
                                      [](std::function<void()> task) { task(); },
                                      &usageEvents,
+                                     &updater,
+                                     nullptr,
+                                     {},
                                      &applicationEvents,
                                      {}});
         delegate->awakeFromNib();

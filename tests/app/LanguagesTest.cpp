@@ -1,6 +1,7 @@
 // The menu and the status texts in each interface language, through the real
 // string tables.
 #include <QTemporaryDir>
+#include <array>
 
 #include <gtest/gtest.h>
 
@@ -17,8 +18,8 @@ protected:
     void SetUp() override {
         ASSERT_TRUE(dir.isValid());
         preferences = std::make_unique<QRMPreferencesManager>(
-            std::make_unique<QSettings>(dir.filePath("settings.ini"), QSettings::IniFormat),
-            [] { return std::optional<uint64_t>(); }, QUrl("https://example.invalid/feed.xml"));
+            dir.filePath("settings.ini"), [] { return std::optional<uint64_t>(); },
+            QUrl("https://example.invalid/feed.xml"));
         localization = std::make_unique<QRMLocalization>(
             *preferences, QStringLiteral(":/translations"), [] { return QStringList{"en-US"}; });
         rig.localized = [this](const QString &key) { return localization->localized(key); };
@@ -34,9 +35,11 @@ protected:
 
 struct LanguageCase {
     const char *name;
+    const char *from;  // the language at start
     const char *override;
-    const char *quit;
+    std::array<const char *, 12> staticTitles;  // in menu order
     const char *freePercent;
+    const char *toolTip;
     const char *cleaning;
     const char *encrypted;
     const char *segment;
@@ -44,16 +47,29 @@ struct LanguageCase {
 
 class MenuInLanguage : public Languages, public ::testing::WithParamInterface<LanguageCase> {};
 
-TEST_P(MenuInLanguage, TitlesAndAddresses) {
+// The language is switched as `tarnwell settings AppleLanguages ru` does it,
+// from another process: the figures followed at once, the commands and
+// submenu titles stayed in the old language until a restart.
+TEST_P(MenuInLanguage, EveryTitleAndAddressAfterASwitch) {
     const LanguageCase &c = GetParam();
-    preferences->setAppleLanguages(QStringList{QString::fromLatin1(c.override)});
+    preferences->setAppleLanguages(QStringList{QString::fromLatin1(c.from)});
     auto delegate = rig.start();
+    preferences->setAppleLanguages(QStringList{QString::fromLatin1(c.override)});
+    delegate->refreshMemoryInfo();
     QRMStatusMenu &menu = delegate->statusMenu();
 
-    EXPECT_EQ(menu.quit->title(), QString::fromUtf8(c.quit));
+    const std::array<QRMMenuItem *, 12> items{
+        menu.cleanMemoryNow,      menu.swapInfoMenuItem, menu.additionalInfoMenuItem,
+        menu.statiaticsMenuItem,  menu.preferences,      menu.checkForUpdates,
+        menu.customerSupportPage, menu.learnMorePage,    menu.productPage,
+        menu.privacyPage,         menu.welcomePage,      menu.quit};
+    for (size_t i = 0; i < items.size(); ++i) {
+        EXPECT_EQ(items[i]->title(), QString::fromUtf8(c.staticTitles[i])) << "item " << i;
+    }
     // Two decimals and a point whatever the language.
     EXPECT_EQ(menu.percentItems[0]->title(), QString::fromUtf8(c.freePercent));
     EXPECT_EQ(rig.statusItem.titles.back(), QString::fromUtf8(c.freePercent));
+    EXPECT_EQ(rig.statusItem.toolTip, QString::fromUtf8(c.toolTip));
     EXPECT_EQ(menu.swapEncryptedMenuItem->title(), QString::fromUtf8(c.encrypted));
 
     delegate->cleanMemoryNow();
@@ -66,12 +82,42 @@ TEST_P(MenuInLanguage, TitlesAndAddresses) {
 
 INSTANTIATE_TEST_SUITE_P(
     Tables, MenuInLanguage,
-    ::testing::Values(LanguageCase{"English", "en", "Quit", "Free: 0.00 %", "Cleaning...",
-                                   "Encrypted: No", "en"},
-                      LanguageCase{"Russian", "ru-RU", "Выйти", "Свободно: 0.00 %", "Очистка...",
-                                   "Зашифровано: Нет", "ru"},
-                      LanguageCase{"Ukrainian", "ukr", "Вийти", "Вільно: 0.00 %", "Очищення...",
-                                   "Зашифровано: Ні", "uk"}),
+    ::testing::Values(
+        LanguageCase{"English",
+                     "uk",
+                     "en-GB",
+                     {"Clean Memory Now", "Swap", "Additional Information", "Statistics",
+                      "Preferences", "Check for Updates…", "Support", "Learn More",
+                      "Tarnwell Website", "Privacy Policy", "Welcome to Tarnwell", "Quit"},
+                     "Free: 0.00 %",
+                     "Free memory: 0.00 B (0.00 %)",
+                     "Cleaning...",
+                     "Encrypted: No",
+                     "en"},
+        LanguageCase{
+            "Russian",
+            "en",
+            "ru-RU",
+            {"Очистить память", "Файл подкачки", "Дополнительная информация", "Статистика",
+             "Настройки", "Проверить обновления…", "Поддержка", "Подробнее", "Сайт Tarnwell",
+             "Политика конфиденциальности", "Добро пожаловать в Tarnwell", "Выйти"},
+            "Свободно: 0.00 %",
+            "Свободная память: 0.00 B (0.00 %)",
+            "Очистка...",
+            "Зашифровано: Нет",
+            "ru"},
+        LanguageCase{
+            "Ukrainian",
+            "ru",
+            "ukr",
+            {"Очистити пам’ять", "Файл підкачки", "Додаткова інформація", "Статистика",
+             "Налаштування", "Перевірити оновлення…", "Підтримка", "Докладніше", "Сайт Tarnwell",
+             "Політика конфіденційності", "Ласкаво просимо до Tarnwell", "Вийти"},
+            "Вільно: 0.00 %",
+            "Вільна пам’ять: 0.00 B (0.00 %)",
+            "Очищення...",
+            "Зашифровано: Ні",
+            "uk"}),
     caseName);
 
 TEST_F(Languages, SwitchRetitlesTheOpenMenuAtOnce) {

@@ -6,6 +6,8 @@
 
 #include "AppFakes.h"
 #include "BuildInfo.h"
+#include "memory/FakeMemorySource.h"
+#include "memory/QRMMemoryInfo.h"
 
 namespace tarnwell::testing {
 namespace {
@@ -25,6 +27,9 @@ protected:
         rig.engine.announceCleaned();
         ASSERT_TRUE(changed.wait());
     }
+
+    // Lets queued hand-backs run until the controller is idle again.
+    void waitForIdle() { ASSERT_TRUE(waitUntilIdle(*delegate)); }
 
     // The command and the refresh are back as before the cleaning.
     void expectIdle() {
@@ -131,10 +136,10 @@ TEST_F(CleaningController, ChainedThresholdCleaningsCountAsOne) {
 TEST_F(CleaningController, RunningTotalKeepsItsStoredDigit) {
     rig.settings.total = 5;
     rig.settings.digit = 1;
-    rig.engine.current = recordWith(2048);
+    rig.engine.current = recordWith(4096);
     delegate->cleanMemoryNow();
-    finishCleaning(recordWith(4096));
-    EXPECT_EQ(rig.settings.total, 7u);
+    finishCleaning(recordWith(8192));
+    EXPECT_EQ(rig.settings.total, 9u);
     EXPECT_EQ(rig.settings.digit, 1);
 }
 
@@ -169,21 +174,69 @@ TEST_F(CleaningController, HandBackFromTheCleaningThread) {
     EXPECT_EQ(rig.settings.last, 100 * kMiB);
 }
 
-TEST_F(CleaningController, NoRoomAboveTheReserveEndsAsNothingToClean) {
-    rig.engine.refusal = CleaningRefusal::NoRoomAboveReserve;
-    QSignalSpy changed(delegate.get(), &QRMAppDelegate::memoryCleaningInProgressChanged);
-    delegate->cleanMemoryNow();
-    ASSERT_TRUE(changed.wait());  // the hand-back after "in progress"
+// Any refusal ends the attempt without a result, whatever free memory does
+// meanwhile: no message, notification or event, the statistics as they were.
+// Only the user is told there was nothing to clean; after an automatic
+// request the title keeps the figure.
+struct DeclineCase {
+    const char *name;
+    CleaningRefusal refusal;
+    bool byUser;
+    const char *title;
+};
+
+class DeclinedCleaning : public CleaningController,
+                         public ::testing::WithParamInterface<DeclineCase> {};
+
+TEST_P(DeclinedCleaning, EndsQuietly) {
+    const DeclineCase &c = GetParam();
+    rig.settings.last = 7;
+    rig.settings.max = 9;
+    rig.engine.refusal = c.refusal;
+    rig.engine.nextSample = recordWith(1300 * kMiB);
+    if (c.byUser) {
+        cleanItem()->trigger();
+    } else {
+        delegate->cleanMemoryNow(CleaningTrigger::Automatic);
+    }
+    waitForIdle();
+
     expectIdle();
-    EXPECT_EQ(rig.statusItem.titles.back(), "Nothing to clean");
+    EXPECT_EQ(rig.statusItem.titles.back(), c.title);
+    EXPECT_EQ(rig.settings.last, 7u);
+    EXPECT_EQ(rig.settings.max, 9u);
+    EXPECT_EQ(rig.settings.total, 0u);
+    EXPECT_TRUE(rig.notifier.sent.empty());
+    EXPECT_EQ(rig.usageEvents.cleanings, 0);
+    EXPECT_EQ(rig.engine.cleaningRequests, 1);
 }
 
-TEST_F(CleaningController, OtherRefusalsLeaveTheCleaningPending) {
-    rig.engine.refusal = CleaningRefusal::AlreadyCleaning;
+INSTANTIATE_TEST_SUITE_P(
+    Refusals, DeclinedCleaning,
+    ::testing::Values(DeclineCase{"NoRoomAskedByUser", CleaningRefusal::NoRoomAboveReserve, true,
+                                  "Nothing to clean"},
+                      DeclineCase{"AlreadyCleaningAskedByUser", CleaningRefusal::AlreadyCleaning,
+                                  true, "Nothing to clean"},
+                      DeclineCase{"NoRoomAskedByPolicy", CleaningRefusal::NoRoomAboveReserve, false,
+                                  "0.98 GB"},
+                      DeclineCase{"NoStatisticsAskedByPolicy", CleaningRefusal::NoUsableStatistics,
+                                  false, "0.98 GB"}),
+    caseName);
+
+TEST_F(CleaningController, DeclinedChainEndsWithItsCompletedCleaning) {
+    rig.settings.freeChecked = true;
+    rig.settings.freeThreshold = 1024;
     delegate->cleanMemoryNow();
-    QCoreApplication::processEvents();
-    EXPECT_TRUE(delegate->memoryCleaningInProgress());
-    EXPECT_FALSE(cleanItem()->isEnabled());
+    // Still below the threshold, so the check at the end asks again, and the
+    // engine declines: what the first cleaning freed is the chain's result.
+    rig.engine.refusal = CleaningRefusal::NoRoomAboveReserve;
+    finishCleaning(recordWith(1010 * kMiB));
+    waitForIdle();
+    expectIdle();
+    EXPECT_EQ(rig.engine.cleaningRequests, 2);
+    EXPECT_EQ(rig.settings.last, 10 * kMiB);
+    EXPECT_EQ(rig.statusItem.titles.back(), "10.00 MB cleaned");
+    EXPECT_EQ(rig.usageEvents.cleanings, 1);
 }
 
 TEST_F(CleaningController, TimersFollowTheSettings) {
@@ -211,6 +264,8 @@ struct ThresholdCase {
     uint64_t inactiveMiB;
     int expectedCleanings;
     bool atStartUp = false;
+    int64_t freeThresholdMiB = 1024;
+    int64_t inactiveThresholdMiB = 1024;
 };
 
 class ThresholdPolicy : public ::testing::TestWithParam<ThresholdCase> {};
@@ -219,12 +274,12 @@ TEST_P(ThresholdPolicy, CleansWhenCrossed) {
     const ThresholdCase &c = GetParam();
     ControllerRig rig;
     rig.settings.freeChecked = c.freeChecked;
-    rig.settings.freeThreshold = 1024;
+    rig.settings.freeThreshold = c.freeThresholdMiB;
     rig.settings.inactiveChecked = c.inactiveChecked;
-    rig.settings.inactiveThreshold = 1024;
+    rig.settings.inactiveThreshold = c.inactiveThresholdMiB;
     // Half a MiB more must not matter: the comparison is on whole MiB.
     const QRMStatisticsRecord sample =
-        recordWith(c.freeMiB * kMiB + kMiB / 2, c.inactiveMiB * kMiB + 1);
+        recordWith(c.freeMiB * kMiB + kMiB / 2, c.inactiveMiB * kMiB + kPageSize);
     rig.engine.nextSample = c.atStartUp ? sample : recordWith(4000 * kMiB);
     auto delegate = rig.start();
     if (!c.atStartUp) {
@@ -243,8 +298,83 @@ INSTANTIATE_TEST_SUITE_P(
                       ThresholdCase{"InactiveAtThreshold", false, 4000, true, 1024, 0},
                       ThresholdCase{"InactiveJustAbove", false, 4000, true, 1025, 1},
                       ThresholdCase{"BothMetCleansOnce", true, 10, true, 3000, 1},
-                      ThresholdCase{"FirstSampleAtStartUp", true, 10, false, 0, 1, true}),
+                      ThresholdCase{"FirstSampleAtStartUp", true, 10, false, 0, 1, true},
+                      // Past 4 GiB, where the stored byte figures wrap (to
+                      // 904 MiB here) and would decide the other way.
+                      ThresholdCase{"FreePast4GiBAboveThreshold", true, 5000, false, 0, 0},
+                      ThresholdCase{"InactivePast4GiBAboveThreshold", false, 8000, true, 5000, 1,
+                                    false, 1024, 4096}),
     caseName);
+
+// The controller over the real engine, whose cleanings run on threads of
+// their own, as in the program.
+class RealCleaningThread : public ::testing::Test {
+protected:
+    // Counts what the controller asks of the engine.
+    struct CountingEngine : QRMMemoryInfoEngine {
+        using QRMMemoryInfoEngine::QRMMemoryInfoEngine;
+        CleaningDecision cleanMemoryNow() override {
+            ++attempts;
+            return QRMMemoryInfoEngine::cleanMemoryNow();
+        }
+        std::atomic<int> attempts{0};
+    };
+
+    // 16 MiB free below a 1024 MiB threshold, available memory short of
+    // the 256 MiB reserve of a 4 GiB machine.
+    RealCleaningThread() {
+        state->vmStatistics = test::smallMachine();
+        state->vmStatistics->availableBytes = 100 * kMiB;
+        state->hardwarePhysicalMemory = uint64_t(4) << 30;
+        rig.settings.freeChecked = true;
+        rig.settings.freeThreshold = 1024;
+        rig.settings.last = 7;
+    }
+
+    std::unique_ptr<QRMAppDelegate> start() {
+        memory = std::make_unique<QRMMemoryInfo>(std::make_unique<test::FakeMemorySource>(state));
+        engine = std::make_unique<CountingEngine>(*memory);
+        auto delegate =
+            std::make_unique<QRMAppDelegate>(QRMAppDelegate::Services{*engine,
+                                                                      rig.settings,
+                                                                      rig.localized,
+                                                                      rig.urlOpener,
+                                                                      &rig.statusItem,
+                                                                      &rig.notifier,
+                                                                      {},
+                                                                      &rig.usageEvents});
+        delegate->awakeFromNib();
+        return delegate;
+    }
+
+    std::shared_ptr<test::FakeMemorySource::State> state =
+        std::make_shared<test::FakeMemorySource::State>();
+    ControllerRig rig;
+    std::unique_ptr<QRMMemoryInfo> memory;
+    std::unique_ptr<CountingEngine> engine;
+};
+
+// Memory short and the engine declining: one attempt per refresh tick, never
+// a loop from the hand-back, and nothing counted as cleaned.
+TEST_F(RealCleaningThread, DeclinedThresholdCleaningWaitsForTheNextTick) {
+    auto delegate = start();  // the first sample crosses the threshold
+    for (int tick = 0; tick < 3; ++tick) {
+        ASSERT_TRUE(waitUntilIdle(*delegate));
+        delegate->refreshMemoryInfo();
+    }
+    ASSERT_TRUE(waitUntilIdle(*delegate));
+    // A spinning controller would ask again within this time.
+    QDeadlineTimer settle(200);
+    while (!settle.hasExpired()) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    EXPECT_EQ(engine->attempts, 4);
+    EXPECT_EQ(rig.usageEvents.cleanings, 0);
+    EXPECT_EQ(rig.settings.last, 7u);
+    EXPECT_TRUE(rig.notifier.sent.empty());
+    EXPECT_EQ(rig.statusItem.titles.back(), "16.00 MB");
+    EXPECT_TRUE(delegate->statusMenu().cleanMemoryNow->isEnabled());
+}
 
 struct WelcomeCase {
     const char *name;
@@ -268,6 +398,12 @@ TEST_P(WelcomePage, ShownOnFirstLaunchAndAfterAnUpdate) {
     EXPECT_EQ(rig.usageEvents.firstRuns, c.storedBuild[0] == 0 ? 1 : 0);
     EXPECT_EQ(rig.usageEvents.runs, c.storedBuild[0] == 0 ? 0 : 1);
     EXPECT_EQ(rig.settings.build, QString::fromLatin1(kBuildNumber));
+    // The first run turns automatic updates on and checks at once; the menu's
+    // command asks for a check that answers.
+    delegate->statusMenu().checkForUpdates->trigger();
+    EXPECT_EQ(rig.updater.calls,
+              c.storedBuild[0] == 0 ? QStringList({"checks 1", "downloads 1", "background", "user"})
+                                    : QStringList({"user"}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Launches, WelcomePage,
@@ -275,6 +411,24 @@ INSTANTIATE_TEST_SUITE_P(Launches, WelcomePage,
                                            WelcomeCase{"SameBuild", true, kBuildNumber, false},
                                            WelcomeCase{"Updated", true, "0", true}),
                          caseName);
+
+TEST(WelcomeWindow, ClosingItKeepsItAwayUntilTheNextUpdate) {
+    ControllerRig rig;
+    auto first = rig.start();
+    QSignalSpy requested(first.get(), &QRMAppDelegate::welcomePageRequested);
+    first->applicationDidFinishLaunching();
+    ASSERT_EQ(requested.size(), 1);
+    first->welcomeWindowDidLoad();
+    EXPECT_EQ(rig.usageEvents.contentViews,
+              std::vector<QStringList>({{"Welcome", "Window", "welcomeWindow"}}));
+    first->welcomeWindowWillClose();
+    first.reset();
+
+    auto next = rig.start();
+    QSignalSpy again(next.get(), &QRMAppDelegate::welcomePageRequested);
+    next->applicationDidFinishLaunching();
+    EXPECT_TRUE(again.isEmpty());
+}
 
 }  // namespace
 }  // namespace tarnwell::testing

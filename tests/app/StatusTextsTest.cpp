@@ -16,17 +16,19 @@ QRMStatisticsRecord fullRecord() {
         r[std::string(key)] = QRMNumber::fromUInt64(v);
     };
     auto f = [&](std::string_view key, float v) { r[std::string(key)] = QRMNumber::fromFloat(v); };
-    u32(keys::freeBytes, 1536 * kMiB);
-    u32(keys::inactiveBytes, 512 * kMiB);
-    u32(keys::activeBytes, 1024 * kMiB);
-    u32(keys::wireBytes, 256 * kMiB);
-    u32(keys::compressorPageBytes, 0);
-    u64(keys::usedBytes, 1280 * kMiB);
-    u64(keys::totalBytes, 4096 * kMiB);
-    f(keys::freePercents, 37.5f);
+    // Byte lines come from the page counts; the stored byte figures (here
+    // wrapped past 4 GiB, as the record keeps them) are never shown.
+    u32(keys::freeCount, 5767168);  // 22 GiB
+    u32(keys::freeBytes, 2 * 1024 * kMiB);
+    u32(keys::inactiveCount, 131072);
+    u32(keys::activeCount, 262144);
+    u32(keys::wireCount, 65536);
+    u32(keys::compressorPageCount, 0);
+    u32(keys::usedCount, 327680);
+    u32(keys::totalCount, 6094848);
+    // 97 of 800 pages: an exact binary tie, which "%.2f" rounds to even.
+    f(keys::freePercents, 12.125f);
     f(keys::usedPercents, 31.25f);
-    u32(keys::freeCount, 393216);
-    u64(keys::totalCount, 1048576);
     u64(keys::xsuTotal, 2048 * kMiB);
     u64(keys::xsuAvail, 2000 * kMiB);
     u64(keys::xsuUsed, 48 * kMiB);
@@ -52,7 +54,7 @@ TEST(StatusMenuTitles, EveryFigureInItsPlace) {
     ControllerRig rig;
     rig.localized = [](const QString &key) { return key; };
     rig.engine.nextSample = fullRecord();
-    rig.settings.last = 3 * kMiB;
+    rig.settings.last = 1152;  // 1.125 KB, a tie
     rig.settings.max = 5 * 1024 * kMiB;
     rig.settings.total = 1500;
     rig.settings.digit = 2;
@@ -63,13 +65,13 @@ TEST(StatusMenuTitles, EveryFigureInItsPlace) {
     std::vector<QString> head = titles(*menu.menu());
     head.resize(8);
     EXPECT_EQ(head,
-              (std::vector<QString>{"CleanMemoryNow", "    1.50 GB Free", "512.00 MB Inactive",
+              (std::vector<QString>{"CleanMemoryNow", "  22.00 GB Free", "512.00 MB Inactive",
                                     "    1.00 GB Active", "256.00 MB Wire", "    0.00 B Compressed",
-                                    "    1.25 GB Used", "    4.00 GB Total"}));
-    EXPECT_EQ(menu.percentItems[0]->title(), "Free: 37.50 %");
+                                    "    1.25 GB Used", "  23.25 GB Total"}));
+    EXPECT_EQ(menu.percentItems[0]->title(), "Free: 12.12 %");
     EXPECT_EQ(menu.percentItems[5]->title(), "Used: 31.25 %");
-    EXPECT_EQ(menu.pagesItems[0]->title(), "Free: 393216 Pages");
-    EXPECT_EQ(menu.pagesItems[6]->title(), "Total: 1048576 Pages");
+    EXPECT_EQ(menu.pagesItems[0]->title(), "Free: 5767168 Pages");
+    EXPECT_EQ(menu.pagesItems[6]->title(), "Total: 6094848 Pages");
     ASSERT_NE(menu.swapInfoMenuItem->submenu(), nullptr);
     // The swap item reads a key the record never holds, so it always says NO.
     EXPECT_EQ(titles(*menu.swapInfoMenuItem->submenu()),
@@ -79,7 +81,7 @@ TEST(StatusMenuTitles, EveryFigureInItsPlace) {
               (std::vector<QString>{"PageSize: 4.00 KB", "UserMemorySize: 3.81 GB",
                                     "PhysicalMemorySize: 4.00 GB"}));
     EXPECT_EQ(titles(*menu.statiaticsMenuItem->submenu()),
-              (std::vector<QString>{"LastTimeCleaned: 3.00 MB", "MaxCleaned: 5.00 GB",
+              (std::vector<QString>{"LastTimeCleaned: 1.12 KB", "MaxCleaned: 5.00 GB",
                                     "TotallyCleaned: 1.46 GB"}));
 }
 
@@ -115,12 +117,24 @@ TEST_P(StatusItemTitle, FollowsTheTextSettings) {
 
 INSTANTIATE_TEST_SUITE_P(TextTypes, StatusItemTitle,
                          ::testing::Values(TitleCase{"NoneIgnoresLabel", 0, true, ""},
-                                           TitleCase{"Percent", 1, false, "37.50 %"},
-                                           TitleCase{"PercentWithLabel", 1, true, "Free: 37.50 %"},
-                                           TitleCase{"Size", 2, false, "1.50 GB"},
-                                           TitleCase{"SizeWithLabel", 2, true, "Free: 1.50 GB"},
+                                           TitleCase{"PercentTie", 1, false, "12.12 %"},
+                                           TitleCase{"PercentWithLabel", 1, true, "Free: 12.12 %"},
+                                           TitleCase{"SizePast4GiB", 2, false, "22.00 GB"},
+                                           TitleCase{"SizeWithLabel", 2, true, "Free: 22.00 GB"},
                                            TitleCase{"UnknownShowsLabelOnly", 7, true, "Free: "}),
                          caseName);
+
+// Not a made-up zero: the reason, naming the file and the key, whatever the
+// text setting (hosts show the title as the tool tip; the console prints it).
+TEST(StatusItemTitle, UnreadableMemoryShowsTheReason) {
+    for (const int64_t textType : {0, 2}) {
+        ControllerRig rig;
+        rig.settings.textType = textType;
+        rig.engine.problem = "/proc/meminfo: missing MemFree";
+        rig.start();
+        EXPECT_EQ(rig.statusItem.titles.back(), "MemoryUnreadable: /proc/meminfo: missing MemFree");
+    }
+}
 
 bool hasOpaquePixel(const QImage &image) {
     for (int y = 0; y < image.height(); ++y) {
@@ -198,6 +212,7 @@ TEST_P(TotallyCleanedText, Formats) {
 
 INSTANTIATE_TEST_SUITE_P(Totals, TotallyCleanedText,
                          ::testing::Values(TotalCase{"BelowThreshold", 999, 0, "999.00 B"},
+                                           TotalCase{"TieRoundsToEven", 1152, 0, "1.12 KB"},
                                            TotalCase{"AtThreshold", 1000, 0, "0.98 KB"},
                                            TotalCase{"DigitShiftsTheUnit", 5, 3, "5.00 GB"},
                                            TotalCase{"DigitAboveEightIsBytes", 5, 9, "5.00 B"},
@@ -232,10 +247,10 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(WebLinks, EveryCommandOpensItsPage) {
     ControllerRig rig;
-    rig.settings.last = 1536 * kMiB;
+    // The last and the total agree on the tie 1152 B = 1.125 KB.
+    rig.settings.last = 1152;
     rig.settings.max = 3 * kMiB;
-    rig.settings.total = 5;
-    rig.settings.digit = 3;
+    rig.settings.total = 1152;
     auto delegate = rig.start();
     QRMStatusMenu &menu = delegate->statusMenu();
     for (QRMMenuItem *item :
@@ -252,9 +267,9 @@ TEST(WebLinks, EveryCommandOpensItsPage) {
         "https://tarnwell.app/en/?" + tail + "support",
         "https://tarnwell.app/en/?" + tail + "https://tarnwell.app",
         "https://tarnwell.app/privacy/en/?" + tail + "privacy",
-        "https://tarnwell.app/en/tweetlasttimecleaned/?s=1.50GB&" + tail + "tweetlasttimecleaned",
+        "https://tarnwell.app/en/tweetlasttimecleaned/?s=1.12KB&" + tail + "tweetlasttimecleaned",
         "https://tarnwell.app/en/tweetmaxcleaned/?s=3.00MB&" + tail + "tweetlasttimecleaned",
-        "https://tarnwell.app/en/tweettotallycleaned/?s=5.00GB&" + tail + "tweettotallycleaned",
+        "https://tarnwell.app/en/tweettotallycleaned/?s=1.12KB&" + tail + "tweettotallycleaned",
     };
     std::vector<QString> opened;
     for (const QUrl &url : rig.urlOpener.opened) {

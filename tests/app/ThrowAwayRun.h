@@ -2,6 +2,7 @@
 
 #include <csignal>
 
+#include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -22,6 +23,12 @@ struct ThrowAwayRun {
         env.insert("XDG_CONFIG_HOME", home.filePath("config"));
         env.insert("XDG_DATA_HOME", home.filePath("data"));
         env.insert("XDG_CACHE_HOME", home.filePath("cache"));
+        // Its own runtime folder, so its cleaning lock is not the desktop's.
+        QDir().mkpath(home.filePath("runtime"));
+        QFile::setPermissions(home.filePath("runtime"), QFileDevice::ReadOwner |
+                                                            QFileDevice::WriteOwner |
+                                                            QFileDevice::ExeOwner);
+        env.insert("XDG_RUNTIME_DIR", home.filePath("runtime"));
         env.insert("TARNWELL_EVENTS_URL", "http://127.0.0.1:9/events");
         env.remove("WAYLAND_DISPLAY");
         env.remove("DISPLAY");

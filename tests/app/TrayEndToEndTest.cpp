@@ -19,6 +19,7 @@
 #include <QSettings>
 #include <QSignalSpy>
 
+#include "BuildInfo.h"
 #include "ThrowAwayRun.h"
 
 namespace tarnwell::testing {
@@ -146,6 +147,11 @@ protected:
         QSettings settings(run.settingsFile(), QSettings::IniFormat);
         settings.setValue("refreshRate", 3600);
         settings.setValue("statusBarText", 2);
+        // This test, as the watcher, is no host known to show the label.
+        settings.setValue("statusBarTextPlacement", 1);
+        // Welcomed already: this test is about the tray, not the web view.
+        settings.setValue("isWelcomeShown", true);
+        settings.setValue("bundleBuild", kBuildNumber);
         settings.sync();
 
         QDBusConnection bus = QDBusConnection::sessionBus();
@@ -243,6 +249,30 @@ TEST_F(TrayEndToEnd, CleanFromTheMenuNotifies) {
     // The statistics were stored where the next run finds them.
     QSettings stored(run.settingsFile(), QSettings::IniFormat);
     EXPECT_EQ(stored.value("lastTimeCleaned").toULongLong(), 96ull << 20);
+}
+
+TEST_F(TrayEndToEnd, ASecondStartHandsOverToTheFirstAndExits) {
+    QSignalSpy registered(&watcher, &TestWatcher::StatusNotifierItemRegistered);
+    run.start();
+    ASSERT_TRUE(registered.wait(30000));
+
+    ThrowAwayRun second;
+    second.env = run.env;
+    second.start();
+    ASSERT_TRUE(second.process.waitForFinished(30000));
+    EXPECT_EQ(second.process.exitCode(), 0);
+    EXPECT_EQ(second.process.readAllStandardOutput(),
+              "Tarnwell is already running; its preferences are open\n");
+    EXPECT_EQ(watcher.items().size(), 1) << "a second item reached the panel";
+
+    // The terminal mode is no second status item and may run beside it.
+    ThrowAwayRun console;
+    console.env = run.env;
+    console.start({"--console"});
+    ASSERT_TRUE(console.process.waitForReadyRead(30000));
+    console.stopWith(SIGINT);
+
+    run.stopWith(SIGTERM);
 }
 
 }  // namespace

@@ -52,7 +52,7 @@ protected:
     }
 
     int runStats(const std::vector<const char *> &args, int refreshes = 1) {
-        return stats(*memory, argumentsOf(args), out, [&](std::chrono::seconds interval) {
+        return stats(*memory, argumentsOf(args), out, err, [&](std::chrono::seconds interval) {
             waits.push_back(interval);
             return int(waits.size()) < refreshes;
         });
@@ -62,6 +62,7 @@ protected:
         std::make_shared<test::FakeMemorySource::State>();
     std::unique_ptr<QRMMemoryInfo> memory;
     std::ostringstream out;
+    std::ostringstream err;
     std::vector<std::chrono::seconds> waits;
 };
 
@@ -88,6 +89,15 @@ TEST_F(MemoryCommands, StatsJsonIsOneObjectWithEveryKeyOfTheRecord) {
     EXPECT_EQ(std::count(json.begin(), json.end(), ':'), std::ptrdiff_t(memory->info().size()));
 }
 
+TEST_F(MemoryCommands, PrettyJsonPutsEachKeyOnItsOwnLine) {
+    ASSERT_EQ(runStats({"--json", "--pretty"}), kExitOk);
+    const std::string json = out.str();
+    EXPECT_TRUE(json.starts_with("{\n  \"physicalMemory\": 4294967296,\n  \"")) << json;
+    EXPECT_TRUE(json.ends_with(",\n  \"xsuEncripted\": 0\n}\n")) << json;
+    EXPECT_EQ(std::count(json.begin(), json.end(), '\n'),
+              std::ptrdiff_t(memory->info().size()) + 2);
+}
+
 TEST_F(MemoryCommands, StatsJsonWritesNullForNotANumber) {
     state->vmStatistics = VmStatistics{};
     state->vmStatistics->pageSize = 4096;
@@ -104,11 +114,12 @@ TEST_F(MemoryCommands, WatchRefreshesEveryInterval) {
 
 TEST_F(MemoryCommands, WatchShowsNewFiguresAndDefaultsToFiveSeconds) {
     int calls = 0;
-    stats(*memory, argumentsOf({"--watch", "--json"}), out, [&](std::chrono::seconds interval) {
-        EXPECT_EQ(interval, std::chrono::seconds(5));
-        state->vmStatistics->freeCount = 1;
-        return ++calls < 2;
-    });
+    stats(*memory, argumentsOf({"--watch", "--json"}), out, err,
+          [&](std::chrono::seconds interval) {
+              EXPECT_EQ(interval, std::chrono::seconds(5));
+              state->vmStatistics->freeCount = 1;
+              return ++calls < 2;
+          });
     // The first object shows the old figure, the second the new one.
     const std::string json = out.str();
     EXPECT_LT(json.find("\"freeCount\":4096,"), json.find('\n'));
@@ -126,7 +137,8 @@ class MemoryCommandUsage : public MemoryCommands,
 
 TEST_P(MemoryCommandUsage, IsAUsageError) {
     const auto &args = GetParam().args;
-    const int status = GetParam().clean ? clean(*memory, argumentsOf(args), out) : runStats(args);
+    const int status =
+        GetParam().clean ? clean(*memory, argumentsOf(args), out, err) : runStats(args);
     EXPECT_EQ(status, kExitUsage);
     EXPECT_EQ(out.str(), "");
 }
@@ -138,6 +150,7 @@ INSTANTIATE_TEST_SUITE_P(Arguments, MemoryCommandUsage,
                                          BadArguments{
                                              "FractionalInterval", {"--watch", "1.5"}, false},
                                          BadArguments{"WordInterval", {"--watch", "soon"}, false},
+                                         BadArguments{"PrettyWithoutJson", {"--pretty"}, false},
                                          BadArguments{"CleanUnknownOption", {"--force"}, true},
                                          BadArguments{"CleanStrayArgument", {"now"}, true}),
                          [](const auto &info) { return std::string(info.param.name); });
@@ -163,7 +176,7 @@ TEST_P(CleanOutput, ReportsTheOutcome) {
         [this, gained = c.freePagesGained] { state->vmStatistics->freeCount += gained; });
     auto &preferences = QRMPreferencesManager::sharedPreferencesManager();
     preferences.setAppleLanguages(QStringList{c.language});
-    const int status = clean(*memory, argumentsOf(c.args), out);
+    const int status = clean(*memory, argumentsOf(c.args), out, err);
     preferences.setAppleLanguages(QStringList{"en"});
     EXPECT_EQ(status, c.status);
     EXPECT_EQ(out.str(), c.output);

@@ -107,6 +107,30 @@ std::string readelfBuildId(const std::string &path) {
     return id;
 }
 
+// The size of the first executable LOAD segment that `readelf -lW` lists for a file.
+uint64_t readelfCodeSegmentSize(const std::string &path) {
+    const std::string command = "readelf -lW '" + path + "' 2>/dev/null";
+    FILE *pipe = popen(command.c_str(), "r");
+    if (pipe == nullptr) {
+        return 0;
+    }
+    char line[512];
+    uint64_t size = 0;
+    while (fgets(line, sizeof line, pipe) != nullptr) {
+        char type[16] = {};
+        unsigned long long offset, virtualAddress, physicalAddress, fileSize, memorySize;
+        char flags[8] = {};
+        // "LOAD 0x001000 0x...1000 0x...1000 0x0e312d 0x0e312d R E 0x1000"
+        if (sscanf(line, " %15s %llx %llx %llx %llx %llx %7[RWE ]", type, &offset, &virtualAddress,
+                   &physicalAddress, &fileSize, &memorySize, flags) == 7 &&
+            strcmp(type, "LOAD") == 0 && strchr(flags, 'E') != nullptr && size == 0) {
+            size = memorySize;
+        }
+    }
+    pclose(pipe);
+    return size;
+}
+
 class BinaryImageLogTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -144,8 +168,12 @@ TEST_F(BinaryImageLogTest, StartLogsExecutableThenEveryImage) {
     ImageNode found;
     ASSERT_TRUE(findImageForAddress(*table_, uint64_t(uintptr_t(&readelfBuildId)), &found));
     EXPECT_EQ(found.base, records[1].find("load")->unsignedAt("base"));
-    EXPECT_EQ(records[1].find("load")->stringAt("uuid"),
-              readelfBuildId(std::filesystem::read_symlink("/proc/self/exe")).substr(0, 32));
+    const std::string self = std::filesystem::read_symlink("/proc/self/exe");
+    EXPECT_EQ(records[1].find("load")->stringAt("uuid"), readelfBuildId(self).substr(0, 32));
+    const uint64_t codeSize = readelfCodeSegmentSize(self);
+    ASSERT_NE(codeSize, 0u);
+    EXPECT_EQ(records[1].find("load")->unsignedAt("size"), codeSize);
+    EXPECT_EQ(executable->unsignedAt("size"), codeSize);
 }
 
 TEST_F(BinaryImageLogTest, DlopenAndDlcloseAreNoticed) {
@@ -157,6 +185,7 @@ TEST_F(BinaryImageLogTest, DlopenAndDlcloseAreNoticed) {
     const auto loads = linesFor("load");
     ASSERT_EQ(loads.size(), 1u);
     EXPECT_EQ(loads[0].stringAt("uuid"), readelfBuildId(TARNWELL_TEST_LIBRARY).substr(0, 32));
+    EXPECT_EQ(loads[0].unsignedAt("size"), readelfCodeSegmentSize(TARNWELL_TEST_LIBRARY));
     ImageNode found;
     ASSERT_TRUE(findImageForAddress(*table_, function, &found));
     EXPECT_EQ(found.base, loads[0].unsignedAt("base"));

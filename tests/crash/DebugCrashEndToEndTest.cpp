@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -13,6 +14,7 @@
 
 #include "CrashTestSupport.h"
 #include "crash/RecordParser.h"
+#include "support/HostileEntries.h"
 
 namespace tarnwell::crash {
 namespace {
@@ -119,6 +121,55 @@ TEST_F(DebugCrashTest, DamagedRecordIsShownNotSkipped) {
     EXPECT_NE(text.find("SIGSEGV"), std::string::npos) << text;
     EXPECT_NE(text.find("damaged record: signal.crsrecord line 3"), std::string::npos) << text;
 }
+
+class HostileReportRecord : public DebugCrashTest,
+                            public ::testing::WithParamInterface<tarnwell::testing::HostileEntry> {
+};
+
+// What the terminal and a JSON parser get from a record someone else left: bounded,
+// escaped, parseable, never a byte from outside the folder.
+TEST_P(HostileReportRecord, IsReadWithinLimitsAndPrintedEscaped) {
+    using namespace tarnwell::testing;
+    if (!canPlace(GetParam())) {
+        GTEST_SKIP() << "device nodes need root";
+    }
+    // Leading zeros, an escape sequence and bytes that are not UTF-8.
+    const std::string record =
+        "{\"signal\":{\"number\":11,\"code\":007,\"address\":0,\"name\":\"SIGSEGV\x1b[2J\","
+        "\"code_name\":\"\xff\xfe\",\"time\":1700000000}}\n";
+    TemporaryDirectory outside;
+    std::string report = (pendingDirectory() / "20261123T093012Z-001").string();
+    if (GetParam().kind == HostileKind::OddName) {
+        report += kOddSuffix;
+        std::filesystem::create_directories(report);
+        std::ofstream(report + "/signal.crsrecord") << record;
+    } else {
+        std::filesystem::create_directories(report);
+        placeHostile(GetParam(), report, "signal.crsrecord", record, outside.path());
+    }
+    for (const bool json : {true, false}) {
+        const std::string output =
+            crashReports(json ? std::vector<std::string>{"crash-reports", "--json"}
+                              : std::vector<std::string>{"crash-reports"});
+        EXPECT_LT(output.size(), 64u << 10);
+        if (GetParam().kind == HostileKind::LinkOut) {
+            EXPECT_EQ(output.find(kForeignBytes), std::string::npos) << output;
+        }
+        for (const char c : output) {
+            ASSERT_TRUE(c == '\n' || static_cast<unsigned char>(c) >= 0x20) << output;
+        }
+        if (json) {
+            const std::string parse =
+                "python3 -c 'import json,sys; json.load(open(sys.argv[1]))' " + data_.path() +
+                "/output";
+            EXPECT_EQ(std::system(parse.c_str()), 0) << output;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Entries, HostileReportRecord,
+                         ::testing::ValuesIn(tarnwell::testing::kHostileEntries),
+                         tarnwell::testing::hostileCaseName);
 
 TEST_F(DebugCrashTest, NoReportsSaysSo) {
     EXPECT_EQ(crashReports({"crash-reports"}), "No crash reports.\n");

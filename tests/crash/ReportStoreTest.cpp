@@ -1,12 +1,20 @@
 #include "crash/ReportStore.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <signal.h>
+#include <sys/mount.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <vector>
 
 #include "CrashTestSupport.h"
+#include "crash/CrashLog.h"
+#include "crash/DeliberateCrash.h"
 
 namespace tarnwell::crash {
 namespace {
@@ -33,27 +41,22 @@ protected:
 TEST_F(ReportStoreTest, EndedRunWithCrashRecordBecomesPending) {
     endedRun("1", "signal.crsrecord", "{\"signal\":{}}\n");
     endedRun("2", "exception.crsrecord", "{\"exception\":{}}\n");
+    // Opened by the handler on a full disk, nothing written: still a crash.
+    endedRun("3", "signal.crsrecord", "");
+    endedRun("4", nullptr, "");
     ReportStore store(root());
     ASSERT_TRUE(store.prepare());
     const auto pending = store.pendingReports();
-    ASSERT_EQ(pending.size(), 2u);
-    EXPECT_TRUE(ReportStore::holdsCrashRecord(pending[0]));
-    EXPECT_TRUE(fs::exists(pending[0] / "metadata.crsrecord"));
-    EXPECT_FALSE(fs::exists(pending[0] / ".lock"));
-    EXPECT_FALSE(fs::exists(root() / "active-1"));
-    EXPECT_FALSE(fs::exists(root() / "active-2"));
+    ASSERT_EQ(pending.size(), 3u);
+    for (const fs::path &report : pending) {
+        EXPECT_TRUE(fs::exists(report / "metadata.crsrecord"));
+        EXPECT_FALSE(fs::exists(report / ".lock"));
+    }
+    for (const char *pid : {"1", "2", "3", "4"}) {
+        EXPECT_FALSE(fs::exists(root() / (std::string("active-") + pid))) << pid;
+    }
     EXPECT_TRUE(fs::is_directory(store.activeDirectory()));
     EXPECT_TRUE(store.activeDirectory().filename().string().starts_with("active-"));
-}
-
-TEST_F(ReportStoreTest, EndedRunWithoutCrashIsDropped) {
-    endedRun("1", nullptr, "");
-    endedRun("2", "signal.crsrecord", "");  // opened, nothing written: no crash
-    ReportStore store(root());
-    ASSERT_TRUE(store.prepare());
-    EXPECT_TRUE(store.pendingReports().empty());
-    EXPECT_FALSE(fs::exists(root() / "active-1"));
-    EXPECT_FALSE(fs::exists(root() / "active-2"));
 }
 
 TEST_F(ReportStoreTest, RunningProcessReportIsLeftAlone) {
@@ -62,30 +65,103 @@ TEST_F(ReportStoreTest, RunningProcessReportIsLeftAlone) {
     std::ofstream(running.activeDirectory() / "signal.crsrecord") << "{\"signal\":{}}\n";
     // A second store in the same process stands for a second process: its lock is held.
     fs::rename(running.activeDirectory(), root() / "active-other");
+    // Another process between making its directory and locking it.
+    fs::create_directories(root() / "starting-abc123");
     ReportStore second(root());
     EXPECT_TRUE(second.prepare());
     EXPECT_TRUE(fs::exists(root() / "active-other" / "signal.crsrecord"));
+    EXPECT_TRUE(fs::exists(root() / "starting-abc123"));
     EXPECT_TRUE(second.pendingReports().empty());
 }
 
-TEST_F(ReportStoreTest, KeepsTheTenNewest) {
-    for (int i = 0; i < 12; ++i) {
-        char name[32];
-        snprintf(name, sizeof name, "2026010%dT000000Z-%03d", i / 10, i);
-        fs::create_directories(root() / "pending" / name);
+// Reports are ranked by the time their records carry, not by folder name; a time
+// later than now (a wrong clock) ranks below every believable one, and what is not a
+// report neither counts nor goes.
+TEST_F(ReportStoreTest, KeepsTheTenNewestRealReports) {
+    const fs::path pending = root() / "pending";
+    auto report = [&](const std::string &name, uint64_t time) {
+        fs::create_directories(pending / name);
+        std::ofstream(pending / name / "signal.crsrecord")
+            << "{\"signal\":{\"name\":\"SIGSEGV\",\"time\":" << time << "}}\n";
+    };
+    // Eleven reports of November 2026 (1795000000 + i), in names that sort the other way.
+    for (int i = 0; i < 11; ++i) {
+        report("2026" + std::to_string(20 - i), 1795000000 + i);
     }
+    report("20991231T000000Z-001", 1795000005 - 1000);  // future name, old record
+    report("wrong-clock", 4102444800);                  // 2100-01-01
+    for (const char *junk : {"99999999T999999Z-999", "zz-not-a-report", "empty"}) {
+        fs::create_directories(pending / junk);
+    }
+    std::ofstream(pending / "zz-file") << "x";
+
     ReportStore store(root());
     ASSERT_TRUE(store.prepare());
-    const auto pending = store.pendingReports();
-    ASSERT_EQ(pending.size(), ReportStore::kMaxPendingReports);
-    EXPECT_EQ(pending.front().filename(), "20260101T000000Z-011");
-    EXPECT_EQ(pending.back().filename(), "20260100T000000Z-002");
+    std::vector<std::string> kept;
+    for (const fs::path &path : store.pendingReports()) {
+        kept.push_back(path.filename().string());
+    }
+    EXPECT_EQ(kept, (std::vector<std::string>{"202610", "202611", "202612", "202613", "202614",
+                                              "202615", "202616", "202617", "202618", "202619"}));
+    for (const char *gone : {"202620", "20991231T000000Z-001", "wrong-clock"}) {
+        EXPECT_FALSE(fs::exists(pending / gone)) << gone;
+    }
+    for (const char *left : {"99999999T999999Z-999", "zz-not-a-report", "empty", "zz-file"}) {
+        EXPECT_TRUE(fs::exists(pending / left)) << left;
+    }
 }
 
 TEST_F(ReportStoreTest, UnwritableRootFailsCleanly) {
     std::ofstream(root() / "file") << "x";
     ReportStore store(root() / "file" / "reports");
     EXPECT_FALSE(store.prepare());
+}
+
+// A crash on a full disk leaves record files it could not fill: the kit's log says so,
+// and the report, with the metadata written at start, is kept. Needs a private mount
+// namespace for a small tmpfs (root); skipped elsewhere.
+TEST(FullDiskTest, CrashIsLoggedAndItsReportKept) {
+    TemporaryDirectory directory;
+    const std::string disk = directory.path() + "/disk";
+    const std::string copy = directory.path() + "/copy";
+    const std::string log = directory.path() + "/log";
+    fs::create_directories(disk);
+    constexpr int kNoTmpfs = 77;
+    const ChildEnd end = runInChild([&] {
+        if (unshare(CLONE_NEWNS) != 0 ||
+            mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount("tarnwell-test", disk.c_str(), "tmpfs", 0, "size=512k") != 0) {
+            _exit(kNoTmpfs);
+        }
+        const ChildEnd crashed = runCapturedInChild(disk + "/reports", [&] {
+            const int filler = open((disk + "/filler").c_str(), O_WRONLY | O_CREAT, 0644);
+            static const char block[4096] = {};
+            while (write(filler, block, sizeof block) > 0) {
+            }
+            setCrashLogDescriptor(open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644));
+            crashDeliberately(DeliberateCrash::Segv);
+        });
+        // The tmpfs goes with this namespace; the parent reads a copy.
+        std::error_code error;
+        fs::copy(disk + "/reports", copy, fs::copy_options::recursive, error);
+        _exit(crashed.signal == SIGSEGV && !error ? 0 : 1);
+    });
+    if (end.exitStatus == kNoTmpfs) {
+        GTEST_SKIP() << "no private tmpfs can be mounted here";
+    }
+    ASSERT_EQ(end.exitStatus, 0);
+    std::string logText;
+    for (const std::string &line : readLines(log)) {
+        logText += line + "\n";
+    }
+    EXPECT_NE(logText.find("Unable to write file"), std::string::npos) << logText;
+    EXPECT_NE(logText.find("No space left on device"), std::string::npos) << logText;
+
+    ReportStore store(copy);
+    ASSERT_TRUE(store.prepare());
+    const auto pending = store.pendingReports();
+    ASSERT_EQ(pending.size(), 1u);
+    EXPECT_GT(fs::file_size(pending[0] / "metadata.crsrecord"), 0u);
 }
 
 }  // namespace

@@ -17,8 +17,8 @@ class LocalizationTest : public ::testing::Test {
 protected:
     LocalizationTest()
         : preferences_(
-              std::make_unique<QSettings>(dir_.filePath("Tarnwell.conf"), QSettings::IniFormat),
-              [] { return std::nullopt; }, QUrl("https://site.test/download/appcast.xml")) {}
+              dir_.filePath("Tarnwell.conf"), [] { return std::nullopt; },
+              QUrl("https://site.test/download/appcast.xml")) {}
 
     QRMLocalization localizationOver(const QString &tableDirectory) {
         return QRMLocalization(preferences_, tableDirectory, [this] { return desktop_; });

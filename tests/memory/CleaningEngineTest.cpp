@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <future>
-#include <limits>
 #include <thread>
 
 #include "FakeMemorySource.h"
@@ -28,15 +27,22 @@ struct PlanCase {
     uint64_t blockBytes;
 };
 
-QRMStatisticsRecord record(std::optional<uint32_t> freeBytes, std::optional<uint32_t> inactiveBytes,
+// A record as the engine reads it: page counts of 4 KiB pages, the page size,
+// available memory and MemTotal.
+QRMStatisticsRecord record(std::optional<uint64_t> freeBytes, std::optional<uint64_t> inactiveBytes,
                            std::optional<uint64_t> availableBytes = std::nullopt,
                            uint64_t memTotal = 16 * GiB) {
     QRMStatisticsRecord r;
+    r[std::string(keys::pageSize)] = QRMNumber::fromInt32(4096);
     if (freeBytes) {
-        r[std::string(keys::freeBytes)] = QRMNumber::fromUInt32(*freeBytes);
+        r[std::string(keys::freeCount)] = QRMNumber::fromUInt32(uint32_t(*freeBytes / 4096));
+        // As the record stores it: wrapped at 4 GiB, and never to be used.
+        r[std::string(keys::freeBytes)] = QRMNumber::fromUInt32(uint32_t(*freeBytes));
     }
     if (inactiveBytes) {
-        r[std::string(keys::inactiveBytes)] = QRMNumber::fromUInt32(*inactiveBytes);
+        r[std::string(keys::inactiveCount)] =
+            QRMNumber::fromUInt32(uint32_t(*inactiveBytes / 4096));
+        r[std::string(keys::inactiveBytes)] = QRMNumber::fromUInt32(uint32_t(*inactiveBytes));
     }
     if (availableBytes) {
         r[std::string(keys::availableBytes)] = QRMNumber::fromUInt64(*availableBytes);
@@ -45,13 +51,7 @@ QRMStatisticsRecord record(std::optional<uint32_t> freeBytes, std::optional<uint
     return r;
 }
 
-QRMStatisticsRecord wideRecord(uint64_t freeBytes, uint64_t inactiveBytes) {
-    return {{std::string(keys::freeBytes), QRMNumber::fromUInt64(freeBytes)},
-            {std::string(keys::inactiveBytes), QRMNumber::fromUInt64(inactiveBytes)}};
-}
-
 constexpr auto kNoStatistics = CleaningRefusal::NoUsableStatistics;
-constexpr uint64_t kAllOnes = std::numeric_limits<uint64_t>::max();
 
 class CleaningDecisionTable : public testing::TestWithParam<PlanCase> {};
 
@@ -69,27 +69,25 @@ INSTANTIATE_TEST_SUITE_P(
         PlanCase{"EmptyRecord", {}, kNoStatistics, std::nullopt, 0},
         PlanCase{"FreeMissing", record(std::nullopt, 8 * MiB), kNoStatistics, std::nullopt, 0},
         PlanCase{"FreeZero", record(0, 8 * MiB), kNoStatistics, std::nullopt, 0},
-        PlanCase{"FreeAllOnes", wideRecord(kAllOnes, 8 * MiB), kNoStatistics, std::nullopt, 0},
         PlanCase{"InactiveMissingLeavesOperationalBytes", record(16 * MiB, std::nullopt),
                  kNoStatistics, std::nullopt, 0},
         PlanCase{"InactiveZero", record(16 * MiB, 0), kNoStatistics, std::nullopt, 0},
-        PlanCase{"SumAllOnesIsStoredButRefused", wideRecord(kAllOnes - 1, 1), kNoStatistics,
-                 kAllOnes, 0},
         PlanCase{"NoAvailableFigureNoCap", record(16 * MiB, 8 * MiB), std::nullopt, 24 * MiB,
                  24 * MiB},
-        PlanCase{"BelowTheCap", record(16 * MiB, 8 * MiB, 8 * GiB), std::nullopt, 24 * MiB,
-                 24 * MiB},
-        // 16 GiB installed: the reserve is 5 % of it, 858993459 bytes.
-        PlanCase{"CappedByFivePercentReserve", record(3 * GiB, 2 * GiB, 4 * GiB), std::nullopt,
-                 4 * GiB - 858993459, 4 * GiB - 858993459},
+        // 24 GiB installed: the reserve is 5 % of it, 1288490188 bytes. Free
+        // and inactive are past 4 GiB, where the stored byte figures wrap
+        // (to 1 GiB each): the block is their exact sum, 22 GiB...
+        PlanCase{"ExactSumBelowTheCap", record(5 * GiB, 17 * GiB, 23 * GiB + 512 * MiB, 24 * GiB),
+                 std::nullopt, 22 * GiB, 22 * GiB},
+        // ... unless available memory less the reserve is smaller:
+        // 21474836480 - 1288490188.
+        PlanCase{"ExactSumCappedByTheReserve", record(5 * GiB, 17 * GiB, 20 * GiB, 24 * GiB),
+                 std::nullopt, 20186346292, 20186346292},
         // 2 GiB installed: 5 % is below the 256 MiB floor.
         PlanCase{"CappedBy256MiBFloor", record(1 * GiB, 512 * MiB, 1 * GiB, 2 * GiB), std::nullopt,
                  768 * MiB, 768 * MiB},
         PlanCase{"AvailableEqualToReserve", record(1 * GiB, 512 * MiB, 256 * MiB, 2 * GiB),
-                 CleaningRefusal::NoRoomAboveReserve, 1536 * MiB, 0},
-        // Free memory past 4 GiB arrives wrapped: 5 GiB reads as 1 GiB.
-        PlanCase{"WrappedFreeBytesAsStored", record(uint32_t(5 * GiB), 1 * GiB, 20 * GiB),
-                 std::nullopt, 2 * GiB, 2 * GiB}),
+                 CleaningRefusal::NoRoomAboveReserve, 1536 * MiB, 0}),
     [](const auto &info) { return std::string(info.param.name); });
 
 // ---- The act -------------------------------------------------------------
@@ -102,12 +100,17 @@ public:
         allocatedBytes.push_back(bytes);
         return real.allocate(bytes);
     }
-    void makeResident(void *block, size_t bytes) override {
+    void makeResident(void *block, size_t bytes, const std::function<bool()> &keepGoing) override {
         if (++makeResidentCalls == 1) {
             entered.set_value();
         }
         gate.wait();
-        real.makeResident(block, bytes);
+        // Until told to stop, for at most 10 s, when the test quits.
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (untilStopped && keepGoing() && std::chrono::steady_clock::now() < deadline) {
+        }
+        keptGoing = keepGoing();
+        real.makeResident(block, bytes, keepGoing);
     }
     void release(void *block, size_t bytes) override {
         ++releaseCalls;
@@ -117,6 +120,8 @@ public:
     ResidentBlockAllocator real;
     std::vector<size_t> allocatedBytes;
     std::atomic<int> makeResidentCalls = 0;
+    std::atomic<bool> keptGoing = false;  // what keepGoing() said once the gate opened
+    bool untilStopped = false;
     std::atomic<int> releaseCalls = 0;
     std::promise<void> entered;
     std::shared_future<void> gate;
@@ -215,6 +220,52 @@ TEST_F(CleaningEngine, AnObserverMayStartTheNextCleaning) {
     engine.reset();
 }
 
+// A receiver may go the moment its removal returns, so removal waits for a
+// call already under way.
+TEST_F(CleaningEngine, RemovingAnObserverWaitsForItsRunningCall) {
+    openGate.set_value();
+    std::promise<void> called;
+    std::promise<void> mayReturn;
+    std::atomic<bool> returned = false;
+    const int id = engine->addMemoryCleanedObserver([&] {
+        called.set_value();
+        mayReturn.get_future().wait();
+        returned = true;
+    });
+    ASSERT_TRUE(engine->cleanMemoryNow().started());
+    called.get_future().wait();
+    auto removal = std::async(std::launch::async, [&] {
+        engine->removeMemoryCleanedObserver(id);
+        return returned.load();
+    });
+    // Without the wait the removal returns at once, observer still running.
+    EXPECT_EQ(removal.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+    mayReturn.set_value();
+    EXPECT_TRUE(removal.get());
+    engine.reset();
+}
+
+// The block is sized to leave the reserve as things stood at the start;
+// when others take memory meanwhile, or the program quits, the cleaning
+// stops at its next part.
+TEST_F(CleaningEngine, StopsWhenAvailableMemoryFallsIntoTheReserve) {
+    ASSERT_TRUE(engine->cleanMemoryNow().started());
+    allocator->entered.get_future().wait();
+    state->vmStatistics->availableBytes = 255 * MiB;  // the reserve is 256 MiB
+    openGate.set_value();
+    engine.reset();
+    EXPECT_FALSE(allocator->keptGoing);
+}
+
+TEST_F(CleaningEngine, QuittingStopsTheCleaning) {
+    allocator->untilStopped = true;
+    openGate.set_value();
+    ASSERT_TRUE(engine->cleanMemoryNow().started());
+    allocator->entered.get_future().wait();
+    engine.reset();
+    EXPECT_FALSE(allocator->keptGoing);
+}
+
 TEST_F(CleaningEngine, RefusedRequestAllocatesNothing) {
     state->vmStatistics->freeCount = 0;
     engine->refresh();
@@ -239,7 +290,12 @@ TEST(ResidentBlockAllocator, MakesEveryPageResidentAndZero) {
         return std::count_if(residency.begin(), residency.end(), [](auto r) { return r & 1; });
     };
     EXPECT_EQ(residentPages(), 0);
-    allocator.makeResident(block, bytes);
+    // Parts of 64 pages; told to stop before the third.
+    ResidentBlockAllocator inParts(64 * pageSize);
+    int parts = 0;
+    inParts.makeResident(block, bytes, [&] { return ++parts <= 2; });
+    EXPECT_EQ(residentPages(), 128);
+    allocator.makeResident(block, bytes, [] { return true; });
     EXPECT_EQ(residentPages(), 256);
     const auto *bytesOfBlock = static_cast<const unsigned char *>(block);
     EXPECT_TRUE(std::all_of(bytesOfBlock, bytesOfBlock + bytes, [](auto b) { return b == 0; }));

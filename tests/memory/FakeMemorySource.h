@@ -28,7 +28,7 @@ public:
         return state_->hardwarePhysicalMemory;
     }
     MemorySample sample() override {
-        return {state_->userMemory, state_->vmStatistics, state_->swapUsage};
+        return {state_->userMemory, state_->vmStatistics, state_->swapUsage, {}};
     }
 
 private:

@@ -154,6 +154,14 @@ INSTANTIATE_TEST_SUITE_P(
                               "/dev/dm-1 partition 8 0 -2\n/dev/zram0 partition 8 0 100\n", false}),
     [](const auto &info) { return std::string(info.param.name); });
 
+// Replaying a capture reads nothing of this machine: _SC_PHYS_PAGES, which
+// glibc takes from the same kernel total as MemTotal, comes from the capture.
+TEST(LinuxMemorySource, UnderACapturedRootPhysicalMemoryIsItsMemTotal) {
+    const auto memory =
+        LinuxMemorySource::underRoot(TARNWELL_TEST_DATA_DIR "/memory/laptop-6.1-zswap-cryptswap");
+    EXPECT_EQ(memory->physicalMemory(), 16199524ull * 1024);
+}
+
 TEST(LinuxMemorySource, FailsEverySampleWithoutProc) {
     LinuxMemorySource memory("/nonexistent/proc", "/nonexistent/sys", {4096, 10});
     const MemorySample sample = memory.sample();

@@ -75,6 +75,15 @@ TEST_F(StatisticsRecord, FiguresOfASmallMachine) {
     EXPECT_EQ(at(keys::hardwarePhysicalMemory), QRMNumber::fromUInt64((8ull << 30) - (64 << 20)));
 }
 
+// Single precision throughout; a double step in between gives 94.6236725.
+// The expected figure is C's float arithmetic, printed with "%.9g".
+TEST_F(StatisticsRecord, PercentagesInSinglePrecision) {
+    state->vmStatistics->freeCount = 5767169;
+    state->vmStatistics->activeCount = 325119;  // a total of 6094848 pages
+    const auto record = makeInfo()->info();
+    EXPECT_EQ(record.find(keys::freePercents)->second, QRMNumber::fromFloat(94.6236801f));
+}
+
 TEST_F(StatisticsRecord, ByteValuesOfPageClassesWrapAt4GiBWhileTotalsStayExact) {
     // 5 GiB free and 6 GiB inactive in 4 KiB pages.
     state->vmStatistics->freeCount = 1310720;

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 #include <QCoreApplication>
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QSignalSpy>
+#include <QTest>
 
 #include "QtPrinters.h"
 
@@ -15,6 +17,7 @@ struct Notification {
     uint replacesId = 0;
     QString summary;
     QString body;
+    QStringList actions;
     QVariantMap hints;
     int expireTimeout = 0;
 };
@@ -38,11 +41,23 @@ public:
 
 public slots:
     uint Notify(const QString &appName, uint replacesId, const QString &, const QString &summary,
-                const QString &body, const QStringList &, const QVariantMap &hints,
+                const QString &body, const QStringList &actions, const QVariantMap &hints,
                 int expireTimeout) {
-        received.append({appName, replacesId, summary, body, hints, expireTimeout});
+        received.append({appName, replacesId, summary, body, actions, hints, expireTimeout});
         emit notified();
         return uint(received.size());
+    }
+
+    // What the service sends when the user clicks (or closes) notification id.
+    void emitSignal(const QString &name, uint id, const QString &actionKey = {}) {
+        QDBusMessage message =
+            QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/Notifications"),
+                                       QStringLiteral("org.freedesktop.Notifications"), name);
+        message << id;
+        if (name == u"ActionInvoked") {
+            message << actionKey;
+        }
+        connection_.send(message);
     }
 
 signals:
@@ -104,6 +119,27 @@ TEST(UserNotificationsWithoutService, CostTheCallerNothing) {
     ASSERT_TRUE(notified.wait(10000));
     ASSERT_EQ(server.received.size(), 1);
     EXPECT_EQ(server.received.first().body, QStringLiteral("seen"));
+}
+
+TEST(UserNotificationsWithAction, ClickingRunsTheActionOfThatNotificationOnly) {
+    TestNotificationServer server;
+    QSignalSpy notified(&server, &TestNotificationServer::notified);
+    QRMUserNotificationsManager manager(QDBusConnection::sessionBus());
+    QStringList activated;
+    manager.showNotificationWithAction("Tarnwell 2.0 is available", "", "Show",
+                                       [&] { activated << "first"; });
+    ASSERT_TRUE(notified.wait(10000));
+    manager.showNotificationWithAction("second", "", "Show", [&] { activated << "second"; });
+    ASSERT_TRUE(notified.wait(10000));
+    EXPECT_EQ(server.received.first().actions, QStringList({"default", "Show"}));
+
+    server.emitSignal("ActionInvoked", 1, "other-action");
+    server.emitSignal("NotificationClosed", 2);
+    server.emitSignal("ActionInvoked", 2, "default");
+    server.emitSignal("ActionInvoked", 1, "default");
+    // Signals arrive in order, so the earlier ones have been handled by then.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !activated.isEmpty(); }, 10000));
+    EXPECT_EQ(activated, QStringList{"first"});
 }
 
 }  // namespace

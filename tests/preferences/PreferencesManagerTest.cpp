@@ -20,8 +20,7 @@ protected:
     QString settingsPath() const { return dir_.filePath("Tarnwell.conf"); }
     std::unique_ptr<QRMPreferencesManager> makeStore(const QString &path) {
         return std::make_unique<QRMPreferencesManager>(
-            std::make_unique<QSettings>(path, QSettings::IniFormat),
-            [this] { return installedMemory_; }, kStableFeed);
+            path, [this] { return installedMemory_; }, kStableFeed);
     }
     QRMPreferencesManager &store() {
         if (!store_) {
@@ -223,6 +222,14 @@ TEST_F(PreferencesTest, FeedChangeReachesTheUpdaterEvenWhenUnchanged) {
     store().setUpdatesFeedURL(QUrl(beta));
     store().setUpdater(nullptr);
     EXPECT_EQ(updater.calls, QStringList({beta, "check", beta, "check"}));
+}
+
+TEST_F(PreferencesTest, FeedFromARunTimeOverrideIsNeverStored) {
+    const QUrl local("http://127.0.0.1:8931/download/appcast.xml");
+    QRMPreferencesManager overridden(
+        settingsPath(), [] { return std::nullopt; }, local, true);
+    EXPECT_EQ(overridden.updatesFeedURL(), local);
+    EXPECT_FALSE(restartedStore()->hasStoredValue(Setting::FeedURL));
 }
 
 TEST_F(PreferencesTest, CountersWrittenFromTwoThreadsAllArrive) {

@@ -7,6 +7,8 @@
 #include <QSettings>
 #include <QTemporaryDir>
 
+#include "support/HostileEntries.h"
+
 namespace tarnwell::test {
 namespace {
 
@@ -60,6 +62,19 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{"WordForNumber", {"refreshRate", "fast"}, "expected a whole number"},
         Refusal{"TooManyArguments", {"refreshRate", "5", "6"}, "too many arguments"},
         Refusal{"UnknownOption", {"--purge"}, "unknown option '--purge'"},
+        Refusal{"IconTypeAbove", {"statusBarIcon", "5"}, "expected a whole number from 0 to 4"},
+        Refusal{"TextTypeBelow", {"statusBarText", "-1"}, "expected a whole number from 0 to 2"},
+        Refusal{"LanguageIndexAbove", {"selectedLanguage", "4"}, "a whole number from 0 to 3"},
+        Refusal{"RefreshRateZero", {"refreshRate", "0"}, "from 1 to 2147483 seconds"},
+        Refusal{"RefreshRateBeyondATimer", {"refreshRate", "2147484"}, "from 1 to 2147483"},
+        Refusal{"PeriodZero", {"autoCleanEveryTime", "0"}, "from 1 to 35791 minutes"},
+        Refusal{"ThresholdZero", {"autoCleanByFreeSize", "0"}, "expected a whole number from 1 to"},
+        Refusal{"ThresholdAboveHalfTheMemory",
+                {"autoCleanByInactiveSize", "9223372036854775807"},
+                "out of range for autoCleanByInactiveSize"},
+        Refusal{"FeedOverFtp", {"FeedURL", "ftp://example.org/feed.xml"}, "an https address"},
+        Refusal{
+            "FeedOverPlainHttp", {"FeedURL", "http://example.org/feed.xml"}, "an https address"},
         Refusal{"ListNotJson", {"applicationsAndUtilitiesToMonitoring", "[{"}, ": not JSON ("},
         Refusal{"RecordWithoutID",
                 {"applicationsAndUtilitiesToMonitoring", R"([{"name":"Files"}])"},
@@ -116,6 +131,69 @@ TEST_F(SettingsCommandTest, UnwritableFileFailsWithOneMessage) {
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.err.count("cannot write the settings file"), 1) << result.err.toStdString();
 }
+
+// The settings file as someone else may have left it: no hang, nothing written
+// through it or outside the folder, the defaults in use.
+class HostileSettingsFile : public SettingsCommandTest,
+                            public ::testing::WithParamInterface<testing::HostileEntry> {};
+
+TEST_P(HostileSettingsFile, IsLeftAloneAndTheDefaultsApply) {
+    using namespace testing;
+    if (!canPlace(GetParam())) {
+        GTEST_SKIP() << "device nodes need root";
+    }
+    QTemporaryDir outside;
+    QDir(config_.path()).mkpath("Tarnwell");
+    const std::string path =
+        placeHostile(GetParam(), config_.filePath("Tarnwell").toStdString(), "Tarnwell.conf",
+                     "[General]\nrefreshRate=7\n", outside.path().toStdString());
+    const auto types = [&] { return std::pair(entryType(path), targetType(path)); };
+    const auto before = types();
+    EXPECT_EQ(run({"refreshRate"}).out, "5\n");
+    run({"refreshRate", "9"});
+    EXPECT_EQ(types(), before) << "nothing is written through the entry";
+    for (const QString &name : QDir(outside.path()).entryList(QDir::Files)) {
+        QFile foreign(outside.filePath(name));
+        ASSERT_TRUE(foreign.open(QIODevice::ReadOnly));
+        EXPECT_EQ(foreign.readAll(), QByteArray("[General]\nrefreshRate=7\n") + kForeignBytes);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Entries, HostileSettingsFile,
+                         ::testing::ValuesIn(testing::kHostileEntries), testing::hostileCaseName);
+
+struct IntervalCase {
+    const char *name;
+    const char *stored;  // key=value
+    const char *inUse;
+};
+
+class IntervalSetting : public SettingsCommandTest,
+                        public ::testing::WithParamInterface<IntervalCase> {};
+
+// A timer takes milliseconds as an int: 2147483647 ms is 2147483 s or 35791 min.
+TEST_P(IntervalSetting, ShowsTheValueInUse) {
+    QDir(config_.path()).mkpath("Tarnwell");
+    QFile file(settingsFile());
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray("[General]\n") + GetParam().stored + "\n");
+    file.close();
+    EXPECT_EQ(run({QString(GetParam().stored).section('=', 0, 0)}).out,
+              QString(GetParam().inUse) + "\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    BothEdges, IntervalSetting,
+    ::testing::Values(IntervalCase{"RefreshZero", "refreshRate=0", "1"},
+                      IntervalCase{"RefreshNegative", "refreshRate=-5", "1"},
+                      IntervalCase{"RefreshLongest", "refreshRate=2147483", "2147483"},
+                      IntervalCase{"RefreshPastLongest", "refreshRate=2147484", "2147483"},
+                      IntervalCase{"RefreshWrapsToZero", "refreshRate=536870912", "2147483"},
+                      IntervalCase{"RefreshLargest", "refreshRate=9223372036854775807", "2147483"},
+                      IntervalCase{"CleaningZero", "autoCleanEveryTime=0", "1"},
+                      IntervalCase{"CleaningLongest", "autoCleanEveryTime=35791", "35791"},
+                      IntervalCase{"CleaningSpinning", "autoCleanEveryTime=134217728", "35791"}),
+    [](const auto &info) { return std::string(info.param.name); });
 
 }  // namespace
 }  // namespace tarnwell::test

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <QMenu>
+#include <QScreen>
 #include <QSignalSpy>
 
 #include "QtPrinters.h"
@@ -101,6 +102,27 @@ TEST_F(MenuMirrorTest, AReplacedModelIsNoLongerFollowed) {
     EXPECT_EQ(shapeOf(mirror.menu()), QStringLiteral("Other"));
     EXPECT_EQ(oldShown.count(), 0);
     mirror.menu()->hide();
+}
+
+// A QMenu taller than the screen used to open a second column holding "Quit"
+// alone.
+TEST(MenuMirrorHeight, ALongMenuScrollsInOneColumn) {
+    QRMMenu model;
+    for (int i = 0; i < 80; ++i) {
+        model.addItem(QStringLiteral("Figure %1").arg(i));
+    }
+    QRMMenuItem *quit = model.addItem(QStringLiteral("Quit"));
+    MenuMirror mirror;
+    mirror.setMenu(&model);
+    QMenu *menu = mirror.menu();
+    menu->ensurePolished();
+    const QList<QAction *> actions = menu->actions();
+    ASSERT_EQ(actions.last()->text(), quit->title());
+    EXPECT_EQ(menu->actionGeometry(actions.last()).left(),
+              menu->actionGeometry(actions.first()).left());
+    menu->popup(QPoint(0, 0));
+    EXPECT_LE(menu->height(), menu->screen()->availableGeometry().height());
+    menu->hide();
 }
 
 }  // namespace

@@ -3,16 +3,16 @@
 #include <QGuiApplication>
 #include <QPainter>
 #include <QPalette>
+#include <QTemporaryDir>
 #include <QtEndian>
 
 #include "BusTestSupport.h"
 #include "QtPrinters.h"
 #include "TestStatusNotifierWatcher.h"
 #include "app/QRMMenu.h"
-#include "ui/StatusItemViewFactory.h"
+#include "ui/PanelAppearance.h"
 #include "ui/StatusNotifierItem.h"
 #include "ui/StatusNotifierItemView.h"
-#include "ui/TrayIconStatusItemView.h"
 
 namespace tarnwell {
 namespace {
@@ -45,7 +45,7 @@ protected:
     // Starts the item, with the picture given, and waits for its registration.
     void startItem(TestStatusNotifierWatcher &watcher, const QImage &image = {},
                    bool isTemplate = false) {
-        view = std::make_unique<StatusNotifierItemView>(QDBusConnection::sessionBus());
+        view = std::make_unique<StatusNotifierItemView>(QDBusConnection::sessionBus(), appearance);
         if (!image.isNull()) {
             view->setImage(image, isTemplate);
         }
@@ -76,6 +76,9 @@ protected:
     }
 
     QDBusConnection host = test::peerConnection(QStringLiteral("host"));
+    QTemporaryDir noDesktopFiles;
+    // Nothing but the palette speaks: the tests set it.
+    PanelAppearance appearance{{noDesktopFiles.path(), {}, {}, {}}, {}, nullptr};
     test::BusSignalRecorder recorder;
     std::unique_ptr<StatusNotifierItemView> view;
 };
@@ -84,8 +87,9 @@ TEST_F(StatusNotifierItemTest, RegistersAndPublishesLabelIconAndMenu) {
     TestStatusNotifierWatcher watcher(QStringLiteral("watcher"));
     QRMMenu menu;
     menu.addItem(QStringLiteral("Clean"));
-    view = std::make_unique<StatusNotifierItemView>(QDBusConnection::sessionBus());
+    view = std::make_unique<StatusNotifierItemView>(QDBusConnection::sessionBus(), appearance);
     view->setTitle(QStringLiteral("Free: 42.17 %"));
+    view->setToolTip(QStringLiteral("Free memory: 8.00 GB (42.17 %)"));
     view->setImage(filledImage(Qt::red), false);
     view->setMenu(&menu);
     waitForRegistration(watcher);
@@ -99,8 +103,8 @@ TEST_F(StatusNotifierItemTest, RegistersAndPublishesLabelIconAndMenu) {
               QStringLiteral("Free: 42.17 %"));
     EXPECT_EQ(itemProperty(QStringLiteral("XAyatanaLabelGuide")).toString(),
               QStringLiteral("Free: 00.00 %"));
-    EXPECT_EQ(demarshalled<DBusToolTip>(itemProperty(QStringLiteral("ToolTip"))).description,
-              QStringLiteral("Free: 42.17 %"));
+    const auto toolTip = demarshalled<DBusToolTip>(itemProperty(QStringLiteral("ToolTip")));
+    EXPECT_EQ(toolTip.description, QStringLiteral("Free memory: 8.00 GB (42.17 %)"));
 
     // Hosts that load icons by name find a PNG file in a private folder.
     EXPECT_EQ(QImage(iconFile()).pixelColor(11, 11), QColor(Qt::red)) << "no icon file";
@@ -129,12 +133,36 @@ TEST_F(StatusNotifierItemTest, RegistersAndPublishesLabelIconAndMenu) {
 }
 
 TEST_F(StatusNotifierItemTest, NonSquareImagesAreLetterboxed) {
+    TestStatusNotifierWatcher watcher(QStringLiteral("watcher"));
     QImage wide(30, 10, QImage::Format_ARGB32);
     wide.fill(Qt::blue);
-    const QImage square = StatusNotifierItemView::squared(wide);
-    EXPECT_EQ(square.size(), QSize(30, 30));
-    EXPECT_EQ(square.pixelColor(15, 15), QColor(Qt::blue));
-    EXPECT_EQ(square.pixelColor(15, 2).alpha() + square.pixelColor(15, 27).alpha(), 0);
+    startItem(watcher, wide);
+    const DBusImage largest =
+        demarshalled<DBusImageList>(itemProperty(QStringLiteral("IconPixmap"))).last();
+    ASSERT_EQ(largest.width, largest.height);
+    EXPECT_EQ(centreOf(largest), QColor(Qt::blue));
+    EXPECT_EQ(QImage(iconFile()).pixelColor(24, 2).alpha(), 0);
+}
+
+// lxqt-panel and KDE show no label: the figure goes into the icon instead,
+// and is not repeated as a label.
+TEST_F(StatusNotifierItemTest, ATitleDrawnIntoTheIconLeavesNoLabel) {
+    TestStatusNotifierWatcher watcher(QStringLiteral("watcher"));
+    startItem(watcher, filledImage(Qt::red));
+    view->setTitle(QStringLiteral("2.38 GB"));
+    view->setTitleDrawn(true);
+    recorder.waitFor(QStringLiteral("NewIcon"));
+    EXPECT_EQ(itemProperty(QStringLiteral("XAyatanaLabel")).toString(), QString());
+    const QImage file = QImage(iconFile()).convertToFormat(QImage::Format_ARGB32);
+    int textPixels = 0;
+    for (int y = 0; y < file.height(); ++y) {
+        for (int x = 0; x < file.width(); ++x) {
+            const QColor pixel = file.pixelColor(x, y);
+            EXPECT_NE(pixel, QColor(Qt::red)) << "the picture is still there";
+            textPixels += pixel == QColor(Qt::black);
+        }
+    }
+    EXPECT_GT(textPixels, 50) << "no text in the panel's colour";
 }
 
 TEST_F(StatusNotifierItemTest, LabelChangesAreSignalledWithTheirGuide) {
@@ -184,7 +212,7 @@ TEST_F(StatusNotifierItemTest, TemplateImagesFollowThePaletteOfTheDesktop) {
 }
 
 TEST_F(StatusNotifierItemTest, RegistersWithEveryNewWatcher) {
-    view = std::make_unique<StatusNotifierItemView>(QDBusConnection::sessionBus());
+    view = std::make_unique<StatusNotifierItemView>(QDBusConnection::sessionBus(), appearance);
     {
         // A watcher that starts after the item.
         TestStatusNotifierWatcher first(QStringLiteral("first"));
@@ -210,21 +238,6 @@ TEST_F(StatusNotifierItemTest, ActivationOpensTheMenu) {
     EXPECT_EQ(test::callAndWait(host, activate).type(), QDBusMessage::ReplyMessage);
     EXPECT_TRUE(modelShown.count() == 1 || modelShown.wait(10000))
         << "the menu did not open, or did not let the model refresh first";
-}
-
-TEST(StatusItemViewFactory, ChoosesTheStatusNotifierItemWhenAWatcherRuns) {
-    TestStatusNotifierWatcher watcher(QStringLiteral("watcher"));
-    const std::unique_ptr<StatusItemView> view = createStatusItemView();
-    EXPECT_NE(dynamic_cast<StatusNotifierItemView *>(view.get()), nullptr);
-}
-
-TEST(StatusItemViewFactory, FallsBackToTheTrayIconWithoutAWatcher) {
-    const std::unique_ptr<StatusItemView> view = createStatusItemView();
-    auto *tray = dynamic_cast<TrayIconStatusItemView *>(view.get());
-    ASSERT_NE(tray, nullptr);
-    // A legacy tray shows no text beside the icon: the title is the tool tip.
-    view->setTitle(QStringLiteral("Free: 12.00 %"));
-    EXPECT_EQ(tray->trayIcon().toolTip(), QStringLiteral("Free: 12.00 %"));
 }
 
 }  // namespace

@@ -22,11 +22,15 @@ QRMEventManager::QRMEventManager(QRMMemoryInfo &memoryInfo, QRMPreferencesManage
       bundleVersion_(std::move(bundleVersion)),
       bundleBuild_(std::move(bundleBuild)) {}
 
-void QRMEventManager::startEvents(const QString &bundleIdentifier) {
+void QRMEventManager::startEvents(const QString &bundleIdentifier, const QString &installId,
+                                  const QString &sessionId) {
     // Before the start: switched off, the kit must not send what it finds.
     collectionEnabled();
-    EVTEvents::start(
-        EVTConfiguration::forApplication(bundleIdentifier, bundleVersion_, bundleBuild_));
+    EVTConfiguration configuration =
+        EVTConfiguration::forApplication(bundleIdentifier, bundleVersion_, bundleBuild_);
+    configuration.installId = installId;
+    configuration.sessionId = sessionId;
+    EVTEvents::start(configuration);
 }
 
 void QRMEventManager::stopEvents() {

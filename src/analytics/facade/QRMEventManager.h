@@ -29,7 +29,9 @@ public:
     // user's data folder, and the endpoint and key of the build or of
     // TARNWELL_EVENTS_URL / TARNWELL_EVENTS_KEY. Called once at start-up,
     // before the first event; stopEvents() at shutdown writes what is queued.
-    void startEvents(const QString &bundleIdentifier);
+    // installId, sessionId: the run's identity shared with the crash reporter.
+    void startEvents(const QString &bundleIdentifier, const QString &installId = {},
+                     const QString &sessionId = {});
     void stopEvents();
 
     // "Bundle Version", "Bundle Build", "Memory Installed", built afresh

@@ -2,6 +2,7 @@
 
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
 #include <QLoggingCategory>
 #include <QStringList>
 #include <QVariantMap>
@@ -17,7 +18,14 @@ QRMUserNotificationsManager &QRMUserNotificationsManager::sharedUserNotification
 
 QRMUserNotificationsManager::QRMUserNotificationsManager(const QDBusConnection &connection,
                                                          QObject *parent)
-    : QObject(parent), connection_(connection) {}
+    : QObject(parent), connection_(connection) {
+    const QString service = QStringLiteral("org.freedesktop.Notifications");
+    const QString path = QStringLiteral("/org/freedesktop/Notifications");
+    connection_.connect(service, path, service, QStringLiteral("ActionInvoked"), this,
+                        SLOT(actionInvoked(uint, QString)));
+    connection_.connect(service, path, service, QStringLiteral("NotificationClosed"), this,
+                        SLOT(notificationClosed(uint)));
+}
 
 void QRMUserNotificationsManager::showNotificationWithTitle(const QString &title,
                                                             const QString &informativeText,
@@ -26,23 +34,54 @@ void QRMUserNotificationsManager::showNotificationWithTitle(const QString &title
     if (!soundName.isEmpty()) {
         hints.insert(QStringLiteral("sound-name"), soundName);
     }
+    notify(title, informativeText, {}, hints, {});
+}
+
+void QRMUserNotificationsManager::showNotificationWithAction(const QString &title,
+                                                             const QString &informativeText,
+                                                             const QString &actionLabel,
+                                                             std::function<void()> onActivated) {
+    notify(title, informativeText, {QStringLiteral("default"), actionLabel}, {},
+           [this, onActivated = std::move(onActivated)](uint id) {
+               activations_.insert(id, onActivated);
+           });
+}
+
+void QRMUserNotificationsManager::actionInvoked(uint id, const QString &actionKey) {
+    const auto activation = activations_.constFind(id);
+    if (actionKey == u"default" && activation != activations_.constEnd()) {
+        activation.value()();
+    }
+}
+
+void QRMUserNotificationsManager::notificationClosed(uint id) {
+    activations_.remove(id);
+}
+
+void QRMUserNotificationsManager::notify(const QString &title, const QString &informativeText,
+                                         const QStringList &actions, const QVariantMap &hints,
+                                         std::function<void(uint id)> shown) {
     QDBusMessage notify = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.Notifications"),
         QStringLiteral("/org/freedesktop/Notifications"),
         QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("Notify"));
-    notify << QStringLiteral("Tarnwell")                 // application name
-           << uint(0)                                    // replaces no earlier notification
-           << QString()                                  // application icon
-           << title << informativeText << QStringList()  // no actions
-           << hints << int(-1);                          // the server's default timeout
+    notify << QStringLiteral("Tarnwell")  // application name
+           << uint(0)                     // replaces no earlier notification
+           << QString()                   // application icon
+           << title << informativeText << actions << hints
+           << int(-1);  // the server's default timeout
     auto *pending = new QDBusPendingCallWatcher(connection_.asyncCall(notify));
-    connect(
-        pending, &QDBusPendingCallWatcher::finished, pending, [](QDBusPendingCallWatcher *done) {
-            if (done->isError()) {
-                qCWarning(lcNotifications) << "notification not shown:" << done->error().message();
-            }
-            done->deleteLater();
-        });
+    connect(pending, &QDBusPendingCallWatcher::finished, this,
+            [shown = std::move(shown)](QDBusPendingCallWatcher *done) {
+                const QDBusPendingReply<uint> reply = *done;
+                if (reply.isError()) {
+                    qCWarning(lcNotifications)
+                        << "notification not shown:" << reply.error().message();
+                } else if (shown) {
+                    shown(reply.value());
+                }
+                done->deleteLater();
+            });
 }
 
 }  // namespace tarnwell

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QHash>
 #include <QObject>
+#include <functional>
 
 #include "app/UserNotifier.h"
 
@@ -24,9 +26,23 @@ public:
     // "message-new-instant".
     void showNotificationWithTitle(const QString &title, const QString &informativeText,
                                    const QString &soundName) override;
+    // A notification that calls onActivated when the user clicks it (the
+    // service's "default" action); actionLabel names it where the service
+    // shows actions as buttons.
+    void showNotificationWithAction(const QString &title, const QString &informativeText,
+                                    const QString &actionLabel, std::function<void()> onActivated);
+
+private slots:
+    void actionInvoked(uint id, const QString &actionKey);
+    void notificationClosed(uint id);
 
 private:
+    void notify(const QString &title, const QString &informativeText, const QStringList &actions,
+                const QVariantMap &hints, std::function<void(uint id)> shown);
+
     QDBusConnection connection_;
+    // Notifications still on screen whose click does something, by id.
+    QHash<uint, std::function<void()>> activations_;
 };
 
 }  // namespace tarnwell

@@ -269,6 +269,10 @@ void AppsTab::reloadTable() {
 
 void AppsTab::loadPreferences() {
     tableDataSource_.clear();
+    if (sources_.iconFolder.isEmpty()) {
+        reloadTable();
+        return;
+    }
     const QDir folder(sources_.iconFolder);
     for (const QVariantMap &record :
          preferences_.applicationsAndUtilitiesToMonitoring().value_or(QList<QVariantMap>())) {
@@ -288,18 +292,23 @@ void AppsTab::loadPreferences() {
 }
 
 void AppsTab::savePreferences() {
-    // A link in place of our folder is removed, never followed.
-    const QFileInfo folderInfo(sources_.iconFolder);
-    if (folderInfo.isSymLink() || folderInfo.isFile()) {
-        QFile::remove(sources_.iconFolder);
-    } else {
-        QDir(sources_.iconFolder).removeRecursively();
+    // An empty path would be the working directory: without a folder no icon
+    // is written, and the next opening shows none of the records.
+    const bool withIcons = !sources_.iconFolder.isEmpty();
+    if (withIcons) {
+        const QFileInfo folder(sources_.iconFolder);
+        // A link in place of our folder is removed, never followed.
+        if (folder.isSymLink() || folder.isFile()) {
+            QFile::remove(sources_.iconFolder);
+        } else {
+            QDir(sources_.iconFolder).removeRecursively();
+        }
+        QDir().mkpath(sources_.iconFolder);
     }
-    QDir().mkpath(sources_.iconFolder);
     QList<QVariantMap> records;
     for (const Row &row : tableDataSource_) {
         const QString fileName = iconFileName(idOf(row.record));
-        if (!fileName.isEmpty()) {
+        if (withIcons && !fileName.isEmpty()) {
             QSaveFile file(QDir(sources_.iconFolder).filePath(fileName));
             if (file.open(QIODevice::WriteOnly) &&
                 row.icon.pixmap(kStoredIconSize).toImage().save(&file, "PNG")) {

@@ -9,7 +9,7 @@
 #include <QWidget>
 
 #include "app/Localizer.h"
-#include "platform/linux/DesktopApplicationIndex.h"
+#include "ui/preferences/AppsTabSources.h"
 
 class QCheckBox;
 class QGroupBox;
@@ -22,24 +22,8 @@ class QThread;
 namespace tarnwell {
 
 class QRMAppDelegate;
-class QRMApplicationsInfo;
 class QRMPopUpButton;
 class QRMPreferencesManager;
-
-// Where the Apps tab finds what it offers and keeps its icons.
-struct AppsTabSources {
-    // Null: the "+" menu offers running applications only.
-    QRMApplicationsInfo *catalogue = nullptr;
-    // The applications with a window now; called off the main thread. Empty:
-    // none are offered.
-    std::function<QList<ApplicationCandidate>(const QString &locale)> runningApplications;
-    // One PNG per monitored application, named after its id.
-    QString iconFolder;
-    // False under Wayland, where the tab says events cannot be seen.
-    bool applicationEventsAvailable = true;
-    // The language the applications' names are shown in.
-    QString locale;
-};
 
 // The Apps tab: the monitored applications in a table, a "+" pull-down that
 // offers running, installed and utility applications, a "-" button, and the

@@ -28,7 +28,7 @@ public:
     MemorySample sample() override {
         VmStatistics statistics;
         statistics.pageSize = 4096;
-        return MemorySample{bytes_, statistics, SwapUsage{}};
+        return MemorySample{bytes_, statistics, SwapUsage{}, {}};
     }
 
 private:
@@ -42,17 +42,14 @@ protected:
     void SetUp() override {
         ASSERT_TRUE(folder.isValid());
         preferences = std::make_unique<QRMPreferencesManager>(
-            std::make_unique<QSettings>(folder.filePath("settings.ini"), QSettings::IniFormat),
-            [] { return std::optional<uint64_t>(kInstalled); }, QUrl());
+            folder.filePath("settings.ini"), [] { return std::optional<uint64_t>(kInstalled); },
+            QUrl());
         manager = std::make_unique<QRMEventManager>(memory, *preferences, "1.2.3", "45");
         EVTConfiguration configuration;
         configuration.rootDirectory = folder.filePath("analytics");
         configuration.bundleIdentifier = "app.tarnwell.Tarnwell";
         // An installation seen before: only the manager's events get written.
-        QDir().mkpath(configuration.rootDirectory);
-        QFile installId(configuration.rootDirectory + "/install_id");
-        ASSERT_TRUE(installId.open(QIODevice::WriteOnly) && installId.write("INSTALL") > 0);
-        installId.close();
+        QDir().mkpath(configuration.rootDirectory + "/events");
         ASSERT_NE(EVTEvents::start(configuration), nullptr);
     }
     void TearDown() override { EVTEvents::stop(); }

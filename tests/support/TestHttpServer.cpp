@@ -59,6 +59,10 @@ void TestHttpServer::answer(QTcpSocket *socket, const ScriptedReply &reply) {
             return;
         case ScriptedReply::Action::Stall:
             return;
+        case ScriptedReply::Action::EndlessBody:
+            socket->write("HTTP/1.1 200 Scripted\r\nContent-Length: 1073741824\r\n\r\n" +
+                          reply.body);
+            return;
         case ScriptedReply::Action::Respond:
             break;
     }

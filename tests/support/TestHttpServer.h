@@ -13,7 +13,7 @@ namespace tarnwell::test {
 
 // What the server does with the next request.
 struct ScriptedReply {
-    enum class Action { Respond, DropConnection, Stall };
+    enum class Action { Respond, DropConnection, Stall, EndlessBody };
     Action action = Action::Respond;
     int status = 200;
     QList<QPair<QByteArray, QByteArray>> headers;
@@ -25,6 +25,10 @@ struct ScriptedReply {
     }
     static ScriptedReply drop() { return {Action::DropConnection, 0, {}, {}}; }
     static ScriptedReply stall() { return {Action::Stall, 0, {}, {}}; }
+    // 200 announcing a gigabyte, of which only start ever arrives.
+    static ScriptedReply endlessBody(QByteArray start) {
+        return {Action::EndlessBody, 200, {}, std::move(start)};
+    }
 };
 
 struct ReceivedRequest {

@@ -4,11 +4,11 @@
 
 #include <cstddef>
 
-namespace tarnwell::crash {
+namespace tarnwell::threads {
 
 // An alternate signal stack belongs to one thread, so every thread this program starts
 // installs its own for as long as it runs; without one, a stack overflow on that thread
-// could not be recorded. The stack is a guard-paged mapping. Normal context.
+// could not be recorded. Normal context.
 class ThreadSignalStack {
 public:
     // SIGSTKSZ is no constant in current C libraries; this covers the crash handler with
@@ -22,9 +22,15 @@ public:
 
     bool installed() const { return installed_; }
 
-    // A stack of `size` usable bytes above one inaccessible guard page, or null.
-    // The caller owns it for good (the process's main signal stack is never unmapped).
+    // A stack of `size` usable bytes above one inaccessible guard page, zeroed and
+    // resident, or null. The caller owns it for good (the process's main signal stack is
+    // never unmapped).
     static void *mapGuarded(size_t size);
+
+    // Where failures to map or install a stack are told (an errno value and what
+    // failed); nowhere until set. Set once, before threads start.
+    using FailureReporter = void (*)(const char *what, int error);
+    static void setFailureReporter(FailureReporter reporter);
 
 private:
     void *stack_ = nullptr;
@@ -33,4 +39,4 @@ private:
     bool installed_ = false;
 };
 
-}  // namespace tarnwell::crash
+}  // namespace tarnwell::threads

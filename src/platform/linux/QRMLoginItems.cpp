@@ -1,0 +1,265 @@
+#include "platform/linux/QRMLoginItems.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+
+namespace tarnwell {
+
+namespace {
+
+// A desktop entry is a few hundred bytes; anything larger is not ours to parse.
+constexpr qsizetype kMaxEntrySize = 64 * 1024;
+// Names tried before giving up: tarnwell.desktop, tarnwell-2.desktop, ...
+constexpr int kMaxEntryNames = 1000;
+
+// Reads a regular file of the folder without following a link out of it and
+// without blocking on a FIFO planted there.
+QByteArray readEntry(const QString &fileName) {
+    const int fd = ::open(QFile::encodeName(fileName).constData(),
+                          O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        return {};
+    }
+    QByteArray bytes;
+    struct stat status {};
+    if (::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_size <= kMaxEntrySize) {
+        bytes.resize(kMaxEntrySize);
+        qsizetype filled = 0;
+        while (filled < bytes.size()) {
+            const ssize_t n = ::read(fd, bytes.data() + filled, size_t(bytes.size() - filled));
+            if (n < 0 && errno == EINTR) {
+                continue;
+            }
+            if (n <= 0) {
+                break;
+            }
+            filled += n;
+        }
+        bytes.truncate(filled);
+    }
+    ::close(fd);
+    return bytes;
+}
+
+// The string escapes of desktop entry values: \s \n \t \r \\.
+QString unescapeString(QStringView value) {
+    QString result;
+    for (qsizetype i = 0; i < value.size(); ++i) {
+        if (value[i] != u'\\' || i + 1 == value.size()) {
+            result += value[i];
+            continue;
+        }
+        switch (value[++i].unicode()) {
+            case 's':
+                result += u' ';
+                break;
+            case 'n':
+                result += u'\n';
+                break;
+            case 't':
+                result += u'\t';
+                break;
+            case 'r':
+                result += u'\r';
+                break;
+            case '\\':
+                result += u'\\';
+                break;
+            // Not an escape of the format: kept as written.
+            default:
+                result += u'\\';
+                result += value[i];
+                break;
+        }
+    }
+    return result;
+}
+
+struct EntryKeys {
+    QString exec;
+    bool hidden = false;
+};
+
+// Exec and Hidden of the [Desktop Entry] group; other groups and keys are
+// ignored, and so are localized variants.
+EntryKeys readEntryKeys(const QByteArray &bytes) {
+    EntryKeys keys;
+    bool inMainGroup = false;
+    for (const QByteArray &rawLine : bytes.split('\n')) {
+        const QString line = QString::fromUtf8(rawLine).trimmed();
+        if (line.startsWith(u'[')) {
+            inMainGroup = line == u"[Desktop Entry]";
+            continue;
+        }
+        const qsizetype equals = line.indexOf(u'=');
+        if (!inMainGroup || line.startsWith(u'#') || equals <= 0) {
+            continue;
+        }
+        const QString key = line.left(equals).trimmed();
+        const QString value = line.mid(equals + 1).trimmed();
+        if (key == u"Exec") {
+            keys.exec = unescapeString(value);
+        } else if (key == u"Hidden") {
+            keys.hidden = value == u"true";
+        }
+    }
+    return keys;
+}
+
+bool isReservedInExec(QChar c) {
+    return QStringView(u" \t\n\"'\\><~|&;$*?#()`").contains(c);
+}
+
+QString canonicalProgram(const QString &program) {
+    if (program.isEmpty()) {
+        return {};
+    }
+    const QString found =
+        QDir::isAbsolutePath(program) ? program : QStandardPaths::findExecutable(program);
+    return found.isEmpty() ? QString() : QFileInfo(found).canonicalFilePath();
+}
+
+}  // namespace
+
+QRMLoginItems &QRMLoginItems::sharedLoginItems() {
+    static QRMLoginItems items(
+        QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+        QStringLiteral("/autostart"));
+    return items;
+}
+
+QString QRMLoginItems::applicationPath() {
+    return QCoreApplication::applicationFilePath();
+}
+
+QRMLoginItems::QRMLoginItems(QString autostartFolder) : folder_(std::move(autostartFolder)) {}
+
+QString QRMLoginItems::execValue(const QString &path) {
+    QString argument = path;
+    argument.replace(u'%', QStringLiteral("%%"));
+    if (std::any_of(argument.begin(), argument.end(), isReservedInExec)) {
+        QString quoted;
+        for (const QChar c : argument) {
+            if (c == u'"' || c == u'`' || c == u'$' || c == u'\\') {
+                quoted += u'\\';
+            }
+            quoted += c;
+        }
+        argument = u'"' + quoted + u'"';
+    }
+    // The string escapes apply on top of the quoting: one backslash is written
+    // as two, and control characters as their escapes.
+    argument.replace(u'\\', QStringLiteral("\\\\"));
+    argument.replace(u'\n', QStringLiteral("\\n"));
+    argument.replace(u'\t', QStringLiteral("\\t"));
+    argument.replace(u'\r', QStringLiteral("\\r"));
+    return argument;
+}
+
+QString QRMLoginItems::execProgram(const QString &value) {
+    // value has had its string escapes removed already.
+    QString program;
+    qsizetype i = 0;
+    while (i < value.size() && value[i].isSpace()) {
+        ++i;
+    }
+    if (i < value.size() && value[i] == u'"') {
+        for (++i; i < value.size() && value[i] != u'"'; ++i) {
+            if (value[i] == u'\\' && i + 1 < value.size()) {
+                ++i;
+            }
+            program += value[i];
+        }
+        if (i == value.size()) {
+            return {};  // unterminated quote
+        }
+    } else {
+        for (; i < value.size() && !value[i].isSpace(); ++i) {
+            program += value[i];
+        }
+    }
+    return program.replace(QStringLiteral("%%"), QStringLiteral("%"));
+}
+
+QStringList QRMLoginItems::entriesStarting(const QString &path) const {
+    const QString target = canonicalProgram(path);
+    QStringList entries;
+    if (target.isEmpty()) {
+        return entries;
+    }
+    const QFileInfoList files = QDir(folder_).entryInfoList(
+        {QStringLiteral("*.desktop")}, QDir::Files | QDir::Hidden | QDir::System, QDir::Name);
+    for (const QFileInfo &file : files) {
+        if (file.isSymLink()) {
+            continue;
+        }
+        const EntryKeys keys = readEntryKeys(readEntry(file.filePath()));
+        if (!keys.hidden && canonicalProgram(execProgram(keys.exec)) == target) {
+            entries.append(file.filePath());
+        }
+    }
+    return entries;
+}
+
+bool QRMLoginItems::addApplicationToLoginItems(const QString &path) {
+    const QByteArray contents = QStringLiteral(
+                                    "[Desktop Entry]\n"
+                                    "Type=Application\n"
+                                    "Name=Tarnwell\n"
+                                    "Exec=%1\n"
+                                    "Terminal=false\n"
+                                    "X-GNOME-Autostart-enabled=true\n")
+                                    .arg(execValue(path))
+                                    .toUtf8();
+    int error = 0;
+    if (!QDir().mkpath(folder_)) {
+        error = EACCES;
+    }
+    for (int n = 1; error == 0 && n <= kMaxEntryNames; ++n) {
+        const QString name = n == 1 ? QStringLiteral("tarnwell.desktop")
+                                    : QStringLiteral("tarnwell-%1.desktop").arg(n);
+        // O_EXCL: never write through whatever already sits under the name.
+        const int fd = ::open(QFile::encodeName(folder_ + u'/' + name).constData(),
+                              O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644);
+        if (fd < 0) {
+            error = errno == EEXIST ? 0 : errno;
+            continue;
+        }
+        const bool written =
+            ::write(fd, contents.constData(), size_t(contents.size())) == ssize_t(contents.size());
+        error = written ? 0 : errno;
+        ::close(fd);
+        if (written) {
+            return true;
+        }
+        ::unlink(QFile::encodeName(folder_ + u'/' + name).constData());
+    }
+    if (!writeFailureReported_) {
+        writeFailureReported_ = true;
+        std::fprintf(stderr, "Tarnwell: cannot add a login item in %s: %s\n", qPrintable(folder_),
+                     std::strerror(error != 0 ? error : EEXIST));
+    }
+    return false;
+}
+
+void QRMLoginItems::removeApplicationFromLoginItems(const QString &path) {
+    for (const QString &entry : entriesStarting(path)) {
+        QFile::remove(entry);
+    }
+}
+
+bool QRMLoginItems::findApplicationAtLoginItems(const QString &path) {
+    return !entriesStarting(path).isEmpty();
+}
+
+}  // namespace tarnwell

@@ -1,0 +1,207 @@
+// The real executable on captured machines (TARNWELL_MEMORY_ROOT): the
+// commands and the console mode read the same one source, say why when it
+// cannot be read, keep cleanings one at a time across processes, and quit
+// cleanly in the middle of one.
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <optional>
+
+#include <QRegularExpression>
+#include <QSettings>
+
+#include "CaseName.h"
+#include "ThrowAwayRun.h"
+#include "memory/CleaningLock.h"
+
+namespace tarnwell::testing {
+namespace {
+
+namespace fs = std::filesystem;
+
+// 23 GiB free: MemFree 24125324 kB, 6031331 pages of 4 KiB.
+const fs::path kCapture = TARNWELL_TEST_DATA_DIR "/memory/debian12-6.18-noswap";
+
+std::string capturedMeminfo() {
+    std::ifstream in(kCapture / "proc/meminfo");
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+// The capture with some meminfo lines replaced: "Key: value kB".
+std::string meminfoWith(std::initializer_list<std::pair<const char *, uint64_t>> kilobytes) {
+    QString text = QString::fromStdString(capturedMeminfo());
+    for (const auto &[key, kib] : kilobytes) {
+        text.replace(QRegularExpression(QStringLiteral("^%1:\\s+\\d+ kB$").arg(key),
+                                        QRegularExpression::MultilineOption),
+                     QStringLiteral("%1: %2 kB").arg(key).arg(kib));
+    }
+    return text.toStdString();
+}
+
+// A machine on which a cleaning touches 4 MiB: 1 GiB installed (a 256 MiB
+// reserve), 4 MiB free, 260 MiB available.
+std::string smallMachine() {
+    return meminfoWith(
+        {{"MemTotal", 1048576}, {"MemFree", 4096}, {"MemAvailable", 266240}, {"Inactive", 4096}});
+}
+
+// A copy of the capture in the run's home with the given meminfo (none: the
+// file is missing), which the program is pointed at.
+void useMachine(ThrowAwayRun &run, const std::optional<std::string> &meminfo) {
+    const fs::path root = run.home.filePath("machine").toStdString();
+    fs::copy(kCapture, root, fs::copy_options::recursive);
+    fs::remove(root / "proc/meminfo");
+    if (meminfo) {
+        std::ofstream(root / "proc/meminfo") << *meminfo;
+    }
+    run.env.insert("TARNWELL_MEMORY_ROOT", QString::fromStdString(root.string()));
+}
+
+struct Finished {
+    int status;
+    QString out;
+    QString err;
+};
+
+Finished runToEnd(ThrowAwayRun &run, const QStringList &arguments) {
+    run.env.insert("LC_ALL", "C.UTF-8");
+    run.start(arguments);
+    EXPECT_TRUE(run.process.waitForFinished(30000));
+    return {run.process.exitCode(), QString::fromUtf8(run.process.readAllStandardOutput()),
+            QString::fromUtf8(run.process.readAllStandardError())};
+}
+
+// The console's first status line, without the time of day.
+QString firstConsoleLine(ThrowAwayRun &run) {
+    run.env.insert("LC_ALL", "C.UTF-8");
+    run.start({"--console"});
+    while (!run.process.canReadLine()) {
+        if (!run.process.waitForReadyRead(30000)) {
+            ADD_FAILURE() << "no status line";
+            return {};
+        }
+    }
+    const QString line = QString::fromUtf8(run.process.readLine()).trimmed();
+    run.stopWith(SIGTERM);
+    return line.mid(QStringLiteral("00:00:00  ").size());
+}
+
+TEST(CapturedMachine, StatsAndConsoleAgreeOnExactFreeMemory) {
+    ThrowAwayRun stats;
+    useMachine(stats, capturedMeminfo());
+    const Finished table = runToEnd(stats, {"stats"});
+    ASSERT_EQ(table.status, 0) << table.err.toStdString();
+    // The value column keeps the stored, wrapped figure; the size is exact.
+    const auto freeLine =
+        QRegularExpression(R"(^freeBytes +3229495296  (.+)$)", QRegularExpression::MultilineOption)
+            .match(table.out);
+    ASSERT_TRUE(freeLine.hasMatch()) << table.out.toStdString();
+    EXPECT_EQ(freeLine.captured(1), "23.01 GB");
+
+    ThrowAwayRun json;
+    useMachine(json, capturedMeminfo());
+    const Finished object = runToEnd(json, {"stats", "--json"});
+    EXPECT_TRUE(object.out.contains(R"("freeCount":6031331,"freeBytes":3229495296,)"))
+        << object.out.toStdString();
+
+    ThrowAwayRun console;
+    useMachine(console, capturedMeminfo());
+    EXPECT_EQ(firstConsoleLine(console), freeLine.captured(1));
+}
+
+struct UnreadableCase {
+    const char *name;
+    std::optional<std::string> meminfo;  // none: missing; "fifo": a FIFO
+    const char *reason;
+};
+
+class UnreadableMemory : public ::testing::TestWithParam<UnreadableCase> {};
+
+// Every command fails, naming the file and the key; nothing on stdout.
+TEST_P(UnreadableMemory, CommandsSayWhichFileAndKey) {
+    const UnreadableCase &c = GetParam();
+    for (const QStringList &arguments :
+         {QStringList{"stats"}, QStringList{"stats", "--json"}, QStringList{"clean"}}) {
+        ThrowAwayRun run;
+        const bool fifo = c.meminfo == "fifo";
+        useMachine(run, fifo ? std::nullopt : c.meminfo);
+        const QString meminfo = run.env.value("TARNWELL_MEMORY_ROOT") + "/proc/meminfo";
+        if (fifo) {
+            ASSERT_EQ(mkfifo(meminfo.toLocal8Bit().constData(), 0600), 0);
+        }
+        const Finished finished = runToEnd(run, arguments);
+        EXPECT_EQ(finished.status, 1) << arguments.join(' ').toStdString();
+        EXPECT_EQ(finished.err, QStringLiteral("tarnwell: Memory figures unavailable: %1: %2\n")
+                                    .arg(meminfo, QString::fromLatin1(c.reason)));
+        EXPECT_EQ(finished.out, "");
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Meminfo, UnreadableMemory,
+                         ::testing::Values(UnreadableCase{"Empty", "", "missing MemTotal"},
+                                           UnreadableCase{"Missing", std::nullopt,
+                                                          "cannot open: No such file or directory"},
+                                           UnreadableCase{"Garbage", "MemTotal: lots kB\n",
+                                                          "MemTotal: not a number: 'lots kB'"},
+                                           UnreadableCase{"Fifo", "fifo", "not a regular file"}),
+                         caseName);
+
+TEST(UnreadableMemoryConsole, ShowsTheReasonInsteadOfAZero) {
+    ThrowAwayRun run;
+    useMachine(run, "MemTotal: lots kB\n");
+    EXPECT_EQ(firstConsoleLine(run), QStringLiteral("Memory figures unavailable: %1/proc/meminfo: "
+                                                    "MemTotal: not a number: 'lots kB'")
+                                         .arg(run.env.value("TARNWELL_MEMORY_ROOT")));
+}
+
+// This test holds the user's cleaning lock as another Tarnwell would.
+TEST(CleaningLockAcrossProcesses, SecondCleaningIsRefusedWhileOneRuns) {
+    ThrowAwayRun refused;
+    useMachine(refused, smallMachine());
+    CleaningLock held(refused.env.value("XDG_RUNTIME_DIR").toStdString() +
+                      "/tarnwell-cleaning.lock");
+    ASSERT_TRUE(held.tryLock());
+    const Finished whileHeld = runToEnd(refused, {"clean"});
+    EXPECT_EQ(whileHeld.status, 1);
+    EXPECT_EQ(whileHeld.out, "Memory was not cleaned: a cleaning is already running.\n");
+
+    held.unlock();
+    refused.process.setProcessEnvironment(refused.env);
+    const Finished afterwards = runToEnd(refused, {"clean", "--json"});
+    EXPECT_EQ(afterwards.status, 0) << afterwards.out.toStdString();
+    EXPECT_TRUE(afterwards.out.contains(R"("blockBytes":4194304,)"))
+        << afterwards.out.toStdString();
+}
+
+class QuitMidClean : public ::testing::TestWithParam<int> {};
+
+// Free memory stays below the threshold, so threshold cleanings follow one
+// another without pause: the signal lands while one is in flight.
+TEST_P(QuitMidClean, EndsWithStatusZero) {
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        ThrowAwayRun run;
+        useMachine(run, smallMachine());
+        {
+            QSettings settings(run.settingsFile(), QSettings::IniFormat);
+            settings.setValue("autoCleanByFreeSizeChecked", true);
+            settings.setValue("autoCleanByFreeSize", 1024);
+        }
+        run.start({"--console"});
+        for (int lines = 0; lines < 10;) {
+            if (run.process.canReadLine()) {
+                run.process.readLine();
+                ++lines;
+            } else {
+                ASSERT_TRUE(run.process.waitForReadyRead(30000));
+            }
+        }
+        run.stopWith(GetParam());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, QuitMidClean, ::testing::Values(SIGTERM, SIGINT),
+                         [](const auto &info) { return info.param == SIGTERM ? "Term" : "Int"; });
+
+}  // namespace
+}  // namespace tarnwell::testing

@@ -1,0 +1,162 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include "platform/linux/QRMLoginItems.h"
+
+namespace tarnwell {
+namespace {
+
+// An autostart folder of the test's own and two stand-in executables.
+class LoginItemsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(home.isValid());
+        app = makeExecutable(QStringLiteral("bin/tarnwell"));
+        other = makeExecutable(QStringLiteral("bin/other"));
+    }
+
+    QString makeExecutable(const QString &name) {
+        const QString path = home.filePath(name);
+        QDir().mkpath(QFileInfo(path).path());
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        return path;
+    }
+
+    void writeEntry(const QString &name, const QByteArray &contents) {
+        QDir().mkpath(folder());
+        QFile file(folder() + u'/' + name);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(contents);
+    }
+
+    QString folder() const { return home.filePath(QStringLiteral("autostart")); }
+    QStringList entries() const {
+        return QDir(folder()).entryList({QStringLiteral("*.desktop")}, QDir::Files, QDir::Name);
+    }
+
+    QTemporaryDir home;
+    QString app;
+    QString other;
+    QRMLoginItems items{home.filePath(QStringLiteral("autostart"))};
+};
+
+TEST_F(LoginItemsTest, AddTwiceGivesTwoEntriesAndOneRemoveTakesThemAll) {
+    EXPECT_FALSE(items.findApplicationAtLoginItems(app));
+    ASSERT_TRUE(items.addApplicationToLoginItems(app));
+    ASSERT_TRUE(items.addApplicationToLoginItems(app));
+    ASSERT_TRUE(items.addApplicationToLoginItems(other));
+    EXPECT_EQ(entries(),
+              QStringList({"tarnwell-2.desktop", "tarnwell-3.desktop", "tarnwell.desktop"}));
+    EXPECT_TRUE(items.findApplicationAtLoginItems(app));
+
+    items.removeApplicationFromLoginItems(app);
+    EXPECT_FALSE(items.findApplicationAtLoginItems(app));
+    EXPECT_TRUE(items.findApplicationAtLoginItems(other));
+    EXPECT_EQ(entries().size(), 1);
+}
+
+TEST_F(LoginItemsTest, EntryWhoseProgramWasDeletedIsNeitherFoundNorRemoved) {
+    ASSERT_TRUE(items.addApplicationToLoginItems(app));
+    ASSERT_TRUE(QFile::remove(app));
+    EXPECT_FALSE(items.findApplicationAtLoginItems(app));
+    items.removeApplicationFromLoginItems(app);
+    EXPECT_EQ(entries().size(), 1);
+}
+
+TEST_F(LoginItemsTest, MatchesEntriesWrittenByOthersByTheFileTheyStart) {
+    // A link to the program, a quoted path, a second group with its own Exec.
+    ASSERT_TRUE(QFile::link(app, home.filePath(QStringLiteral("bin/link"))));
+    writeEntry("link.desktop",
+               "[Desktop Entry]\nExec=" + home.filePath(QStringLiteral("bin/link")).toUtf8() +
+                   " --minimized\n");
+    writeEntry("quoted.desktop", "[Desktop Entry]\nExec = \"" + app.toUtf8() + "\"\n");
+    writeEntry("action.desktop",
+               "[Desktop Entry]\nExec=env\n[Desktop Action x]\nExec=" + app.toUtf8() + "\n");
+    // Switched off by a desktop's own tool: not a login item any more.
+    writeEntry("hidden.desktop", "[Desktop Entry]\nExec=" + app.toUtf8() + "\nHidden=true\n");
+
+    EXPECT_TRUE(items.findApplicationAtLoginItems(app));
+    items.removeApplicationFromLoginItems(app);
+    EXPECT_EQ(entries(), QStringList({"action.desktop", "hidden.desktop"}));
+}
+
+TEST_F(LoginItemsTest, HostileEntriesAreSkippedWithoutBlocking) {
+    QDir().mkpath(folder());
+    // A FIFO would block a plain open; a link leads out of the folder.
+    ASSERT_EQ(::mkfifo(QFile::encodeName(folder() + "/fifo.desktop").constData(), 0600), 0);
+    const QString outside = home.filePath(QStringLiteral("outside.desktop"));
+    QFile outsideFile(outside);
+    ASSERT_TRUE(outsideFile.open(QIODevice::WriteOnly));
+    outsideFile.write("[Desktop Entry]\nExec=" + app.toUtf8() + "\n");
+    outsideFile.close();
+    ASSERT_TRUE(QFile::link(outside, folder() + "/link.desktop"));
+    writeEntry("huge.desktop",
+               "[Desktop Entry]\nExec=" + app.toUtf8() + "\n" + QByteArray(100 * 1024, '#'));
+    writeEntry("unterminated.desktop", "[Desktop Entry]\nExec=\"" + app.toUtf8() + "\n");
+
+    EXPECT_FALSE(items.findApplicationAtLoginItems(app));
+    items.removeApplicationFromLoginItems(app);
+    EXPECT_TRUE(QFileInfo::exists(outside));
+    EXPECT_TRUE(QFileInfo(folder() + "/link.desktop").isSymLink());
+}
+
+TEST_F(LoginItemsTest, UnwritableFolderFailsAndSaysSoOnce) {
+    // A file where the folder should be: nothing can be created under it.
+    QFile blocker(folder());
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    ::testing::internal::CaptureStderr();
+    EXPECT_FALSE(items.addApplicationToLoginItems(app));
+    EXPECT_FALSE(items.addApplicationToLoginItems(app));
+    const std::string said = ::testing::internal::GetCapturedStderr();
+    EXPECT_THAT(said, ::testing::HasSubstr("cannot add a login item"));
+    EXPECT_EQ(said.find("cannot add"), said.rfind("cannot add"));
+    EXPECT_FALSE(items.findApplicationAtLoginItems(app));
+}
+
+struct ExecCase {
+    const char *name;
+    const char *path;
+    const char *exec;  // as the Desktop Entry Specification spells it
+};
+
+void PrintTo(const ExecCase &row, std::ostream *os) {
+    *os << row.name;
+}
+
+class ExecValueTest : public ::testing::TestWithParam<ExecCase> {};
+
+TEST_P(ExecValueTest, IsQuotedAndEscapedAndReadsBack) {
+    const ExecCase &row = GetParam();
+    EXPECT_EQ(QRMLoginItems::execValue(QString::fromUtf8(row.path)), QString::fromUtf8(row.exec));
+
+    // Written into an entry, the value must lead back to the same file.
+    QTemporaryDir home;
+    const QString path = home.path() + QString::fromUtf8(row.path);
+    QDir().mkpath(QFileInfo(path).path());
+    QFile program(path);
+    ASSERT_TRUE(program.open(QIODevice::WriteOnly));
+    QRMLoginItems items(home.filePath(QStringLiteral("autostart")));
+    ASSERT_TRUE(items.addApplicationToLoginItems(path));
+    EXPECT_TRUE(items.findApplicationAtLoginItems(path));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Paths, ExecValueTest,
+    ::testing::Values(ExecCase{"Plain", "/usr/bin/tarnwell", "/usr/bin/tarnwell"},
+                      ExecCase{"Space", "/opt/my apps/tarnwell", "\"/opt/my apps/tarnwell\""},
+                      ExecCase{"Percent", "/opt/100%/tarnwell", "/opt/100%%/tarnwell"},
+                      ExecCase{"DoubleQuote", "/opt/a\"b/tarnwell", "\"/opt/a\\\\\"b/tarnwell\""},
+                      ExecCase{"Dollar", "/opt/$x/tarnwell", "\"/opt/\\\\$x/tarnwell\""},
+                      ExecCase{"Backslash", "/opt/a\\b/tarnwell", "\"/opt/a\\\\\\\\b/tarnwell\""}),
+    [](const auto &info) { return std::string(info.param.name); });
+
+}  // namespace
+}  // namespace tarnwell

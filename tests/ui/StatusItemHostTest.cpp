@@ -1,0 +1,186 @@
+// Start orders and restarts of the panel: a watcher that comes, goes and comes
+// back on the private bus, and a legacy tray that appears and vanishes.
+#include <gtest/gtest.h>
+#include <QSignalSpy>
+
+#include "BusTestSupport.h"
+#include "QtPrinters.h"
+#include "TestStatusNotifierWatcher.h"
+#include "app/QRMMenu.h"
+#include "ui/LegacyTrayPresence.h"
+#include "ui/StatusItemHost.h"
+
+namespace tarnwell {
+namespace {
+
+using namespace std::chrono_literals;
+using Kind = StatusItemHost::Kind;
+using test::TestStatusNotifierWatcher;
+
+class FakeTray : public LegacyTrayPresence {
+public:
+    bool isPresent() const override { return present; }
+    void set(bool isPresent) {
+        present = isPresent;
+        emit changed();
+    }
+    bool present = false;
+};
+
+// Records what the host hands it; counts the items alive, which must never
+// exceed one.
+struct FakeItem : PanelStatusItem {
+    static inline int alive = 0;
+    static inline int mostAlive = 0;
+    FakeItem() { mostAlive = std::max(mostAlive, ++alive); }
+    ~FakeItem() override { --alive; }
+
+    void setTitle(const QString &t) override { title = t; }
+    void setToolTip(const QString &t) override { toolTip = t; }
+    void setImage(const QImage &i, bool t) override {
+        image = i;
+        isTemplate = t;
+    }
+    void setMenu(QRMMenu *m) override { menu = m; }
+    void setTitleDrawn(bool d) override { drawn = d; }
+
+    QString title, toolTip;
+    QImage image;
+    bool isTemplate = false, drawn = false;
+    QRMMenu *menu = nullptr;
+};
+
+class StatusItemHostTest : public ::testing::Test {
+protected:
+    void SetUp() override { FakeItem::alive = FakeItem::mostAlive = 0; }
+
+    std::unique_ptr<StatusItemHost> start() {
+        auto host = std::make_unique<StatusItemHost>(
+            QDBusConnection::sessionBus(), tray,
+            StatusItemHost::Items{[] { return std::make_unique<FakeItem>(); },
+                                  [] { return std::make_unique<FakeItem>(); }},
+            [this] { return placement; });
+        host->setWatcherGracePeriod(50ms);
+        host->setProcessNameLookup([this](uint) { return watcherProcess; });
+        return host;
+    }
+
+    static FakeItem &itemOf(StatusItemHost &host) { return *static_cast<FakeItem *>(host.item()); }
+
+    static void waitForKind(StatusItemHost &host, Kind kind) {
+        QSignalSpy changed(&host, &StatusItemHost::kindChanged);
+        while (host.kind() != kind) {
+            ASSERT_TRUE(changed.wait(5000)) << "kind stays " << int(host.kind());
+        }
+    }
+
+    FakeTray tray;
+    int placement = 0;
+    QString watcherProcess = QStringLiteral("xfce4-panel");
+};
+
+TEST_F(StatusItemHostTest, AWatcherAlreadyRunningGetsTheItem) {
+    TestStatusNotifierWatcher watcher(QStringLiteral("panel"));
+    tray.present = true;  // xfce4-panel's tray owns both
+    auto host = start();
+    EXPECT_EQ(host->kind(), Kind::NotifierItem);
+}
+
+// Tarnwell started at login before the panel: it used to settle on the tray
+// icon, or on nothing, for good.
+TEST_F(StatusItemHostTest, StartedBeforeThePanelMovesToTheWatcherWhenItComes) {
+    tray.present = true;
+    auto host = start();
+    EXPECT_EQ(host->kind(), Kind::TrayIcon);
+
+    auto watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel"));
+    waitForKind(*host, Kind::NotifierItem);
+
+    // The watcher leaves and stays away: the tray icon returns.
+    watcher.reset();
+    waitForKind(*host, Kind::TrayIcon);
+    EXPECT_EQ(FakeItem::mostAlive, 1) << "two icons at once";
+}
+
+TEST_F(StatusItemHostTest, WithNeitherHostTheItemWaitsForWhicheverComes) {
+    auto host = start();
+    EXPECT_EQ(host->kind(), Kind::NotifierItem);
+    tray.set(true);
+    EXPECT_EQ(host->kind(), Kind::TrayIcon);
+    tray.set(false);
+    EXPECT_EQ(host->kind(), Kind::NotifierItem);
+}
+
+TEST_F(StatusItemHostTest, APanelRestartWithinTheGracePeriodKeepsTheItem) {
+    tray.present = true;
+    auto host = start();
+    host->setWatcherGracePeriod(10s);
+    auto watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel"));
+    waitForKind(*host, Kind::NotifierItem);
+    QSignalSpy changed(host.get(), &StatusItemHost::kindChanged);
+
+    watcher.reset();
+    QSignalSpy identified(host.get(), &StatusItemHost::hostIdentified);
+    watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel2"));
+    ASSERT_TRUE(identified.wait(5000));
+    EXPECT_TRUE(changed.isEmpty());
+}
+
+TEST_F(StatusItemHostTest, EachNewItemGetsWhatTheControllerSet) {
+    tray.present = true;
+    auto host = start();
+    QRMMenu menu;
+    QImage image(4, 4, QImage::Format_ARGB32);
+    image.fill(Qt::red);
+    host->setMenu(&menu);
+    host->setTitle(QStringLiteral("2.38 GB"));
+    host->setToolTip(QStringLiteral("Free memory: 2.38 GB (12.12 %)"));
+    host->setImage(image, true);
+
+    TestStatusNotifierWatcher watcher(QStringLiteral("panel"));
+    waitForKind(*host, Kind::NotifierItem);
+    const FakeItem &item = itemOf(*host);
+    EXPECT_EQ(item.title, QStringLiteral("2.38 GB"));
+    EXPECT_EQ(item.toolTip, QStringLiteral("Free memory: 2.38 GB (12.12 %)"));
+    EXPECT_EQ(item.image, image);
+    EXPECT_TRUE(item.isTemplate);
+    EXPECT_EQ(item.menu, &menu);
+}
+
+struct PlacementCase {
+    const char *name;
+    const char *watcherProcess;  // empty: no watcher, a legacy tray
+    int placement;
+    bool drawn;
+};
+
+class TitlePlacement : public StatusItemHostTest,
+                       public ::testing::WithParamInterface<PlacementCase> {};
+
+TEST_P(TitlePlacement, DrawnWhereTheHostShowsNoLabel) {
+    const PlacementCase &c = GetParam();
+    placement = c.placement;
+    watcherProcess = QString::fromLatin1(c.watcherProcess);
+    std::unique_ptr<TestStatusNotifierWatcher> watcher;
+    tray.present = watcherProcess.isEmpty();
+    auto host = start();
+    if (!watcherProcess.isEmpty()) {
+        QSignalSpy identified(host.get(), &StatusItemHost::hostIdentified);
+        watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel"));
+        ASSERT_TRUE(identified.wait(5000));
+    }
+    host->setTitle(QStringLiteral("42.00 %"));
+    EXPECT_EQ(itemOf(*host).drawn, c.drawn);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Hosts, TitlePlacement,
+    ::testing::Values(PlacementCase{"AyatanaShowsTheLabel", "ayatana-indicat", 0, false},
+                      PlacementCase{"LxqtPanelDoesNot", "lxqt-panel", 0, true},
+                      PlacementCase{"XEmbedTrayDoesNot", "", 0, true},
+                      PlacementCase{"LabelForcedOnLxqt", "lxqt-panel", 1, false},
+                      PlacementCase{"DrawnForcedOnAyatana", "ayatana-indicat", 2, true}),
+    test::caseName);
+
+}  // namespace
+}  // namespace tarnwell

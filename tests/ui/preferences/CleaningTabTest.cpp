@@ -1,0 +1,169 @@
+#include <gtest/gtest.h>
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QSlider>
+#include <QToolButton>
+
+#include "CaseName.h"
+#include "PreferencesRig.h"
+#include "ui/preferences/CleaningTab.h"
+#include "ui/preferences/QRMStepper.h"
+
+namespace tarnwell::testing {
+namespace {
+
+enum class Field { Free, Inactive };
+
+struct ClampCase {
+    const char *name;
+    Field field;
+    const char *typed;
+    qint64 stored;
+};
+
+void PrintTo(const ClampCase &row, std::ostream *os) {
+    *os << row.name;
+}
+
+class ThresholdClamp : public ::testing::TestWithParam<ClampCase> {};
+
+// With 8 GiB installed the bound is 4096 MB and the minimum 1.
+TEST_P(ThresholdClamp, TypedValueIsClampedStoredAndShown) {
+    const ClampCase &c = GetParam();
+    PreferencesRig rig;
+    auto window = rig.open();
+    CleaningTab &tab = *window->tabCleaning;
+    QLineEdit *field = c.field == Field::Free ? tab.autoCleanByFreeSizeTextField
+                                              : tab.autoCleanByInactiveSizeTextField;
+    QRMStepper *stepper = c.field == Field::Free ? tab.autoCleanByFreeSizeStepper
+                                                 : tab.autoCleanByInactiveSizeStepper;
+
+    field->selectAll();
+    QTest::keyClick(field, Qt::Key_Backspace);
+    QTest::keyClicks(field, QString::fromUtf8(c.typed));
+    QTest::keyClick(field, Qt::Key_Return);
+
+    const qint64 stored = c.field == Field::Free ? rig.preferences.autoCleanByFreeSize()
+                                                 : rig.preferences.autoCleanByInactiveSize();
+    EXPECT_EQ(stored, c.stored);
+    EXPECT_EQ(field->text(), QString::number(c.stored));
+    EXPECT_EQ(stepper->value(), double(c.stored));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, ThresholdClamp,
+    ::testing::Values(
+        ClampCase{"AboveHalfTheMemory", Field::Free, "5000", 4096},
+        ClampCase{"AtTheBound", Field::Free, "4096", 4096}, ClampCase{"Zero", Field::Free, "0", 1},
+        // Read unsigned, a negative number is huge.
+        ClampCase{"MinusOne", Field::Free, "-1", 4096}, ClampCase{"Letters", Field::Free, "abc", 1},
+        ClampCase{"Empty", Field::Inactive, "", 1},
+        ClampCase{"DigitsThenLetters", Field::Inactive, " 12MB", 12},
+        ClampCase{"BeyondSixtyFourBits", Field::Inactive, "99999999999999999999999", 4096},
+        ClampCase{"BeyondSixtyFourBitsNegative", Field::Inactive, "-99999999999999999999999",
+                  4096}),
+    caseName);
+
+TEST(CleaningTab, StepperAndArrowKeysStayWithinTheBounds) {
+    PreferencesRig rig;
+    rig.store("autoCleanByFreeSize", 4095);
+    auto window = rig.open();
+    CleaningTab &tab = *window->tabCleaning;
+
+    QTest::keyClick(tab.autoCleanByFreeSizeTextField, Qt::Key_Up);
+    EXPECT_EQ(rig.preferences.autoCleanByFreeSize(), 4096);
+    tab.autoCleanByFreeSizeStepper->upButton()->click();
+    EXPECT_EQ(rig.preferences.autoCleanByFreeSize(), 4096);
+    EXPECT_EQ(tab.autoCleanByFreeSizeTextField->text(), "4096");
+
+    rig.store("autoCleanByInactiveSize", 2);
+    window = rig.open();
+    window->tabCleaning->autoCleanByInactiveSizeStepper->downButton()->click();
+    window->tabCleaning->autoCleanByInactiveSizeStepper->downButton()->click();
+    EXPECT_EQ(rig.preferences.autoCleanByInactiveSize(), 1);
+}
+
+TEST(CleaningTab, OpeningLowersThresholdsAboveTheBound) {
+    struct {
+        const char *name;
+        std::optional<uint64_t> installed;
+        qint64 shown;
+    } const rows[] = {
+        {"SmallerMachine", 2 * kGiB, 1024},
+        // No statistics yet: the bound is 0, below the minimum.
+        {"NoRecord", std::nullopt, 0},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        PreferencesRig rig(row.installed);
+        rig.store("autoCleanByFreeSize", 3000);
+        rig.store("autoCleanByInactiveSize", 9000);
+        auto window = rig.open();
+        EXPECT_EQ(rig.preferences.autoCleanByFreeSize(), row.shown);
+        EXPECT_EQ(rig.preferences.autoCleanByInactiveSize(), row.shown);
+        EXPECT_EQ(window->tabCleaning->autoCleanByInactiveSizeTextField->text(),
+                  QString::number(row.shown));
+    }
+}
+
+TEST(CleaningTab, ThresholdBoxChecksTheRulesWhenSwitchedOnAndIdle) {
+    struct {
+        const char *name;
+        bool checkedBefore;
+        bool cleaning;
+        size_t cleaningsAfter;
+    } const rows[] = {
+        // 512 MiB free, below a threshold of 1024 MB: a cleaning is due.
+        {"SwitchedOn", false, false, 1},
+        {"SwitchedOff", true, false, 0},
+        {"SwitchedOnWhileCleaning", false, true, 0},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        PreferencesRig rig;
+        rig.store("autoCleanByFreeSize", 1024);
+        rig.store("autoCleanByFreeSizeChecked", row.checkedBefore);
+        rig.start(row.cleaning);
+        const size_t cleaningsBefore = rig.pendingCleanings.size();
+        auto window = rig.open();
+
+        window->tabCleaning->autoCleanByFreeSizeChecked->click();
+        EXPECT_EQ(rig.preferences.autoCleanByFreeSizeChecked(), !row.checkedBefore);
+        EXPECT_EQ(rig.pendingCleanings.size() - cleaningsBefore, row.cleaningsAfter);
+    }
+}
+
+TEST(CleaningTab, IntervalRestartsThePeriodicTimerOnlyWhileChecked) {
+    for (const bool cleaning : {false, true}) {
+        SCOPED_TRACE(cleaning ? "cleaning" : "idle");
+        PreferencesRig rig;
+        QRMAppDelegate &delegate = rig.start(cleaning);
+        auto window = rig.open();
+        CleaningTab &tab = *window->tabCleaning;
+        ASSERT_EQ(tab.autoCleanEveryTimeSlider->value(), 10);
+
+        // Off: the value and its label change, the timer stays off.
+        QTest::keyClick(tab.autoCleanEveryTimeSlider, Qt::Key_Right);
+        EXPECT_EQ(rig.preferences.autoCleanEveryTime(), 11);
+        EXPECT_EQ(tab.min->text(), "11 min");
+        EXPECT_FALSE(delegate.autoCleanEveryTimeTimer().isActive());
+
+        tab.autoCleanEveryTimeChecked->click();
+        EXPECT_TRUE(delegate.autoCleanEveryTimeTimer().isActive());
+        EXPECT_EQ(delegate.autoCleanEveryTimeTimer().interval(), 11 * 60 * 1000);
+
+        // On: restarted with the new interval, a running cleaning or not.
+        QTest::keyClick(tab.autoCleanEveryTimeSlider, Qt::Key_Left);
+        EXPECT_TRUE(delegate.autoCleanEveryTimeTimer().isActive());
+        EXPECT_EQ(delegate.autoCleanEveryTimeTimer().interval(), 10 * 60 * 1000);
+
+        tab.autoCleanEveryTimeChecked->click();
+        EXPECT_FALSE(rig.preferences.autoCleanEveryTimeChecked());
+        EXPECT_FALSE(delegate.autoCleanEveryTimeTimer().isActive());
+    }
+}
+
+}  // namespace
+}  // namespace tarnwell::testing

@@ -1,0 +1,218 @@
+#include <gtest/gtest.h>
+
+#include <QCheckBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QSignalSpy>
+#include <QSlider>
+#include <QTabWidget>
+
+#include "CaseName.h"
+#include "PreferencesRig.h"
+#include "ui/preferences/GeneralTab.h"
+
+namespace tarnwell::testing {
+namespace {
+
+const QString kNone = QStringLiteral("None");
+const QString kPercent = QStringLiteral("Free memory, per cent");
+const QString kSize = QStringLiteral("Free memory, size");
+const QStringList kIcons{"Static icon, monochrome", "Static icon, 3D greyscale",
+                         "Pie chart, monochrome", "Pie chart, colour"};
+
+enum class PopUp { Text, Icon };
+
+struct NoneCase {
+    const char *name;
+    int textType;
+    int iconType;
+    PopUp popUp;
+    int index;  // the item chosen
+    int storedText;
+    int storedIcon;
+    bool textOffersNone;  // afterwards
+    bool iconOffersNone;
+    const char *panelTitle;
+};
+
+void PrintTo(const NoneCase &row, std::ostream *os) {
+    *os << row.name;
+}
+
+class NoneAdjustment : public ::testing::TestWithParam<NoneCase> {};
+
+// Text and icon are never both "None": each pop-up offers "None" only while
+// the other choice is not none, and its indexes shift by one when it does not.
+TEST_P(NoneAdjustment, ChoosingStoresTheTypeBehindTheItem) {
+    const NoneCase &c = GetParam();
+    PreferencesRig rig;
+    rig.store("statusBarText", c.textType);
+    rig.store("statusBarIcon", c.iconType);
+    rig.store("statusBarTextWithInfo", true);
+    auto window = rig.open();
+    GeneralTab &tab = *window->tabGeneral;
+
+    choose(c.popUp == PopUp::Text ? tab.statusBarTextComboBox : tab.statusBarIconComboBox, c.index);
+
+    EXPECT_EQ(rig.preferences.statusBarTextType(), c.storedText);
+    EXPECT_EQ(rig.preferences.statusBarIconType(), c.storedIcon);
+    EXPECT_EQ(items(tab.statusBarTextComboBox).contains(kNone), c.textOffersNone);
+    EXPECT_EQ(items(tab.statusBarIconComboBox).contains(kNone), c.iconOffersNone);
+    EXPECT_EQ(tab.statusBarTextComboBox->currentText(),
+              c.storedText == 0 ? kNone : (c.storedText == 1 ? kPercent : kSize));
+    EXPECT_EQ(tab.statusBarIconComboBox->currentText(),
+              c.storedIcon == 0 ? kNone : kIcons[c.storedIcon - 1]);
+    // The label box means nothing without a text, but keeps its setting.
+    EXPECT_EQ(tab.statusBarTextWithInfo->isEnabled(), c.storedText != 0);
+    EXPECT_TRUE(rig.preferences.statusBarTextWithInfo());
+    // The status item follows at once.
+    ASSERT_FALSE(rig.statusItem.titles.empty());
+    EXPECT_EQ(rig.statusItem.titles.back(), QString::fromUtf8(c.panelTitle));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, NoneAdjustment,
+    ::testing::Values(
+        // No icon: the first text item is "per cent", type 1 (index 0 minus -1).
+        NoneCase{"FirstTextItemWithoutIcon", 2, 0, PopUp::Text, 0, 1, 0, false, true,
+                 "Free: 0.00 %"},
+        // Icon "None" while the text shows the size: the text loses its "None".
+        NoneCase{"IconNoneWhileTextShowsSize", 2, 3, PopUp::Icon, 0, 2, 0, false, true,
+                 "Free: 512.00 MB"},
+        NoneCase{"TextNoneDisablesLabelBox", 1, 3, PopUp::Text, 0, 0, 3, true, false, ""},
+        // No text: the first icon item is the 2D icon, type 1.
+        NoneCase{"FirstIconItemWithoutText", 0, 4, PopUp::Icon, 0, 0, 1, true, false, ""},
+        NoneCase{"LastIconItem", 2, 1, PopUp::Icon, 4, 2, 4, true, true, "Free: 512.00 MB"}),
+    caseName);
+
+TEST(GeneralTab, RefreshSliderRestartsTheTimerUnlessACleaningRuns) {
+    for (const bool cleaning : {false, true}) {
+        SCOPED_TRACE(cleaning ? "cleaning" : "idle");
+        PreferencesRig rig;
+        QRMAppDelegate &delegate = rig.start(cleaning);
+        auto window = rig.open();
+        ASSERT_EQ(window->tabGeneral->refreshRateSlider->value(), 5);
+
+        QTest::keyClick(window->tabGeneral->refreshRateSlider, Qt::Key_Right);
+
+        EXPECT_EQ(rig.preferences.refreshRate(), 6);
+        EXPECT_EQ(window->tabGeneral->updateEverySec->text(), "6 sec");
+        // A cleaning stops the refresh timer and restarts it when it ends.
+        EXPECT_EQ(delegate.refreshMemoryInfoTimer().isActive(), !cleaning);
+        EXPECT_EQ(delegate.refreshMemoryInfoTimer().interval(), cleaning ? 5000 : 6000);
+    }
+}
+
+TEST(GeneralTab, LoginItemBoxShowsTheFolderReReadAfterTheClick) {
+    PreferencesRig rig;
+    rig.store("bundleBuild", "1");  // not the first run, which would add the item
+    auto window = rig.open();
+    QCheckBox *box = window->tabGeneral->startApplicationWhenComputerStarts;
+    ASSERT_FALSE(box->isChecked());
+
+    box->click();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return box->isChecked(); }));
+    EXPECT_TRUE(rig.loginItems.findApplicationAtLoginItems(rig.applicationPath));
+
+    box->click();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !box->isChecked(); }));
+    EXPECT_FALSE(rig.loginItems.findApplicationAtLoginItems(rig.applicationPath));
+
+    // A folder that cannot be written: the click shows at once, the re-read
+    // takes it back.
+    QFile blocker(rig.dir.filePath("autostart"));
+    ASSERT_TRUE(QDir(rig.dir.filePath("autostart")).removeRecursively());
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    ::testing::internal::CaptureStderr();
+    box->click();
+    EXPECT_TRUE(box->isChecked());
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !box->isChecked(); }));
+    EXPECT_NE(::testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(GeneralTab, FirstRunAddsTheLoginItemAndLaterRunsLeaveTheChoice) {
+    PreferencesRig rig;
+    rig.start();
+    EXPECT_TRUE(rig.loginItems.findApplicationAtLoginItems(rig.applicationPath));
+    EXPECT_TRUE(rig.open()->tabGeneral->startApplicationWhenComputerStarts->isChecked());
+
+    rig.loginItems.removeApplicationFromLoginItems(rig.applicationPath);
+    rig.start();
+    EXPECT_FALSE(rig.loginItems.findApplicationAtLoginItems(rig.applicationPath));
+}
+
+TEST(GeneralTab, TaskbarBoxSwitchedOffAsksForTheWindowAgain) {
+    PreferencesRig rig;
+    rig.store("showDockIcon", true);
+    auto window = rig.open();
+    QSignalSpy requests(rig.delegate.get(), &QRMAppDelegate::preferencesWindowRequested);
+    QCheckBox *box = window->tabGeneral->showDockIcon;
+    ASSERT_TRUE(box->isChecked());
+
+    box->click();
+    EXPECT_FALSE(rig.preferences.showDockIcon());
+    EXPECT_EQ(rig.dockIconChanges, 1);
+    EXPECT_TRUE(requests.wait(1000));
+
+    box->click();
+    EXPECT_TRUE(rig.preferences.showDockIcon());
+    EXPECT_EQ(rig.dockIconChanges, 2);
+    EXPECT_FALSE(requests.wait(300));
+    EXPECT_EQ(requests.size(), 1);
+}
+
+// Every text a person reads in the window.
+QStringList windowTexts(const QRMPreferencesWindowController &window) {
+    QStringList texts{window.windowTitle()};
+    for (int i = 0; i < window.tabView->count(); ++i) {
+        texts << window.tabView->tabText(i);
+    }
+    for (const QLabel *label : window.findChildren<QLabel *>()) {
+        texts << label->text();
+    }
+    for (const QAbstractButton *button : window.findChildren<QCheckBox *>()) {
+        texts << button->text();
+    }
+    for (const QGroupBox *box : window.findChildren<QGroupBox *>()) {
+        texts << box->title();
+    }
+    for (const QComboBox *comboBox : window.findChildren<QComboBox *>()) {
+        texts << items(comboBox);
+    }
+    texts.removeAll(QString());
+    return texts;
+}
+
+bool hasCyrillic(const QString &text) {
+    return std::any_of(text.begin(), text.end(),
+                       [](QChar c) { return c.script() == QChar::Script_Cyrillic; });
+}
+
+TEST(GeneralTab, LanguageSwitchRetitlesEveryTextAtOnce) {
+    PreferencesRig rig;
+    auto window = rig.open();
+    const QStringList english = windowTexts(*window);
+    ASSERT_TRUE(english.contains("General"));
+
+    choose(window->tabGeneral->languageComboBox, 2);
+    EXPECT_EQ(rig.preferences.selectedLanguage(), 2);
+    EXPECT_EQ(rig.preferences.appleLanguages(), QStringList{"ru"});
+    EXPECT_EQ(window->windowTitle(), "Настройки");
+    EXPECT_EQ(window->tabView->tabText(0), "Основные");
+    EXPECT_EQ(window->tabGeneral->updateEverySec->text(), "5 сек");
+    const QStringList russian = windowTexts(*window);
+    EXPECT_EQ(russian.size(), english.size());
+    for (const QString &text : russian) {
+        EXPECT_TRUE(hasCyrillic(text)) << text.toStdString();
+    }
+    // Refilled in the new language, the pop-up still shows the choice.
+    EXPECT_EQ(window->tabGeneral->languageComboBox->currentIndex(), 2);
+
+    choose(window->tabGeneral->languageComboBox, 0);
+    EXPECT_EQ(rig.preferences.appleLanguages(), std::nullopt);
+    EXPECT_EQ(rig.preferences.selectedLanguage(), 0);
+    EXPECT_EQ(windowTexts(*window), english);
+}
+
+}  // namespace
+}  // namespace tarnwell::testing

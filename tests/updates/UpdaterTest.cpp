@@ -1,0 +1,450 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QPushButton>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTemporaryDir>
+
+#include "SigningKey.h"
+#include "TestHttpServer.h"
+#include "preferences/QRMPreferencesManager.h"
+#include "updates/PackageInstaller.h"
+#include "updates/QRMUpdater.h"
+#include "updates/UpdateWindow.h"
+
+namespace tarnwell::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+// What the windows were asked to show, one line a call.
+struct RecordingUserInterface : UpdaterUserInterface {
+    void showUpToDate(const QString &version) override { calls << "up to date " + version; }
+    void showUpdateFound(const AppcastItem &item, const QString &notes, bool ready) override {
+        calls
+            << QStringLiteral("found %1 ready=%2 notes=%3").arg(item.version).arg(ready).arg(notes);
+    }
+    void notifyUpdateFound(const AppcastItem &item, bool ready) override {
+        calls << QStringLiteral("notify %1 ready=%2").arg(item.version).arg(ready);
+    }
+    void showDownloadProgress(qint64, qint64 total) override { progressTotal = total; }
+    void showInstalling() override { calls << "installing"; }
+    void offerRestart(const AppcastItem &item) override { calls << "restart " + item.version; }
+    void showFailure(UpdateFailure failure, const QString &detail) override {
+        calls << QStringLiteral("failure %1").arg(int(failure));
+        lastDetail = detail.toStdString();
+    }
+    QStringList calls;
+    std::string lastDetail;
+    qint64 progressTotal = 0;
+};
+
+struct FakeInstaller : PackageInstaller {
+    void install(const QString &path, Done done) override {
+        QFile file(path);
+        file.open(QIODevice::ReadOnly);
+        installed << file.readAll();
+        done(outcome, QStringLiteral("dpkg: error"));
+    }
+    Outcome outcome = Outcome::Installed;
+    QList<QByteArray> installed;
+};
+
+constexpr qint64 kNow = 1'800'000'000;
+const QByteArray kPackage = QByteArray("!<arch>\ndebian-binary   ") + QByteArray(3000, 'p');
+
+class UpdaterTest : public ::testing::Test {
+protected:
+    UpdaterTest()
+        : preferences_(
+              dir_.filePath("Tarnwell.conf"), [] { return std::nullopt; }, QUrl()) {
+        updater_ = makeUpdater();
+    }
+
+    std::unique_ptr<QRMUpdater> makeUpdater() {
+        auto updater = std::make_unique<QRMUpdater>(
+            preferences_, installer_,
+            QRMUpdater::Environment{"100", "1.0", "12", downloads(), key_.publicKey(),
+                                    [this] { return clock_; }, std::chrono::milliseconds(400)});
+        updater->setUserInterface(&ui_);
+        updater->setFeedURL(server_.url("/appcast.xml"));
+        return updater;
+    }
+
+    QString downloads() const { return dir_.filePath("downloads"); }
+    QStringList filesInDownloads() const { return QDir(downloads()).entryList(QDir::Files); }
+
+    // A feed with one release whose package is kPackage, as the server sends it.
+    QByteArray feed(const QByteArray &version, qint64 length = kPackage.size(),
+                    const QByteArray &signedBytes = kPackage, const QByteArray &extra = {}) const {
+        return R"(<?xml version="1.0"?><rss version="2.0"
+            xmlns:sparkle="http://www.andymatuschak.org/xml-namespaces/sparkle"><channel>
+            <item><sparkle:version>)" +
+               version + "</sparkle:version><sparkle:shortVersionString>v" + version +
+               "</sparkle:shortVersionString>" + extra +
+               "<enclosure url=\"/tarnwell.deb\" length=\"" + QByteArray::number(length) +
+               "\" type=\"application/vnd.debian.binary-package\" "
+               "sparkle:edSignature=\"" +
+               key_.sign(signedBytes).toBase64() + "\"/></item></channel></rss>";
+    }
+    void serve(const QByteArray &body) { server_.script(ScriptedReply::respond(200, {}, body)); }
+
+    // Runs one session of the updater to its end.
+    void finishSession() {
+        QSignalSpy finished(updater_.get(), &QRMUpdater::sessionFinished);
+        ASSERT_TRUE(finished.wait(5000));
+    }
+    void check(void (QRMUpdater::*how)()) {
+        (updater_.get()->*how)();
+        finishSession();
+    }
+
+    QTemporaryDir dir_;
+    QRMPreferencesManager preferences_;
+    SigningKey key_;
+    TestHttpServer server_;
+    RecordingUserInterface ui_;
+    FakeInstaller installer_;
+    qint64 clock_ = kNow;
+    std::unique_ptr<QRMUpdater> updater_;
+};
+
+TEST_F(UpdaterTest, UserCheckAnswersUpToDateForEqualOlderOrNoReleases) {
+    for (const QByteArray &version : {QByteArray("100"), QByteArray("99"), QByteArray("100.0")}) {
+        serve(feed(version));
+        check(&QRMUpdater::checkForUpdates);
+    }
+    serve(feed("101", kPackage.size(), kPackage,
+               "<sparkle:minimumSystemVersion>13</sparkle:minimumSystemVersion>"));
+    check(&QRMUpdater::checkForUpdates);
+    EXPECT_THAT(ui_.calls, ElementsAre("up to date 1.0", "up to date 1.0", "up to date 1.0",
+                                       "up to date 1.0"));
+}
+
+TEST_F(UpdaterTest, UserCheckShowsTheNewVersionWithReleaseNotesFromTheLinkOrTheDescription) {
+    serve(feed("101", kPackage.size(), kPackage,
+               "<sparkle:releaseNotesLink>/notes.html</sparkle:releaseNotesLink>"));
+    server_.script(ScriptedReply::respond(200, {}, "<h1>New</h1>"));
+    check(&QRMUpdater::checkForUpdates);
+    serve(feed("102", kPackage.size(), kPackage, "<description>Inline</description>"));
+    check(&QRMUpdater::checkForUpdates);
+    EXPECT_THAT(ui_.calls, ElementsAre("found 101 ready=0 notes=<h1>New</h1>",
+                                       "found 102 ready=0 notes=Inline"));
+    EXPECT_EQ(server_.requests()[1].path, "/notes.html");
+}
+
+struct FeedFault {
+    const char *name;
+    ScriptedReply reply;
+    const char *detail;  // part of what the user is told
+};
+
+class FeedFaultTest : public UpdaterTest, public ::testing::WithParamInterface<FeedFault> {};
+
+TEST_P(FeedFaultTest, UserIsToldWhyAndABackgroundCheckStaysSilentUntilTheNextInterval) {
+    preferences_.setValue(Setting::AutomaticallyChecksForUpdates, true);
+    server_.script(GetParam().reply);
+    check(&QRMUpdater::checkForUpdates);
+    EXPECT_THAT(ui_.calls, ElementsAre("failure 0"));
+    EXPECT_THAT(ui_.lastDetail, HasSubstr(GetParam().detail));
+
+    ui_.calls.clear();
+    server_.script(GetParam().reply);
+    check(&QRMUpdater::checkForUpdatesInBackground);
+    EXPECT_THAT(ui_.calls, IsEmpty());
+    EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateInterval::kDaily));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, FeedFaultTest,
+    ::testing::Values(
+        FeedFault{"Malformed", ScriptedReply::respond(200, {}, "<rss><channel><item>"), "line"},
+        FeedFault{"NotFound", ScriptedReply::respond(404, {}, "gone"), "status 404"},
+        FeedFault{"Stalls", ScriptedReply::stall(), "did not answer within 0.4 s"},
+        FeedFault{"RedirectToAnotherHost",
+                  ScriptedReply::respond(302, {{"Location", "http://127.0.0.2/appcast.xml"}}),
+                  "another host (127.0.0.2)"},
+        FeedFault{"Oversized", ScriptedReply::respond(200, {}, QByteArray(5 << 20, ' ')),
+                  "more than the 4194304 bytes"}),
+    [](const auto &info) { return std::string(info.param.name); });
+
+TEST_F(UpdaterTest, NoNetworkAndInsecureAddressesAreClearErrors) {
+    QTcpServer closed;
+    closed.listen(QHostAddress::LocalHost);
+    const quint16 port = closed.serverPort();
+    closed.close();
+    updater_->setFeedURL(QUrl(QStringLiteral("http://127.0.0.1:%1/appcast.xml").arg(port)));
+    check(&QRMUpdater::checkForUpdates);
+    EXPECT_THAT(ui_.lastDetail, HasSubstr("refused"));
+    for (const char *address : {"http://updates.test/appcast.xml", "ftp://127.0.0.1/appcast.xml",
+                                "file:///etc/passwd", "http://localhost.test/appcast.xml"}) {
+        updater_->setFeedURL(QUrl(address));
+        check(&QRMUpdater::checkForUpdates);
+        EXPECT_THAT(ui_.lastDetail, HasSubstr("not a secure")) << address;
+    }
+    EXPECT_THAT(server_.requests(), IsEmpty());
+}
+
+TEST_F(UpdaterTest, AUserCheckDuringABackgroundCheckIsAnsweredAfterIt) {
+    server_.script(ScriptedReply::stall());
+    serve(feed("100"));
+    updater_->checkForUpdatesInBackground();
+    updater_->checkForUpdates();
+    finishSession();
+    finishSession();
+    EXPECT_THAT(ui_.calls, ElementsAre("up to date 1.0"));
+}
+
+TEST_F(UpdaterTest, ARedirectOnTheSameHostIsFollowed) {
+    server_.script(ScriptedReply::respond(301, {{"Location", "/moved.xml"}}));
+    serve(feed("100"));
+    check(&QRMUpdater::checkForUpdates);
+    EXPECT_THAT(ui_.calls, ElementsAre("up to date 1.0"));
+}
+
+TEST_F(UpdaterTest, BackgroundCheckNotifiesOnlyOfNewNotSkippedVersions) {
+    serve(feed("100"));
+    check(&QRMUpdater::checkForUpdatesInBackground);
+    serve(feed("101"));
+    check(&QRMUpdater::checkForUpdatesInBackground);
+    updater_->skipThisVersion();
+    serve(feed("101"));
+    check(&QRMUpdater::checkForUpdatesInBackground);
+    serve(feed("102"));
+    check(&QRMUpdater::checkForUpdatesInBackground);
+    EXPECT_THAT(ui_.calls, ElementsAre("notify 101 ready=0", "notify 102 ready=0"));
+    // The user still sees a skipped version when asking.
+    preferences_.setValue(Setting::SkippedVersion, QString("102"));
+    serve(feed("102"));
+    check(&QRMUpdater::checkForUpdates);
+    EXPECT_THAT(ui_.calls.last().toStdString(), HasSubstr("found 102"));
+}
+
+TEST_F(UpdaterTest, AutomaticDownloadWaitsVerifiedAndTheUserIsAskedOnlyToInstall) {
+    updater_->setAutomaticallyDownloadsUpdates(true);
+    serve(feed("101"));
+    server_.script(ScriptedReply::respond(200, {}, kPackage));
+    check(&QRMUpdater::checkForUpdatesInBackground);
+    EXPECT_THAT(ui_.calls, ElementsAre("notify 101 ready=1"));
+    EXPECT_THAT(filesInDownloads(), ElementsAre("tarnwell-101.deb"));
+
+    updater_->showFoundUpdate();
+    EXPECT_THAT(ui_.calls.last().toStdString(), HasSubstr("found 101 ready=1"));
+    updater_->installUpdate();
+    EXPECT_THAT(installer_.installed, ElementsAre(kPackage));
+    EXPECT_THAT(ui_.calls.mid(2), ElementsAre("installing", "restart 101"));
+    EXPECT_THAT(filesInDownloads(), IsEmpty());
+    EXPECT_EQ(server_.requests().size(), 2);
+}
+
+TEST_F(UpdaterTest, InstallDownloadsWithProgressThenInstallsAndOffersRestart) {
+    serve(feed("101"));
+    check(&QRMUpdater::checkForUpdates);
+    server_.script(ScriptedReply::respond(200, {}, kPackage));
+    updater_->installUpdate();
+    finishSession();
+    EXPECT_EQ(server_.requests()[1].path, "/tarnwell.deb");
+    EXPECT_EQ(ui_.progressTotal, kPackage.size());
+    EXPECT_THAT(ui_.calls.mid(1), ElementsAre("installing", "restart 101"));
+    EXPECT_THAT(installer_.installed, ElementsAre(kPackage));
+}
+
+struct PackageFault {
+    const char *name;
+    qint64 announcedLength;
+    QByteArray signedBytes;
+    ScriptedReply reply;
+    UpdateFailure failure;
+};
+
+class PackageFaultTest : public UpdaterTest, public ::testing::WithParamInterface<PackageFault> {};
+
+TEST_P(PackageFaultTest, NothingIsInstalledNothingIsLeftAndTheUserIsTold) {
+    const PackageFault &fault = GetParam();
+    serve(feed("101", fault.announcedLength, fault.signedBytes));
+    check(&QRMUpdater::checkForUpdates);
+    server_.script(fault.reply);
+    updater_->installUpdate();
+    finishSession();
+    EXPECT_THAT(ui_.calls.mid(1),
+                ElementsAre(QStringLiteral("failure %1").arg(int(fault.failure))));
+    EXPECT_THAT(installer_.installed, IsEmpty());
+    EXPECT_THAT(filesInDownloads(), IsEmpty());
+
+    // Downloaded silently, the same fault is only logged.
+    ui_.calls.clear();
+    updater_->setAutomaticallyDownloadsUpdates(true);
+    serve(feed("101", fault.announcedLength, fault.signedBytes));
+    server_.script(fault.reply);
+    check(&QRMUpdater::checkForUpdatesInBackground);
+    EXPECT_THAT(ui_.calls, IsEmpty());
+    EXPECT_THAT(filesInDownloads(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, PackageFaultTest,
+    ::testing::Values(
+        PackageFault{"Truncated", kPackage.size() + 10, kPackage,
+                     ScriptedReply::respond(200, {}, kPackage), UpdateFailure::Download},
+        PackageFault{"Oversized", kPackage.size() - 10, kPackage,
+                     ScriptedReply::respond(200, {}, kPackage), UpdateFailure::Download},
+        PackageFault{"WrongSignature", kPackage.size(), "other bytes",
+                     ScriptedReply::respond(200, {}, kPackage), UpdateFailure::Verification},
+        PackageFault{"TamperedInTransit", kPackage.size(), kPackage,
+                     ScriptedReply::respond(200, {}, QByteArray(kPackage).replace('p', 'q')),
+                     UpdateFailure::Verification},
+        PackageFault{"Stalls", kPackage.size(), kPackage, ScriptedReply::stall(),
+                     UpdateFailure::Download},
+        PackageFault{"ServerError", kPackage.size(), kPackage,
+                     ScriptedReply::respond(500, {}, "oops"), UpdateFailure::Download}),
+    [](const auto &info) { return std::string(info.param.name); });
+
+TEST_F(UpdaterTest, ACancelledOrAbandonedDownloadLeavesNoFile) {
+    serve(feed("101"));
+    check(&QRMUpdater::checkForUpdates);
+    server_.script(ScriptedReply::stall());
+    updater_->installUpdate();
+    ASSERT_TRUE(QSignalSpy(&server_, &TestHttpServer::requestReceived).wait(5000));
+    updater_->cancelDownload();
+    finishSession();
+    EXPECT_EQ(ui_.calls.size(), 1) << "a cancel needs no message";
+    EXPECT_THAT(filesInDownloads(), IsEmpty());
+
+    // Quitting in the middle of a download.
+    server_.script(ScriptedReply::stall());
+    updater_->installUpdate();
+    ASSERT_TRUE(QSignalSpy(&server_, &TestHttpServer::requestReceived).wait(5000));
+    updater_.reset();
+    EXPECT_THAT(filesInDownloads(), IsEmpty());
+}
+
+TEST_F(UpdaterTest, InstallerRefusalAndFailureAreReportedAndTheFileKeptForAnotherTry) {
+    serve(feed("101"));
+    check(&QRMUpdater::checkForUpdates);
+    installer_.outcome = PackageInstaller::Outcome::Refused;
+    server_.script(ScriptedReply::respond(200, {}, kPackage));
+    updater_->installUpdate();
+    finishSession();
+    installer_.outcome = PackageInstaller::Outcome::Failed;
+    updater_->installUpdate();
+    EXPECT_THAT(ui_.calls.mid(1),
+                ElementsAre("installing", "failure 3", "installing", "failure 3"));
+    EXPECT_EQ(ui_.lastDetail, "dpkg: error");
+    EXPECT_EQ(server_.requests().size(), 2) << "the verified file is reused";
+}
+
+TEST_F(UpdaterTest, APackageChangedAfterVerificationIsNotInstalled) {
+    updater_->setAutomaticallyDownloadsUpdates(true);
+    serve(feed("101"));
+    server_.script(ScriptedReply::respond(200, {}, kPackage));
+    check(&QRMUpdater::checkForUpdatesInBackground);
+    QFile ready(QDir(downloads()).filePath("tarnwell-101.deb"));
+    ASSERT_TRUE(ready.open(QIODevice::ReadWrite));
+    ready.seek(100);
+    ready.write("evil");
+    ready.close();
+    updater_->showFoundUpdate();
+    updater_->installUpdate();
+    EXPECT_EQ(ui_.calls.last(), "failure 2");
+    EXPECT_THAT(installer_.installed, IsEmpty());
+    EXPECT_THAT(filesInDownloads(), IsEmpty());
+}
+
+TEST_F(UpdaterTest, InformationCheckShowsNothingAndFeedChangesGoThroughTheStore) {
+    preferences_.setUpdater(updater_.get());
+    serve(feed("101"));
+    preferences_.setUpdatesFeedURL(server_.url("/beta/appcast.xml"));
+    finishSession();
+    preferences_.setUpdater(nullptr);
+    EXPECT_EQ(server_.requests()[0].path, "/beta/appcast.xml");
+    EXPECT_EQ(updater_->foundItem()->version, "101");
+    EXPECT_THAT(ui_.calls, IsEmpty());
+    EXPECT_FALSE(preferences_.hasStoredValue(Setting::LastUpdateCheckTime));
+}
+
+TEST_F(UpdaterTest, ScheduleFollowsTheIntervalAndLastCheckAcrossRestarts) {
+    EXPECT_FALSE(updater_->nextScheduledCheck()) << "off until turned on";
+    updater_->setAutomaticallyChecksForUpdates(true);
+    updater_->setUpdateCheckInterval(updateInterval::kWeekly);
+    EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(0)) << "never checked";
+    serve(feed("100"));
+    check(&QRMUpdater::checkForUpdatesInBackground);
+
+    clock_ += 3600;
+    updater_ = makeUpdater();
+    EXPECT_EQ(updater_->updateCheckInterval(), updateInterval::kWeekly);
+    EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateInterval::kWeekly - 3600));
+    clock_ = kNow - 1000;  // the clock was set back
+    EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateInterval::kWeekly));
+
+    for (const auto &[stored, used] : {std::pair<const char *, qint64>{"0", 3600},
+                                       {"-5", 3600},
+                                       {"60", 3600},
+                                       {"99999999999", 31'557'600},
+                                       {"daily", 86'400}}) {
+        QSettings(dir_.filePath("Tarnwell.conf"), QSettings::IniFormat)
+            .setValue("SUScheduledCheckInterval", stored);
+        EXPECT_EQ(makeUpdater()->updateCheckInterval(), used) << stored;
+    }
+}
+
+TEST_F(UpdaterTest, ADueScheduledCheckRunsByItself) {
+    preferences_.setValue(Setting::AutomaticallyChecksForUpdates, true);
+    serve(feed("101"));
+    updater_ = makeUpdater();
+    finishSession();
+    EXPECT_THAT(ui_.calls, ElementsAre("notify 101 ready=0"));
+    EXPECT_EQ(preferences_.value(Setting::LastUpdateCheckTime).toLongLong(), kNow);
+}
+
+QPushButton *button(QWidget &window, const char *name) {
+    return window.findChild<QPushButton *>(QLatin1StringView(name));
+}
+
+TEST_F(UpdaterTest, TheWindowTakesTheUserThroughNotificationDecisionInstallAndRestart) {
+    QStringList notifications;
+    std::function<void()> click;
+    int restarts = 0;
+    UpdateWindow window(
+        *updater_, [](const QString &key) { return key + " %1 %2"; },
+        [&](const QString &title, const QString &, const QString &, std::function<void()> onClick) {
+            notifications << title;
+            click = std::move(onClick);
+        },
+        [&] { ++restarts; });
+    updater_->setUserInterface(&window);
+    serve(feed("101"));
+    check(&QRMUpdater::checkForUpdatesInBackground);
+    ASSERT_EQ(notifications, QStringList{"UpdateNotificationAvailable v101 %2"});
+    EXPECT_FALSE(window.isVisible());
+
+    click();
+    ASSERT_TRUE(window.isVisible());
+    EXPECT_TRUE(button(window, "install")->isVisible());
+    button(window, "skip")->click();
+    EXPECT_EQ(preferences_.value(Setting::SkippedVersion).toString(), "101");
+    EXPECT_FALSE(window.isVisible());
+
+    click();
+    server_.script(ScriptedReply::respond(200, {}, kPackage));
+    button(window, "install")->click();
+    finishSession();
+    EXPECT_THAT(installer_.installed, ElementsAre(kPackage));
+    ASSERT_TRUE(button(window, "restartNow")->isVisible());
+    button(window, "restartNow")->click();
+    EXPECT_EQ(restarts, 1);
+}
+
+TEST(SystemPackageInstaller, InstallsThroughAptWithTheUsersConsent) {
+    EXPECT_EQ(SystemPackageInstaller::installCommand("/home/u/.cache/Tarnwell/updates/t.deb"),
+              QStringList({"pkexec", "/usr/bin/apt-get", "install", "--yes",
+                           "/home/u/.cache/Tarnwell/updates/t.deb"}));
+}
+
+}  // namespace
+}  // namespace tarnwell::test

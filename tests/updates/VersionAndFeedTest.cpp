@@ -1,0 +1,160 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QUrl>
+
+#include "updates/Appcast.h"
+#include "updates/VersionComparator.h"
+
+namespace tarnwell::test {
+namespace {
+
+struct VersionOrder {
+    const char *older;
+    const char *newer;
+};
+
+class VersionOrderTest : public ::testing::TestWithParam<VersionOrder> {};
+
+TEST_P(VersionOrderTest, OlderSortsBeforeNewerBothWays) {
+    const auto [older, newer] = GetParam();
+    EXPECT_LT(compareVersions(QString::fromUtf8(older), QString::fromUtf8(newer)), 0);
+    EXPECT_GT(compareVersions(QString::fromUtf8(newer), QString::fromUtf8(older)), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, VersionOrderTest,
+    ::testing::Values(VersionOrder{"1.0", "1.0.1"}, VersionOrder{"1.0.1", "1.1"},
+                      VersionOrder{"1.1", "1.10"}, VersionOrder{"1.9", "1.10"},
+                      VersionOrder{"1.0b1", "1.0"}, VersionOrder{"1.0a2", "1.0b1"},
+                      VersionOrder{"1.0b2", "1.0b10"}, VersionOrder{"1.0b5", "1.0.1"},
+                      // build numbers
+                      VersionOrder{"99", "100"}, VersionOrder{"2024.9", "2024.10"},
+                      VersionOrder{"18446744073709551615", "18446744073709551616"}));
+
+TEST(VersionEquality, TrailingZerosLeadingZerosAndSeparatorsDoNotCount) {
+    for (const auto &[a, b] : {std::pair{"1.0", "1.0.0"}, std::pair{"1.01", "1.1"},
+                               std::pair{"1.2-3", "1.2.3"}, std::pair{"", "0"}}) {
+        EXPECT_EQ(compareVersions(QString::fromUtf8(a), QString::fromUtf8(b)), 0) << a << " " << b;
+    }
+}
+
+const QUrl kFeedURL("https://updates.test/download/appcast.xml");
+
+QByteArray rss(const QByteArray &items) {
+    return R"(<?xml version="1.0" encoding="utf-8"?>
+<rss version="2.0" xmlns:sparkle="http://www.andymatuschak.org/xml-namespaces/sparkle">
+<channel><title>Tarnwell</title>)" +
+           items + "</channel></rss>";
+}
+
+QByteArray item(const QByteArray &version, const QByteArray &extra = {}) {
+    return "<item><title>Tarnwell " + version + "</title><sparkle:version>" + version +
+           "</sparkle:version>" + extra + "<enclosure url=\"tarnwell-" + version +
+           ".deb\" length=\"1234\" type=\"application/vnd.debian.binary-package\" "
+           "sparkle:edSignature=\"AAAA\"/></item>";
+}
+
+QStringList versionsOf(const QList<AppcastItem> &items) {
+    QStringList versions;
+    for (const AppcastItem &entry : items) {
+        versions << entry.version;
+    }
+    return versions;
+}
+
+TEST(Appcast, NewestOfAShuffledFeedWinsByVersionNotByPosition) {
+    const auto parsed =
+        parseAppcast(rss(item("1.9") + item("1.10") + item("1.2") + item("1.10b3")), kFeedURL);
+    const auto &items = std::get<QList<AppcastItem>>(parsed);
+    ASSERT_EQ(items.size(), 4);
+    EXPECT_EQ(newestItem(items, "12")->version, "1.10");
+    // Addresses are relative to the feed's.
+    EXPECT_EQ(items[1].url, QUrl("https://updates.test/download/tarnwell-1.10.deb"));
+    EXPECT_EQ(items[1].length, 1234);
+    EXPECT_EQ(items[1].edSignature, QByteArray("\0\0\0", 3));
+}
+
+TEST(Appcast, ItemsForANewerSystemAreLeftOut) {
+    const auto parsed = parseAppcast(
+        rss(item("5", "<sparkle:minimumSystemVersion>13</sparkle:minimumSystemVersion>") +
+            item("4", "<sparkle:minimumSystemVersion>12</sparkle:minimumSystemVersion>") +
+            item("3")),
+        kFeedURL);
+    const auto &items = std::get<QList<AppcastItem>>(parsed);
+    EXPECT_EQ(newestItem(items, "12")->version, "4");
+    EXPECT_EQ(newestItem(items, "13")->version, "5");
+    EXPECT_FALSE(newestItem({}, "12"));
+}
+
+TEST(Appcast, ReadsEveryFieldIncludingVersionsOnTheEnclosure) {
+    const QByteArray feed = rss(R"(<item><title>Tarnwell 2.0</title>
+        <sparkle:releaseNotesLink>notes/2.0.html</sparkle:releaseNotesLink>
+        <description><![CDATA[<b>Faster</b>]]></description>
+        <enclosure url="https://cdn.test/t.deb" length="77" type="application/x-deb"
+            sparkle:version="200" sparkle:shortVersionString="2.0" sparkle:edSignature="AQID"/>
+        </item>)");
+    const auto parsed = parseAppcast(feed, kFeedURL);
+    const auto &items = std::get<QList<AppcastItem>>(parsed);
+    ASSERT_EQ(items.size(), 1);
+    const AppcastItem &entry = items.first();
+    EXPECT_EQ(entry.version, "200");
+    EXPECT_EQ(entry.versionForDisplay(), "2.0");
+    EXPECT_EQ(entry.releaseNotesLink, QUrl("https://updates.test/download/notes/2.0.html"));
+    EXPECT_EQ(entry.itemDescription, "<b>Faster</b>");
+    EXPECT_EQ(entry.url, QUrl("https://cdn.test/t.deb"));
+    EXPECT_EQ(entry.length, 77);
+    EXPECT_EQ(entry.type, "application/x-deb");
+    EXPECT_EQ(entry.edSignature, QByteArray("\1\2\3"));
+}
+
+struct UnusableItem {
+    const char *name;
+    QByteArray xml;
+};
+
+class UnusableItemTest : public ::testing::TestWithParam<UnusableItem> {};
+
+TEST_P(UnusableItemTest, IsDroppedAndTheRestOfTheFeedKept) {
+    const auto parsed = parseAppcast(rss(GetParam().xml + item("1.0")), kFeedURL);
+    ASSERT_TRUE(std::holds_alternative<QList<AppcastItem>>(parsed));
+    EXPECT_EQ(versionsOf(std::get<QList<AppcastItem>>(parsed)), QStringList{"1.0"});
+}
+
+QByteArray enclosure(const QByteArray &attributes) {
+    return "<item><sparkle:version>9</sparkle:version><enclosure " + attributes + "/></item>";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, UnusableItemTest,
+    ::testing::Values(
+        UnusableItem{"NoEnclosure", "<item><sparkle:version>9</sparkle:version></item>"},
+        UnusableItem{"NoVersion",
+                     "<item><enclosure url=\"a.deb\" length=\"5\" sparkle:edSignature=\"AA==\"/>"
+                     "</item>"},
+        UnusableItem{"NoURL", enclosure("length=\"5\" sparkle:edSignature=\"AA==\"")},
+        UnusableItem{"ZeroLength",
+                     enclosure("url=\"a.deb\" length=\"0\" sparkle:edSignature=\"AA==\"")},
+        UnusableItem{"NegativeLength",
+                     enclosure("url=\"a.deb\" length=\"-5\" sparkle:edSignature=\"AA==\"")},
+        UnusableItem{"LengthNotANumber",
+                     enclosure("url=\"a.deb\" length=\"5x\" sparkle:edSignature=\"AA==\"")},
+        UnusableItem{"NoSignature", enclosure("url=\"a.deb\" length=\"5\"")},
+        UnusableItem{"SignatureNotBase64",
+                     enclosure("url=\"a.deb\" length=\"5\" sparkle:edSignature=\"**\"")}),
+    [](const auto &info) { return std::string(info.param.name); });
+
+TEST(Appcast, MalformedFeedsAreErrorsAndAnEmptyOneIsNoUpdate) {
+    for (const QByteArray &feed :
+         {QByteArray("<rss><channel><item>"), QByteArray("<html><body/></html>"),
+          QByteArray("{\"json\": true}"), QByteArray(), QByteArray("<rss version=\"2.0\"/>")}) {
+        EXPECT_TRUE(std::holds_alternative<AppcastError>(parseAppcast(feed, kFeedURL)))
+            << feed.data();
+    }
+    const auto empty = parseAppcast(rss(""), kFeedURL);
+    ASSERT_TRUE(std::holds_alternative<QList<AppcastItem>>(empty));
+    EXPECT_TRUE(std::get<QList<AppcastItem>>(empty).isEmpty());
+}
+
+}  // namespace
+}  // namespace tarnwell::test

@@ -1,0 +1,97 @@
+// The web engine for real, under a virtual display of the test's own: the
+// local page loads, Ctrl+W reaches the window through the page, and the
+// welcome executable's processes all end with its window.
+#include <signal.h>
+#include <unistd.h>
+
+#include <QApplication>
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QWebEngineView>
+
+#include <gtest/gtest.h>
+
+#include "ProcessTree.h"
+#include "XvfbDisplay.h"
+#include "app/WelcomeWindowProcess.h"
+#include "welcome/QRMWelcomePageWindow.h"
+#include "welcome/QRMWelcomePageWindowController.h"
+
+namespace tarnwell::testing {
+namespace {
+
+// Nothing listens on the discard port: the site never answers.
+constexpr char kUnreachableSite[] = "http://127.0.0.1:9";
+
+TEST(WelcomeWindow, ShowsTheLocalPageAndClosesOnCtrlWOnly) {
+    const WelcomeSite site(kUnreachableSite);
+    QRMWelcomePageWindow window(site);
+    QRMWelcomePageWindowController controller(
+        {window, [](const QString &key) { return key == "language" ? QStringLiteral("en") : key; },
+         [] { return false; }, site, "1", ":/welcome", "5b0e9c1a7d2f48e6a3c4b9d0e1f27a6c",
+         std::chrono::milliseconds(500)});
+    QSignalSpy loaded(window.webView(), &QWebEngineView::loadFinished);
+    window.show();
+    controller.languageDidChanged();
+
+    ASSERT_TRUE(loaded.wait(60000));
+    EXPECT_TRUE(loaded.at(0).at(0).toBool());
+    EXPECT_EQ(window.webView()->title(), "Welcome to Tarnwell");
+    EXPECT_EQ(window.windowTitle(), "WelcomeToTarnwell");
+
+    // The page holds the focus; the keys go where a user's would.
+    QWidget *page = window.webView()->focusProxy();
+    ASSERT_NE(page, nullptr);
+    QTest::keyClick(page, Qt::Key_W, Qt::ControlModifier | Qt::ShiftModifier);
+    QTest::keyClick(page, Qt::Key_W, Qt::AltModifier);
+    EXPECT_TRUE(window.isVisible());
+    QTest::keyClick(page, Qt::Key_W, Qt::ControlModifier);
+    EXPECT_FALSE(window.isVisible());
+}
+
+TEST(WelcomeExecutable, ItsProcessesEndWithItsWindow) {
+    QTemporaryDir home;
+    qputenv("XDG_CONFIG_HOME", home.filePath("config").toLocal8Bit());
+    qputenv("XDG_DATA_HOME", home.filePath("data").toLocal8Bit());
+    qputenv("XDG_CACHE_HOME", home.filePath("cache").toLocal8Bit());
+    qputenv("TARNWELL_SITE_URL", kUnreachableSite);
+    // The executable decides about the sandbox itself.
+    qunsetenv("QTWEBENGINE_DISABLE_SANDBOX");
+    auto welcome =
+        std::make_unique<WelcomeWindowProcess>(TARNWELL_BINARY_DIR "/src/tarnwell-welcome");
+    QSignalSpy loaded(welcome.get(), &WelcomeWindowProcess::windowDidLoad);
+    welcome->showWelcomePage();
+    ASSERT_TRUE(loaded.wait(60000));
+
+    const QList<pid_t> processes = test::processTree(pid_t(welcome->processId()));
+    // The window's process and the engine's helpers (zygotes, renderer).
+    EXPECT_GE(processes.size(), 2);
+    welcome.reset();
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] {
+            return std::none_of(processes.begin(), processes.end(),
+                                [](pid_t pid) { return ::kill(pid, 0) == 0; });
+        },
+        10000));
+}
+
+}  // namespace
+}  // namespace tarnwell::testing
+
+int main(int argc, char **argv) {
+    tarnwell::test::XvfbDisplay display;
+    if (display.display().empty()) {
+        std::fprintf(stderr, "cannot start Xvfb\n");
+        return 1;
+    }
+    // The engine's helpers refuse to run as root with their sandbox.
+    if (::geteuid() == 0) {
+        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+    }
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    QApplication app(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,260 @@
+// The welcome window's behaviour without the web engine: the reachability
+// check against a loopback site, the page it loads, its texts, its keys and
+// where its links may lead.
+#include <QElapsedTimer>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include "BuildInfo.h"
+#include "CaseName.h"
+#include "TestHttpServer.h"
+#include "localization/QRMLocalization.h"
+#include "preferences/QRMPreferencesManager.h"
+#include "welcome/HostReachabilityCheck.h"
+#include "welcome/QRMWelcomePageWindowController.h"
+#include "welcome/WelcomePageView.h"
+
+namespace tarnwell::testing {
+namespace {
+
+using test::ScriptedReply;
+using test::TestHttpServer;
+using namespace std::chrono_literals;
+
+constexpr char kToken[] = "5b0e9c1a7d2f48e6a3c4b9d0e1f27a6c";
+constexpr auto kTimeout = 1000ms;
+
+struct RecordingView : WelcomePageView {
+    QStringList texts;
+    QList<QUrl> loaded;
+    void setTexts(const QString &title, const QString &invitation, const QString &button) override {
+        texts = {title, invitation, button};
+    }
+    void loadPage(const QUrl &url) override { loaded.append(url); }
+};
+
+// Empty local pages of the three languages, in a folder of the test's own.
+struct PagesFolder {
+    QTemporaryDir dir;
+    PagesFolder() {
+        for (const char *language : {"en", "ru", "uk"}) {
+            QDir(dir.path()).mkpath(language);
+            QFile(dir.filePath(QString::fromLatin1(language) + "/index.html"))
+                .open(QIODevice::WriteOnly);
+        }
+    }
+    QUrl page(const QString &language) const {
+        return QUrl::fromLocalFile(dir.filePath(language + "/index.html"));
+    }
+};
+
+// Runs one check against address to its end: its answer, and whether it
+// came well before the deadline.
+std::pair<bool, bool> check(const QUrl &address) {
+    QNetworkAccessManager network;
+    HostReachabilityCheck check(network, address, kToken, kTimeout);
+    QSignalSpy finished(&check, &HostReachabilityCheck::finished);
+    QElapsedTimer clock;
+    clock.start();
+    check.start();
+    EXPECT_TRUE(finished.wait(5000));
+    // Half the timeout: Qt's coarse timers may fire 5 % early.
+    const bool early = clock.elapsed() < kTimeout.count() / 2;
+    QTest::qWait(50);
+    EXPECT_EQ(finished.size(), 1);
+    return {!finished.isEmpty() && finished.at(0).at(0).toBool(), early};
+}
+
+TEST(Reachability, OnlyTheExactTokenCounts) {
+    const struct {
+        const char *name;
+        ScriptedReply reply;
+        bool reachable, early;
+    } cases[] = {
+        {"token", ScriptedReply::respond(200, {}, kToken), true, true},
+        {"trailing newline", ScriptedReply::respond(200, {}, QByteArray(kToken) + "\n"), false,
+         true},
+        {"last digit", ScriptedReply::respond(200, {}, "5b0e9c1a7d2f48e6a3c4b9d0e1f27a6d"), false,
+         true},
+        {"error page", ScriptedReply::respond(404, {}, kToken), false, true},
+        // Refused as soon as it is longer than the token, not read to its end.
+        {"endless body", ScriptedReply::endlessBody(QByteArray(kToken) + "xyz"), false, true},
+        {"stall", ScriptedReply::stall(), false, false},
+    };
+    for (const auto &c : cases) {
+        TestHttpServer site;
+        site.script(c.reply);
+        EXPECT_EQ(check(site.url("/host/is/reachable/")), std::pair(c.reachable, c.early))
+            << c.name;
+        EXPECT_EQ(site.requests().value(0).path, "/host/is/reachable/");
+    }
+}
+
+TEST(Reachability, FollowsRedirectsOnTheSiteOnly) {
+    TestHttpServer site;
+    TestHttpServer portal;  // another port: another origin
+    portal.script(ScriptedReply::respond(200, {}, kToken));
+    site.script(ScriptedReply::respond(302, {{"Location", portal.url("/login").toEncoded()}}));
+    site.script(ScriptedReply::respond(302, {{"Location", "/host/is/reachable/again/"}}));
+    site.script(ScriptedReply::respond(200, {}, kToken));
+
+    EXPECT_FALSE(check(site.url("/host/is/reachable/")).first);
+    EXPECT_TRUE(portal.requests().isEmpty());
+    EXPECT_TRUE(check(site.url("/host/is/reachable/")).first);
+    EXPECT_EQ(site.requests().last().path, "/host/is/reachable/again/");
+}
+
+// A controller over a recording view, a loopback site, local pages of its
+// own and the real string tables.
+struct ControllerRig {
+    TestHttpServer site;
+    PagesFolder pages;
+    RecordingView view;
+    bool welcomeShown = false;
+    QTemporaryDir home;
+    QRMPreferencesManager preferences{home.filePath("settings.ini"), [] { return std::nullopt; },
+                                      QUrl()};
+    QRMLocalization localization{preferences, ":/translations", [] { return QStringList(); }};
+
+    std::unique_ptr<QRMWelcomePageWindowController> start() {
+        auto controller = std::make_unique<QRMWelcomePageWindowController>(
+            QRMWelcomePageWindowController::Services{
+                view, [this](const QString &key) { return localization.localized(key); },
+                [this] { return welcomeShown; }, WelcomeSite(site.url("").toString()), "120",
+                pages.dir.path(), kToken, kTimeout});
+        controller->languageDidChanged();
+        return controller;
+    }
+
+    bool waitForLoads(qsizetype count) {
+        return QTest::qWaitFor([&] { return view.loaded.size() >= count; }, 5000);
+    }
+};
+
+struct RemotePageCase {
+    const char *name;
+    bool welcomeShown;
+    const char *page;
+};
+
+class RemotePage : public ::testing::TestWithParam<RemotePageCase> {};
+
+TEST_P(RemotePage, ReplacesTheLocalPageWhenTheSiteAnswers) {
+    ControllerRig rig;
+    rig.welcomeShown = GetParam().welcomeShown;
+    rig.preferences.setAppleLanguages(QStringList{"en"});
+    rig.site.script(ScriptedReply::respond(200, {}, kToken));
+    const auto controller = rig.start();
+
+    ASSERT_TRUE(rig.waitForLoads(2));
+    EXPECT_EQ(rig.site.requests().at(0).path, "/host/is/reachable/");
+    EXPECT_EQ(rig.view.loaded.at(0), rig.pages.page("en"));
+    const QString page = QString::fromLatin1(GetParam().page);
+    EXPECT_EQ(rig.view.loaded.at(1).toString(),
+              rig.site.url("/en/" + page + "/").toString() +
+                  "?utm_source=app&utm_medium=app.tarnwell.Tarnwell&utm_term=" + kMarketingVersion +
+                  "&utm_content=" + kBuildNumber + "&utm_campaign=" + page);
+}
+
+INSTANTIATE_TEST_SUITE_P(Runs, RemotePage,
+                         ::testing::Values(RemotePageCase{"FirstRun", false, "welcomefirstrun120"},
+                                           RemotePageCase{"Later", true, "welcome120"}),
+                         caseName);
+
+struct LanguageCase {
+    const char *name;
+    const char *override;  // as the language pop-up stores it
+    const char *segment, *title, *invitation, *button;
+};
+
+class LanguageChange : public ::testing::TestWithParam<LanguageCase> {};
+
+// Starts in English, where the site does not answer, then changes language.
+TEST_P(LanguageChange, RetitlesReloadsAndChecksAgain) {
+    const LanguageCase &c = GetParam();
+    ControllerRig rig;
+    rig.preferences.setAppleLanguages(QStringList{"en"});
+    rig.site.script(ScriptedReply::respond(200, {}, "no"));
+    rig.site.script(ScriptedReply::respond(200, {}, kToken));
+    const auto controller = rig.start();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return rig.site.requests().size() == 1; }, 5000));
+
+    rig.preferences.setAppleLanguages(QStringList{c.override});
+    controller->languageDidChanged();
+    EXPECT_EQ(rig.view.texts, QStringList({c.title, c.invitation, c.button}));
+    ASSERT_TRUE(rig.waitForLoads(3));
+    EXPECT_EQ(rig.view.loaded.at(1), rig.pages.page(c.segment));
+    EXPECT_TRUE(rig.view.loaded.at(2).path().startsWith(QStringLiteral("/%1/").arg(c.segment)));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Languages, LanguageChange,
+    ::testing::Values(
+        LanguageCase{"English", "en", "en", "Welcome to Tarnwell",
+                     "Open the preferences to choose how Tarnwell shows and cleans your memory.",
+                     "Preferences"},
+        LanguageCase{"Russian", "ru", "ru", "Добро пожаловать в Tarnwell",
+                     "Откройте настройки, чтобы выбрать, как Tarnwell показывает и очищает память.",
+                     "Настройки"},
+        LanguageCase{"Ukrainian", "ukr", "uk", "Ласкаво просимо до Tarnwell",
+                     "Відкрийте налаштування, щоб вибрати, як Tarnwell показує та очищає пам’ять.",
+                     "Налаштування"}),
+    caseName);
+
+TEST(WelcomeController, MissingLocalPageLeavesTheViewEmptyAndSaysSo) {
+    ControllerRig rig;
+    QDir(rig.pages.dir.path()).removeRecursively();
+    rig.preferences.setAppleLanguages(QStringList{"ru"});
+    ::testing::internal::CaptureStderr();
+    const auto controller = rig.start();
+    const std::string said = ::testing::internal::GetCapturedStderr();
+    ASSERT_EQ(rig.view.loaded.size(), 1);
+    EXPECT_EQ(rig.view.loaded.at(0), QUrl("about:blank"));
+    EXPECT_NE(
+        said.find("no welcome page at " + rig.pages.dir.filePath("ru/index.html").toStdString()),
+        std::string::npos);
+}
+
+TEST(CloseKey, OnlyCtrlWCloses) {
+    const auto closes = &QRMWelcomePageWindowController::keyDownClosesWindow;
+    EXPECT_TRUE(closes(Qt::ControlModifier, Qt::Key_W));
+    EXPECT_TRUE(closes(Qt::ControlModifier | Qt::KeypadModifier, Qt::Key_W));
+    EXPECT_FALSE(closes(Qt::ControlModifier, Qt::Key_Q));
+    for (const Qt::KeyboardModifiers nearMiss :
+         {Qt::ControlModifier | Qt::ShiftModifier, Qt::ControlModifier | Qt::AltModifier,
+          Qt::ControlModifier | Qt::MetaModifier, Qt::KeyboardModifiers(Qt::AltModifier),
+          Qt::KeyboardModifiers(Qt::NoModifier)}) {
+        EXPECT_FALSE(closes(nearMiss, Qt::Key_W)) << nearMiss.toInt();
+    }
+}
+
+TEST(Navigation, StaysOnTheSite) {
+    using enum WelcomeNavigation;
+    const struct {
+        const char *target;
+        bool linkClicked;
+        WelcomeNavigation expected;
+    } cases[] = {
+        {"https://tarnwell.app/en/support/", true, Load},
+        {"https://tarnwell.app:443/en/", false, Load},
+        {"qrc:/welcome/en/index.html", true, Load},
+        {"https://kernel.org/doc/", true, OpenInBrowser},
+        {"https://tarnwell.app.example.com/", true, OpenInBrowser},
+        {"https://tarnwell.app:8443/en/", true, OpenInBrowser},
+        {"https://tarnwell.app@evil.example/", true, OpenInBrowser},
+        {"http://tarnwell.app/en/", true, OpenInBrowser},
+        {"https://portal.example/login", false, Refuse},
+        {"javascript:alert(1)", true, Refuse},
+    };
+    const WelcomeSite site("https://tarnwell.app");
+    for (const auto &c : cases) {
+        EXPECT_EQ(site.navigation(QUrl(c.target), c.linkClicked), c.expected) << c.target;
+    }
+}
+
+}  // namespace
+}  // namespace tarnwell::testing
