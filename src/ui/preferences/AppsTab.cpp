@@ -22,6 +22,7 @@
 #include "platform/linux/QRMApplicationsInfo.h"
 #include "preferences/QRMPreferencesManager.h"
 #include "preferences/QRMSettingValue.h"
+#include "ui/preferences/ButtonImages.h"
 #include "ui/preferences/QRMPopUpButton.h"
 #include "ui/preferences/QRMTextFieldCell.h"
 
@@ -112,13 +113,13 @@ AppsTab::AppsTab(QRMPreferencesManager &preferences, QRMAppDelegate &appDelegate
             [this] { setViewToRow(selectedRow()); });
 
     addButton = new QRMPopUpButton;
-    addButton->setText(QStringLiteral("+"));
-    addButton->setIcon(QIcon::fromTheme(QStringLiteral("list-add")));
+    addButton->setIcon(QPixmap::fromImage(imageForAddButton(palette(), devicePixelRatioF())));
     addButton->setFixedSize(22, 22);
     addButton->setMenuForPopUp([this] { return menuForPopUp(); });
     addButton->setEnabled(false);
-    removeButton = new QPushButton(QStringLiteral("-"));
-    removeButton->setIcon(QIcon::fromTheme(QStringLiteral("list-remove")));
+    removeButton = new QPushButton;
+    removeButton->setIcon(
+        QPixmap::fromImage(imageForRemoveButton(palette(), devicePixelRatioF())));
     removeButton->setFixedSize(22, 22);
     removeButton->setFlat(true);
     connect(removeButton, &QPushButton::clicked, this, &AppsTab::removeButtonAction);

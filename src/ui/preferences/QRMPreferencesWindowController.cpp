@@ -1,9 +1,11 @@
 #include "ui/preferences/QRMPreferencesWindowController.h"
 
+#include <QEvent>
 #include <QIcon>
 #include <QPixmap>
 #include <QShortcut>
 #include <QTabWidget>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include "StatusBarIcons.h"
@@ -16,15 +18,36 @@
 
 namespace tarnwell {
 
+namespace {
+
+// Drawn from its vector source once per process: four sizes cost more than
+// the rest of an opening.
+const QIcon &preferencesWindowIcon() {
+    static const QIcon icon = [] {
+        QIcon drawn;
+        for (const int size : {16, 32, 64, 128}) {
+            drawn.addPixmap(
+                QPixmap::fromImage(loadStatusBarIcon(kStatusBarIconStatic3D, {size, size})));
+        }
+        return drawn;
+    }();
+    return icon;
+}
+
+}  // namespace
+
 QRMPreferencesWindowController::QRMPreferencesWindowController(PreferencesServices services,
                                                                QWidget *parent)
     : QWidget(parent, Qt::Window), services_(std::move(services)) {
     setAttribute(Qt::WA_DeleteOnClose);
-    QIcon icon;
-    for (const int size : {16, 32, 64, 128}) {
-        icon.addPixmap(QPixmap::fromImage(loadStatusBarIcon(kStatusBarIconStatic3D, {size, size})));
-    }
-    setWindowIcon(icon);
+    // Half a second: a desktop switching themes sends several palette and
+    // style changes in a row, and the images are drawn once, for the last.
+    themeChangeDelay_ = new QTimer(this);
+    themeChangeDelay_->setSingleShot(true);
+    themeChangeDelay_->setInterval(500);
+    connect(themeChangeDelay_, &QTimer::timeout, this,
+            &QRMPreferencesWindowController::themeChanged);
+    setWindowIcon(preferencesWindowIcon());
 
     tabView = new QTabWidget;
     tabGeneral = new GeneralTab(services_);
@@ -56,6 +79,16 @@ QRMPreferencesWindowController::QRMPreferencesWindowController(PreferencesServic
 }
 
 QRMPreferencesWindowController::~QRMPreferencesWindowController() = default;
+
+void QRMPreferencesWindowController::changeEvent(QEvent *event) {
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::ThemeChange ||
+        event->type() == QEvent::StyleChange) {
+        if (themeChangeDelay_) {
+            themeChangeDelay_->start();
+        }
+    }
+    QWidget::changeEvent(event);
+}
 
 void QRMPreferencesWindowController::languageDidChanged() {
     const Localizer &localized = services_.localized;

@@ -5,6 +5,7 @@
 #include "ui/preferences/PreferencesServices.h"
 
 class QTabWidget;
+class QTimer;
 
 namespace tarnwell {
 
@@ -33,8 +34,17 @@ public:
     CleaningTab *tabCleaning;
     UpdatesTab *tabUpdates;
 
+signals:
+    // The desktop switched between light and dark: images drawn in the
+    // palette's colours are drawn again (the Apps tab's "+" and "-").
+    void themeChanged();
+
+protected:
+    void changeEvent(QEvent *event) override;
+
 private:
     PreferencesServices services_;
+    QTimer *themeChangeDelay_ = nullptr;
 };
 
 }  // namespace tarnwell

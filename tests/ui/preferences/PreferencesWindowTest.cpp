@@ -4,10 +4,12 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPointer>
+#include <QSignalSpy>
 #include <QSlider>
 
 #include "CaseName.h"
 #include "PreferencesRig.h"
+#include "ui/preferences/ButtonImages.h"
 #include "ui/preferences/CleaningTab.h"
 #include "ui/preferences/GeneralTab.h"
 #include "ui/preferences/PreferencesWindowOpener.h"
@@ -139,6 +141,34 @@ TEST(PreferencesWindow, BothNoneInTheFileShowsTheDefaults) {
     auto window = rig.open();
     EXPECT_EQ(window->tabGeneral->statusBarTextComboBox->currentText(), "Free memory, size");
     EXPECT_EQ(window->tabGeneral->statusBarIconComboBox->currentText(), "Pie chart, monochrome");
+}
+
+TEST(PreferencesWindow, PlusAndMinusFollowTheThemeHalfASecondAfterItChanges) {
+    QPalette light;
+    light.setColor(QPalette::ButtonText, Qt::black);
+    QPalette dark;
+    dark.setColor(QPalette::ButtonText, Qt::white);
+    // Both glyphs cross the centre; only "+" reaches up to its fourth row.
+    for (const auto &[palette, color] :
+         {std::pair{light, QColor(Qt::black)}, std::pair{dark, QColor(Qt::white)}}) {
+        const QImage add = imageForAddButton(palette, 2.0);
+        const QImage remove = imageForRemoveButton(palette, 2.0);
+        ASSERT_EQ(add.size(), QSize(32, 32));
+        EXPECT_EQ(add.pixelColor(16, 16), color);
+        EXPECT_EQ(add.pixelColor(16, 8), color);
+        EXPECT_EQ(remove.pixelColor(16, 16), color);
+        EXPECT_EQ(remove.pixelColor(16, 8).alpha(), 0);
+    }
+
+    PreferencesRig rig;
+    auto window = rig.open();
+    QSignalSpy themeChanged(window.get(), &QRMPreferencesWindowController::themeChanged);
+    window->setPalette(dark);
+    window->setPalette(light);
+    EXPECT_EQ(themeChanged.size(), 0);
+    EXPECT_TRUE(themeChanged.wait(1000));
+    EXPECT_FALSE(themeChanged.wait(700));
+    EXPECT_EQ(themeChanged.size(), 1);
 }
 
 }  // namespace
