@@ -62,7 +62,7 @@ public:
         ApplicationEventSource *applicationEvents = nullptr;
         // Starts the applications catalogue's search off the main thread;
         // empty: no catalogue.
-        std::function<void()> searchApplicationsAndUtilitiesInBackground;
+        std::function<void()> searchApplicationsAndUtilitiesInBackground = {};
     };
 
     // Takes the first sample (which may already start a cleaning, when a

@@ -6,7 +6,6 @@
 #include <QLabel>
 #include <QMenu>
 #include <QPushButton>
-#include <QSettings>
 #include <QSignalSpy>
 #include <QTableWidget>
 #include <QTemporaryDir>
@@ -38,6 +37,9 @@ protected:
                                      nullptr,
                                      [](std::function<void()> task) { task(); },
                                      nullptr,
+                                     nullptr,
+                                     nullptr,
+                                     {},
                                      &rig.applicationEvents,
                                      {}});
     }
@@ -72,9 +74,9 @@ protected:
     }
 
     QTemporaryDir home;
-    QRMPreferencesManager preferences{
-        std::make_unique<QSettings>(home.filePath("Tarnwell.conf"), QSettings::IniFormat),
-        [] { return std::optional<uint64_t>(8ull << 30); }, QUrl("https://site.test/a.xml")};
+    QRMPreferencesManager preferences{home.filePath("Tarnwell.conf"),
+                                      [] { return std::optional<uint64_t>(8ull << 30); },
+                                      QUrl("https://site.test/a.xml")};
     ControllerRig rig;
     PreferencesAppSettings settings{preferences};
     std::unique_ptr<QRMAppDelegate> delegate;
