@@ -4,6 +4,8 @@
 #include <QSemaphore>
 #include <QThread>
 
+#include <vector>
+
 #include "EVTLog.h"
 #include "threads/StartThread.h"
 
@@ -19,6 +21,16 @@ protected:
         threads::runWithSignalStack([this] { exec(); });
     }
 };
+
+// A stuck worker's thread and context stay for the rest of the process, still
+// reachable (a leak checker need not report them).
+void leaveBehind(std::unique_ptr<QThread> thread, std::unique_ptr<QObject> context) {
+    static std::mutex mutex;
+    static auto *stuck =
+        new std::vector<std::pair<std::unique_ptr<QThread>, std::unique_ptr<QObject>>>;
+    std::lock_guard lock(mutex);
+    stuck->emplace_back(std::move(thread), std::move(context));
+}
 
 }  // namespace
 
@@ -82,8 +94,7 @@ bool EVTSerialQueue::stop(std::function<void()> finalTask) {
         // The tasks still queued belong to owners that are going away: skipped.
         // Destroying a running QThread would abort the process, so it is kept.
         *abandoned_ = true;
-        [[maybe_unused]] QThread *running = thread_.release();
-        [[maybe_unused]] QObject *context = context_.release();
+        leaveBehind(std::move(thread_), std::move(context_));
         return false;
     }
     // Objects the tasks parented to the context go with it, on this thread

@@ -65,11 +65,12 @@ QRMPreferencesManager::QRMPreferencesManager(QString fileName,
                                              PhysicalMemoryProvider physicalMemory,
                                              QUrl stableFeedURL, bool stableFeedFromOverride)
     : fileName_(std::move(fileName)),
+      fileCheck_(fileName_),
       physicalMemory_(std::move(physicalMemory)),
       stableFeedURL_(std::move(stableFeedURL)),
       stableFeedFromOverride_(stableFeedFromOverride) {
     // QSettings reads the file as it is made, so the file is checked first.
-    if (const std::optional<QString> refusal = settingsFileRefusal(fileName_)) {
+    if (const std::optional<QString> refusal = fileCheck_.refusal()) {
         warnRefused(fileName_, *refusal);
     } else {
         settings_ = std::make_unique<QSettings>(fileName_, QSettings::IniFormat);
@@ -269,7 +270,7 @@ bool QRMPreferencesManager::fileUsableLocked() {
     if (!settings_) {
         return false;
     }
-    const std::optional<QString> refusal = settingsFileRefusal(fileName_);
+    const std::optional<QString> refusal = fileCheck_.refusal();
     if (!refusal) {
         return true;
     }

@@ -13,6 +13,7 @@
 #include <optional>
 
 #include "preferences/QRMSettingsTable.h"
+#include "preferences/SettingsFileCheck.h"
 
 namespace tarnwell {
 
@@ -26,7 +27,7 @@ using PhysicalMemoryProvider = std::function<std::optional<uint64_t>()>;
 // so a killed process loses nothing. Getters follow their row of
 // kSettingsTable: a missing or unreadable value yields the default, which
 // write-back rows also store. A settings file that must not be touched
-// (settingsFileRefusal) is left alone: the store says so once and keeps the
+// (SettingsFileCheck) is left alone: the store says so once and keeps the
 // values in memory, starting from the defaults. Safe to call from any thread.
 class QRMPreferencesManager {
 public:
@@ -189,6 +190,7 @@ private:
 
     std::mutex mutex_;
     QString fileName_;
+    SettingsFileCheck fileCheck_;
     std::unique_ptr<QSettings> settings_;  // nothing once the file is refused
     QVariantMap memory_;                   // the values while the file is refused
     PhysicalMemoryProvider physicalMemory_;

@@ -70,13 +70,15 @@ std::optional<QString> linkRefusal(const QByteArray &file) {
 
 }  // namespace
 
-std::optional<QString> settingsFileRefusal(const QString &path) {
-    const QString absolute = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
-    const QByteArray file = QFile::encodeName(absolute);
+SettingsFileCheck::SettingsFileCheck(const QString &path)
+    : file_(QFile::encodeName(QDir::cleanPath(QFileInfo(path).absoluteFilePath()))),
+      folder_(QFileInfo(QFile::decodeName(file_)).path()) {}
+
+std::optional<QString> SettingsFileCheck::refusal() {
     struct stat status {};
-    if (::lstat(file.constData(), &status) == 0) {
+    if (::lstat(file_.constData(), &status) == 0) {
         if (S_ISLNK(status.st_mode)) {
-            if (auto refusal = linkRefusal(file)) {
+            if (auto refusal = linkRefusal(file_)) {
                 return refusal;
             }
         } else if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
@@ -87,13 +89,24 @@ std::optional<QString> settingsFileRefusal(const QString &path) {
     }
     // QSettings makes the folders that are missing, so the nearest one that exists
     // is where the file would go.
-    QString folder = QFileInfo(absolute).path();
-    while (!QFileInfo::exists(folder) && folder != QLatin1String("/")) {
+    QString folder = folder_;
+    struct stat folderStatus {};
+    while (::stat(QFile::encodeName(folder).constData(), &folderStatus) != 0 &&
+           folder != QLatin1String("/")) {
         folder = QFileInfo(folder).path();
+    }
+    // The store checks before every read: the folder it found fine last time needs no
+    // second look (realpath() costs a system call for every component).
+    if (folder == folder_ && folderStatus.st_dev == checkedFolder_.st_dev &&
+        folderStatus.st_ino == checkedFolder_.st_ino) {
+        return std::nullopt;
     }
     const QString realFolder = realPath(QFile::encodeName(folder));
     if (!realFolder.isEmpty() && realFolder != folder && !insideOwnFolders(realFolder)) {
         return QStringLiteral("its folder leads to %1, outside your own folders").arg(realFolder);
+    }
+    if (folder == folder_) {
+        checkedFolder_ = folderStatus;
     }
     return std::nullopt;
 }

@@ -47,6 +47,30 @@ protected:
     QRMLoginItems items{home.filePath(QStringLiteral("autostart"))};
 };
 
+// Installed, the login item runs what the menu entry runs; from a build
+// folder, or when another tarnwell comes first in PATH, the file itself.
+TEST_F(LoginItemsTest, InstalledProgramIsTheOneTheMenuEntryStarts) {
+    const QByteArray path = qgetenv("PATH");
+    EXPECT_EQ(QRMLoginItems::programFor(app), app) << "no desktop entry beside the prefix";
+
+    const QString entry = home.filePath(QStringLiteral("share/applications"));
+    QDir().mkpath(entry);
+    QFile desktop(entry + QStringLiteral("/app.tarnwell.Tarnwell.desktop"));
+    ASSERT_TRUE(desktop.open(QIODevice::WriteOnly));
+    desktop.write("[Desktop Entry]\nType=Application\nName=Tarnwell\nExec=tarnwell\n");
+    desktop.close();
+    qputenv("PATH", QFile::encodeName(home.filePath(QStringLiteral("bin"))) + ':' + path);
+    EXPECT_EQ(QRMLoginItems::programFor(app), QStringLiteral("tarnwell"));
+    ASSERT_TRUE(items.addApplicationToLoginItems(QRMLoginItems::programFor(app)));
+    EXPECT_TRUE(items.findApplicationAtLoginItems(app));
+
+    const QString shadow = makeExecutable(QStringLiteral("first/tarnwell"));
+    qputenv("PATH", QFile::encodeName(QFileInfo(shadow).path()) + ':' +
+                        QFile::encodeName(home.filePath(QStringLiteral("bin"))) + ':' + path);
+    EXPECT_EQ(QRMLoginItems::programFor(app), app);
+    qputenv("PATH", path);
+}
+
 TEST_F(LoginItemsTest, AddTwiceGivesTwoEntriesAndOneRemoveTakesThemAll) {
     EXPECT_FALSE(items.findApplicationAtLoginItems(app));
     ASSERT_TRUE(items.addApplicationToLoginItems(app));

@@ -139,7 +139,20 @@ QRMLoginItems &QRMLoginItems::sharedLoginItems() {
 }
 
 QString QRMLoginItems::applicationPath() {
-    return QCoreApplication::applicationFilePath();
+    return programFor(QCoreApplication::applicationFilePath());
+}
+
+QString QRMLoginItems::programFor(const QString &executable) {
+    const QFileInfo file(executable);
+    const QString entry =
+        file.dir().filePath(QStringLiteral("../share/applications/app.tarnwell.Tarnwell.desktop"));
+    const QString program = execProgram(readEntryKeys(readEntry(entry)).exec);
+    // Only an entry that starts this very file: another Tarnwell earlier in
+    // PATH must not take over the login item.
+    if (!program.isEmpty() && canonicalProgram(program) == file.canonicalFilePath()) {
+        return program;
+    }
+    return executable;
 }
 
 QRMLoginItems::QRMLoginItems(QString autostartFolder) : folder_(std::move(autostartFolder)) {}

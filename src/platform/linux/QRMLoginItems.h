@@ -15,8 +15,12 @@ class QRMLoginItems : public LoginItems {
 public:
     // Over $XDG_CONFIG_HOME/autostart.
     static QRMLoginItems &sharedLoginItems();
-    // What a login item starts: this executable, by its absolute path.
+    // What a login item starts: programFor() this executable.
     static QString applicationPath();
+    // Installed, what the menu's desktop entry beside the executable's prefix
+    // starts (so the login item follows the package); from a build folder, the
+    // executable by its absolute path.
+    static QString programFor(const QString &executable);
 
     explicit QRMLoginItems(QString autostartFolder);
 

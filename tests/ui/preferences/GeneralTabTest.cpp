@@ -85,6 +85,20 @@ INSTANTIATE_TEST_SUITE_P(
         NoneCase{"LastIconItem", 2, 1, PopUp::Icon, 4, 2, 4, true, true, "Free: 512.00 MB"}),
     caseName);
 
+TEST(GeneralTab, PanelTextPlacementAndColourAreStoredAsChosen) {
+    PreferencesRig rig;
+    rig.store("statusBarAppearance", 7);  // an edited file: shown as automatic
+    auto window = rig.open();
+    GeneralTab &tab = *window->tabGeneral;
+    EXPECT_EQ(tab.statusBarAppearanceComboBox->currentText(), "As the desktop says");
+
+    choose(tab.statusBarTextPlacementComboBox, 2);
+    choose(tab.statusBarAppearanceComboBox, 2);
+    EXPECT_EQ(rig.preferences.statusBarTextPlacement(), 2);
+    EXPECT_EQ(rig.preferences.statusBarAppearance(), 2);
+    EXPECT_EQ(tab.statusBarTextPlacementComboBox->currentText(), "Drawn into the icon");
+}
+
 TEST(GeneralTab, RefreshSliderRestartsTheTimerUnlessACleaningRuns) {
     for (const bool cleaning : {false, true}) {
         SCOPED_TRACE(cleaning ? "cleaning" : "idle");
