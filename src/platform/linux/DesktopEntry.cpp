@@ -1,11 +1,8 @@
 #include "platform/linux/DesktopEntry.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <QFile>
 #include <QStringDecoder>
+
+#include "platform/linux/CappedFileRead.h"
 
 namespace tarnwell {
 
@@ -137,36 +134,12 @@ std::optional<DesktopEntry> DesktopEntry::parse(const QByteArray &bytes) {
 }
 
 std::optional<DesktopEntry> DesktopEntry::readFile(const QString &path) {
-    // O_NONBLOCK: opening a FIFO for reading would otherwise wait for a writer.
-    const int fd =
-        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-    if (fd < 0) {
+    const std::optional<QByteArray> bytes =
+        readCappedRegularFile(path, kMaximumFileSize, FileLinks::Follow);
+    if (!bytes || bytes->isEmpty()) {
         return std::nullopt;
     }
-    QByteArray bytes;
-    struct stat status {};
-    if (::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) &&
-        status.st_size <= kMaximumFileSize) {
-        // One byte more than allowed tells a file that grew since fstat.
-        bytes.resize(kMaximumFileSize + 1);
-        qsizetype total = 0;
-        while (total < bytes.size()) {
-            const ssize_t got = ::read(fd, bytes.data() + total, size_t(bytes.size() - total));
-            if (got < 0 && errno == EINTR) {
-                continue;
-            }
-            if (got <= 0) {
-                break;
-            }
-            total += got;
-        }
-        bytes.truncate(total);
-    }
-    ::close(fd);
-    if (bytes.isEmpty() || bytes.size() > kMaximumFileSize) {
-        return std::nullopt;
-    }
-    return parse(bytes);
+    return parse(*bytes);
 }
 
 bool DesktopEntry::hasGroup(const QString &group) const {
