@@ -312,6 +312,10 @@
         <translation>Add applications with the + button.</translation>
     </message>
     <message>
+        <source>ApplicationEventsNotAvailable</source>
+        <translation>Application events are not available in this session: under Wayland, Tarnwell cannot see other applications’ windows.</translation>
+    </message>
+    <message>
         <source>buttonDidLaunch</source>
         <translation>starts</translation>
     </message>

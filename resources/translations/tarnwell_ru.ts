@@ -312,6 +312,10 @@
         <translation>Добавьте приложения кнопкой «+».</translation>
     </message>
     <message>
+        <source>ApplicationEventsNotAvailable</source>
+        <translation>События приложений недоступны в этом сеансе: под Wayland Tarnwell не видит окна других приложений.</translation>
+    </message>
+    <message>
         <source>buttonDidLaunch</source>
         <translation>запускается</translation>
     </message>

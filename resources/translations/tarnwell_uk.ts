@@ -312,6 +312,10 @@
         <translation>Додайте програми кнопкою «+».</translation>
     </message>
     <message>
+        <source>ApplicationEventsNotAvailable</source>
+        <translation>Події програм недоступні в цьому сеансі: під Wayland Tarnwell не бачить вікна інших програм.</translation>
+    </message>
+    <message>
         <source>buttonDidLaunch</source>
         <translation>запускається</translation>
     </message>
