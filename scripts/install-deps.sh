@@ -11,7 +11,7 @@ packages=(
     qt6-base-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools qt6-svg-dev libqt6svg6
     # the welcome window's web view (its own executable, never linked into tarnwell)
     qt6-webengine-dev
-    libgl-dev libegl-dev zlib1g-dev libxcb1-dev libxcb-ewmh-dev
+    libgl-dev libegl-dev zlib1g-dev libxcb1-dev libxcb-ewmh-dev libxcb-res0-dev
     # update signatures (Ed25519)
     libssl-dev
     # tests and benchmarks
@@ -22,7 +22,7 @@ packages=(
     librsvg2-bin dpkg-dev file desktop-file-utils appstream lintian man-db groff-base
     bash-completion
     # a desktop for the tests: display, window manager, session bus, notifications
-    xvfb xauth x11-utils openbox dbus dbus-x11 dunst xdotool
+    xvfb xauth x11-utils x11-apps openbox dbus dbus-x11 dunst xdotool
     # text drawn into the status icon, in the tests as on a desktop
     fonts-dejavu-core
 )

@@ -7,6 +7,8 @@
 #include <string_view>
 
 #include <QApplication>
+#include <QLocale>
+#include <QStandardPaths>
 #include <QTimer>
 
 #include "BuildInfo.h"
@@ -31,9 +33,11 @@
 #include "localization/QRMLocalization.h"
 #include "memory/LinuxMemorySource.h"
 #include "memory/QRMMemoryInfo.h"
+#include "platform/linux/QRMApplicationsInfo.h"
 #include "platform/linux/QRMLoginItems.h"
 #include "platform/linux/QRMTaskbarPresence.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
+#include "platform/linux/X11ApplicationEventMonitor.h"
 #include "preferences/QRMPreferencesManager.h"
 #include "ui/DisplayCheck.h"
 #include "ui/SingleInstance.h"
@@ -192,13 +196,25 @@ int runTrayApplication(int argc, char **argv) {
     ApplicationUpdater updater(preferences, notifier);
     QRMTaskbarPresence taskbarPresence([&preferences] { return preferences.showDockIcon(); });
     QRMLoginItems &loginItems = QRMLoginItems::sharedLoginItems();
+    X11ApplicationEventMonitor applicationEvents;
+    const bool applicationEventsAvailable = X11ApplicationEventMonitor::available();
+    QRMApplicationsInfo &catalogue = QRMApplicationsInfo::sharedApplicationsInfo();
     const auto windows = [&](ApplicationSession &session) -> std::unique_ptr<QObject> {
         auto opener = std::make_unique<PreferencesWindowOpener>(PreferencesServices{
             session.delegate(), preferences, session.engine(),
             [](const QString &key) { return localized(key); },
             QRMLanguageNotifier::sharedNotifier(), loginItems, QRMLoginItems::applicationPath(),
             [&taskbarPresence] { taskbarPresence.showDockIconChanged(); }, &usageEvents,
-            &updater.updater()});
+            &updater.updater(),
+            AppsTabSources{
+                &catalogue,
+                [&applicationEvents](const QString &locale) {
+                    return applicationEvents.runningApplications(locale);
+                },
+                QStringLiteral("%1/%2/icons")
+                    .arg(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation),
+                         QString::fromLatin1(kBundleIdentifier)),
+                applicationEventsAvailable, QLocale().name()}});
         QObject::connect(&session.delegate(), &QRMAppDelegate::preferencesWindowRequested,
                          opener.get(), &PreferencesWindowOpener::showPreferencesWindow);
         // A second start asks for the one window that lets a user do anything.

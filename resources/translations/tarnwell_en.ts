@@ -260,6 +260,38 @@
         <translation>Pie chart, colour</translation>
     </message>
     <message>
+        <source>statusBarTextPlacement</source>
+        <translation>Panel text shown:</translation>
+    </message>
+    <message>
+        <source>TextPlacementAutomatic</source>
+        <translation>As the panel allows</translation>
+    </message>
+    <message>
+        <source>TextPlacementLabel</source>
+        <translation>Beside the icon</translation>
+    </message>
+    <message>
+        <source>TextPlacementDrawn</source>
+        <translation>Drawn into the icon</translation>
+    </message>
+    <message>
+        <source>statusBarAppearance</source>
+        <translation>Panel colour:</translation>
+    </message>
+    <message>
+        <source>AppearanceAutomatic</source>
+        <translation>As the desktop says</translation>
+    </message>
+    <message>
+        <source>AppearanceLight</source>
+        <translation>Light</translation>
+    </message>
+    <message>
+        <source>AppearanceDark</source>
+        <translation>Dark</translation>
+    </message>
+    <message>
         <source>sec</source>
         <translation>sec</translation>
     </message>
@@ -278,6 +310,10 @@
     <message>
         <source>ChooseApplication</source>
         <translation>Add applications with the + button.</translation>
+    </message>
+    <message>
+        <source>ApplicationEventsNotAvailable</source>
+        <translation>Application events are not available in this session: under Wayland, Tarnwell cannot see other applications’ windows.</translation>
     </message>
     <message>
         <source>buttonDidLaunch</source>

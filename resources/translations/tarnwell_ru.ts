@@ -260,6 +260,38 @@
         <translation>Круговая диаграмма, цветная</translation>
     </message>
     <message>
+        <source>statusBarTextPlacement</source>
+        <translation>Где показывать текст:</translation>
+    </message>
+    <message>
+        <source>TextPlacementAutomatic</source>
+        <translation>Как позволяет панель</translation>
+    </message>
+    <message>
+        <source>TextPlacementLabel</source>
+        <translation>Рядом со значком</translation>
+    </message>
+    <message>
+        <source>TextPlacementDrawn</source>
+        <translation>В самом значке</translation>
+    </message>
+    <message>
+        <source>statusBarAppearance</source>
+        <translation>Цвет панели:</translation>
+    </message>
+    <message>
+        <source>AppearanceAutomatic</source>
+        <translation>Как в теме рабочего стола</translation>
+    </message>
+    <message>
+        <source>AppearanceLight</source>
+        <translation>Светлая</translation>
+    </message>
+    <message>
+        <source>AppearanceDark</source>
+        <translation>Тёмная</translation>
+    </message>
+    <message>
         <source>sec</source>
         <translation>сек</translation>
     </message>
@@ -278,6 +310,10 @@
     <message>
         <source>ChooseApplication</source>
         <translation>Добавьте приложения кнопкой «+».</translation>
+    </message>
+    <message>
+        <source>ApplicationEventsNotAvailable</source>
+        <translation>События приложений недоступны в этом сеансе: под Wayland Tarnwell не видит окна других приложений.</translation>
     </message>
     <message>
         <source>buttonDidLaunch</source>

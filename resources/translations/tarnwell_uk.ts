@@ -260,6 +260,38 @@
         <translation>Кругова діаграма, кольорова</translation>
     </message>
     <message>
+        <source>statusBarTextPlacement</source>
+        <translation>Де показувати текст:</translation>
+    </message>
+    <message>
+        <source>TextPlacementAutomatic</source>
+        <translation>Як дозволяє панель</translation>
+    </message>
+    <message>
+        <source>TextPlacementLabel</source>
+        <translation>Поруч зі значком</translation>
+    </message>
+    <message>
+        <source>TextPlacementDrawn</source>
+        <translation>У самому значку</translation>
+    </message>
+    <message>
+        <source>statusBarAppearance</source>
+        <translation>Колір панелі:</translation>
+    </message>
+    <message>
+        <source>AppearanceAutomatic</source>
+        <translation>Як у темі робочого столу</translation>
+    </message>
+    <message>
+        <source>AppearanceLight</source>
+        <translation>Світла</translation>
+    </message>
+    <message>
+        <source>AppearanceDark</source>
+        <translation>Темна</translation>
+    </message>
+    <message>
         <source>sec</source>
         <translation>с</translation>
     </message>
@@ -278,6 +310,10 @@
     <message>
         <source>ChooseApplication</source>
         <translation>Додайте програми кнопкою «+».</translation>
+    </message>
+    <message>
+        <source>ApplicationEventsNotAvailable</source>
+        <translation>Події програм недоступні в цьому сеансі: під Wayland Tarnwell не бачить вікна інших програм.</translation>
     </message>
     <message>
         <source>buttonDidLaunch</source>

@@ -2,7 +2,9 @@
 
 #include <cstdint>
 
+#include <QList>
 #include <QString>
+#include <QVariantMap>
 
 #include "app/CleaningStatistics.h"
 
@@ -37,6 +39,9 @@ public:
     // Stored as the settings totallyCleaned (count) and totallyCleanedDigit.
     virtual RunningTotal totallyCleaned() = 0;
     virtual void setTotallyCleaned(RunningTotal total) = 0;
+
+    // The monitored-application records; empty when none are stored.
+    virtual QList<QVariantMap> applicationsAndUtilitiesToMonitoring() = 0;
 
     // True until a build number has been stored.
     virtual bool isFirstRun() = 0;

@@ -15,7 +15,9 @@ namespace tarnwell {
 ApplicationSession::ApplicationSession(QRMMemoryInfo &memory, StatusItemView *statusItem,
                                        UserNotifier *notifier, UsageEvents *usageEvents,
                                        WelcomeWindowProcess *welcome, UpdateChecks *updater,
-                                       LoginItems *loginItems, const QString &loginItemPath)
+                                       LoginItems *loginItems, const QString &loginItemPath,
+                                       ApplicationEventSource *applicationEvents,
+                                       std::function<void()> searchApplicationsAndUtilities)
     : engine_(memory), settings_(QRMPreferencesManager::sharedPreferencesManager()) {
     delegate_ = std::make_unique<QRMAppDelegate>(
         QRMAppDelegate::Services{engine_,
@@ -28,7 +30,9 @@ ApplicationSession::ApplicationSession(QRMMemoryInfo &memory, StatusItemView *st
                                  usageEvents,
                                  updater,
                                  loginItems,
-                                 loginItemPath});
+                                 loginItemPath,
+                                 applicationEvents,
+                                 std::move(searchApplicationsAndUtilities)});
     // Direct, so the menu is in the new language by the time the change returns.
     QObject::connect(&QRMLanguageNotifier::sharedNotifier(),
                      &QRMLanguageNotifier::languageDidChanged, delegate_.get(),
@@ -61,7 +65,8 @@ void ApplicationSession::connectWelcomeWindow(WelcomeWindowProcess &welcome) {
 int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *statusItem,
                UserNotifier *notifier, UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
                UpdateChecks *updater, LoginItems *loginItems, const QString &loginItemPath,
-               const SessionWindows &windows) {
+               const SessionWindows &windows, ApplicationEventSource *applicationEvents,
+               std::function<void()> searchApplicationsAndUtilities) {
     QCoreApplication::setApplicationName(QString::fromLatin1(kDisplayName));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(kMarketingVersion));
     // A logout or a Ctrl-C ends the event loop, so everything is torn down in
@@ -70,7 +75,8 @@ int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *sta
     QObject::connect(&terminationSignals, &TerminationSignals::terminationRequested, &app,
                      &QCoreApplication::quit);
     ApplicationSession session(memory, statusItem, notifier, usageEvents, welcome, updater,
-                               loginItems, loginItemPath);
+                               loginItems, loginItemPath, applicationEvents,
+                               std::move(searchApplicationsAndUtilities));
     const std::unique_ptr<QObject> openWindows = windows ? windows(session) : nullptr;
     return app.exec();
 }

@@ -17,6 +17,7 @@ class QCoreApplication;
 
 namespace tarnwell {
 
+class ApplicationEventSource;
 class LoginItems;
 class StatusItemView;
 class UpdateChecks;
@@ -33,10 +34,13 @@ public:
     // usageEvents may be null: nothing is reported. welcome may be null: no
     // welcome window (console mode). updater may be null: no update checks.
     // loginItems may be null: the first run adds no login item.
+    // applicationEvents may be null: no cleaning on other applications' events.
     ApplicationSession(QRMMemoryInfo &memory, StatusItemView *statusItem, UserNotifier *notifier,
                        UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
                        UpdateChecks *updater = nullptr, LoginItems *loginItems = nullptr,
-                       const QString &loginItemPath = {});
+                       const QString &loginItemPath = {},
+                       ApplicationEventSource *applicationEvents = nullptr,
+                       std::function<void()> searchApplicationsAndUtilities = {});
     ~ApplicationSession();
 
     QRMAppDelegate &delegate() { return *delegate_; }
@@ -61,6 +65,8 @@ using SessionWindows = std::function<std::unique_ptr<QObject>(ApplicationSession
 int runSession(QCoreApplication &app, QRMMemoryInfo &memory, StatusItemView *statusItem,
                UserNotifier *notifier, UsageEvents *usageEvents, WelcomeWindowProcess *welcome,
                UpdateChecks *updater = nullptr, LoginItems *loginItems = nullptr,
-               const QString &loginItemPath = {}, const SessionWindows &windows = {});
+               const QString &loginItemPath = {}, const SessionWindows &windows = {},
+               ApplicationEventSource *applicationEvents = nullptr,
+               std::function<void()> searchApplicationsAndUtilities = {});
 
 }  // namespace tarnwell

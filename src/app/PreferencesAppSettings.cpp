@@ -85,6 +85,10 @@ bool PreferencesAppSettings::isWelcomeShown() {
     return preferences_.isWelcomeShown();
 }
 
+QList<QVariantMap> PreferencesAppSettings::applicationsAndUtilitiesToMonitoring() {
+    return preferences_.applicationsAndUtilitiesToMonitoring().value_or(QList<QVariantMap>());
+}
+
 void PreferencesAppSettings::setIsWelcomeShown(bool shown) {
     preferences_.setIsWelcomeShown(shown);
 }

@@ -29,6 +29,7 @@ public:
     void setMaxCleaned(uint64_t bytes) override;
     RunningTotal totallyCleaned() override;
     void setTotallyCleaned(RunningTotal total) override;
+    QList<QVariantMap> applicationsAndUtilitiesToMonitoring() override;
     bool isFirstRun() override;
     bool isWelcomeShown() override;
     void setIsWelcomeShown(bool shown) override;

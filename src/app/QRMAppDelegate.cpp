@@ -20,6 +20,7 @@
 #include "app/UsageEvents.h"
 #include "app/UserNotifier.h"
 #include "preferences/QRMConstants.h"
+#include "preferences/QRMSettingValue.h"
 #include "threads/StartThread.h"
 
 namespace tarnwell {
@@ -43,6 +44,12 @@ void runOnNewThread(std::function<void()> task) {
     threads::startThread(std::move(task)).detach();
 }
 
+// A flag counts only as a real boolean; a missing one is off.
+bool isFlagOn(const QVariantMap &record, const QString &key) {
+    const QVariant flag = record.value(key);
+    return flag.typeId() == QMetaType::Bool && flag.toBool();
+}
+
 }  // namespace
 
 QRMAppDelegate::QRMAppDelegate(Services services, QObject *parent)
@@ -58,7 +65,10 @@ QRMAppDelegate::QRMAppDelegate(Services services, QObject *parent)
       loginItems_(services.loginItems),
       loginItemPath_(std::move(services.loginItemPath)),
       runInBackground_(services.runInBackground ? std::move(services.runInBackground)
-                                                : BackgroundRunner(runOnNewThread)) {
+                                                : BackgroundRunner(runOnNewThread)),
+      applicationEvents_(services.applicationEvents),
+      searchApplicationsAndUtilitiesInBackground_(
+          std::move(services.searchApplicationsAndUtilitiesInBackground)) {
     connect(&refreshMemoryInfoTimer_, &QTimer::timeout, this, &QRMAppDelegate::refreshMemoryInfo);
     connect(&autoCleanEveryTimeTimer_, &QTimer::timeout, this,
             [this] { cleanMemoryNow(CleaningTrigger::Automatic); });
@@ -76,6 +86,9 @@ QRMAppDelegate::QRMAppDelegate(Services services, QObject *parent)
 }
 
 QRMAppDelegate::~QRMAppDelegate() {
+    if (applicationEvents_) {
+        applicationEvents_->stopMonitoring();
+    }
     // Returns only once no observer call is running or about to run.
     engine_.removeMemoryCleanedObserver(memoryCleanedObserver_);
     std::unique_lock lock(backgroundMutex_);
@@ -135,7 +148,54 @@ void QRMAppDelegate::applicationDidFinishLaunching() {
     if (settings_.autoCleanEveryTimeChecked()) {
         setupAutoCleanEveryTimeTimer();
     }
+    loadPreferences();
     showWelcomePageIfNeeded();
+}
+
+void QRMAppDelegate::loadPreferences() {
+    applicationsPreferences_ = settings_.applicationsAndUtilitiesToMonitoring();
+    if (!applicationEvents_) {
+        return;
+    }
+    const bool wanted = std::any_of(
+        applicationsPreferences_.cbegin(), applicationsPreferences_.cend(),
+        [](const QVariantMap &record) {
+            return std::any_of(
+                monitoredApplicationKey::kEvents.cbegin(), monitoredApplicationKey::kEvents.cend(),
+                [&](const char *key) { return isFlagOn(record, QString::fromLatin1(key)); });
+        });
+    if (!wanted) {
+        applicationEvents_->stopMonitoring();
+        return;
+    }
+    applicationEvents_->startMonitoring([this](ApplicationEvent event, const QString &id) {
+        preformAction(id, QString::fromLatin1(monitoredApplicationKey::kEvents[size_t(event)]));
+    });
+}
+
+void QRMAppDelegate::preformAction(const QString &applicationId, const QString &key) {
+    if (applicationId.isEmpty()) {
+        return;
+    }
+    // By index with the count read each time: cleanMemoryNow() runs code that
+    // may reload the list.
+    for (qsizetype i = 0; i < applicationsPreferences_.size(); ++i) {
+        const QVariantMap &record = applicationsPreferences_.at(i);
+        const QVariant id = record.value(QString::fromLatin1(monitoredApplicationKey::kID));
+        if (id.typeId() != QMetaType::QString || id.toString() != applicationId) {
+            continue;
+        }
+        if (isFlagOn(record, key)) {
+            cleanMemoryNow();
+            return;
+        }
+    }
+}
+
+void QRMAppDelegate::searchApplicationsAndUtilities() {
+    if (searchApplicationsAndUtilitiesInBackground_) {
+        searchApplicationsAndUtilitiesInBackground_();
+    }
 }
 
 void QRMAppDelegate::showWelcomePageIfNeeded() {

@@ -8,6 +8,7 @@
 #include <QObject>
 #include <QTimer>
 
+#include "app/ApplicationEventSource.h"
 #include "app/Localizer.h"
 #include "app/QRMStatusMenu.h"
 
@@ -57,6 +58,11 @@ public:
         LoginItems *loginItems = nullptr;
         // What a login item starts.
         QString loginItemPath = {};
+        // Null: no cleaning on other applications' events.
+        ApplicationEventSource *applicationEvents = nullptr;
+        // Starts the applications catalogue's search off the main thread;
+        // empty: no catalogue.
+        std::function<void()> searchApplicationsAndUtilitiesInBackground = {};
     };
 
     // Takes the first sample (which may already start a cleaning, when a
@@ -88,6 +94,16 @@ public:
 
     // Drops the request while a cleaning is in progress.
     void cleanMemoryNow(CleaningTrigger trigger = CleaningTrigger::Automatic);
+    // Takes the monitored-application list from the settings; watches other
+    // applications only while one of its records has an event flag on.
+    void loadPreferences();
+    // Cleans when the first record with this application's id whose flag
+    // named key is true is found; records with the flag off or missing are
+    // passed over, so a later record with the same id still counts. The
+    // misspelt name is the method's historic one.
+    void preformAction(const QString &applicationId, const QString &key);
+    // Starts a search of the applications catalogue in the background.
+    void searchApplicationsAndUtilities();
 
 public slots:
     void refreshMemoryInfo();
@@ -146,6 +162,9 @@ private:
     LoginItems *loginItems_;
     QString loginItemPath_;
     BackgroundRunner runInBackground_;
+    ApplicationEventSource *applicationEvents_;
+    std::function<void()> searchApplicationsAndUtilitiesInBackground_;
+    QList<QVariantMap> applicationsPreferences_;
     int memoryCleanedObserver_ = -1;
     // Background tasks still running; the destructor waits for them, since
     // each hands its result back to this object.

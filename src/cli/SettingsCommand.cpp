@@ -71,9 +71,10 @@ int setSetting(QRMPreferencesManager &preferences, const SettingDefinition &defi
                const QString &text) {
     const std::optional<QVariant> value = settingValueFromText(definition.type, text);
     if (!value) {
-        return usageError(QStringLiteral("'%1' is not a valid value for %2: expected %3")
-                              .arg(text, keyOf(definition), describeSettingType(definition.type))
-                              .toStdString());
+        return usageError(
+            QStringLiteral("'%1' is not a valid value for %2: %3")
+                .arg(text, keyOf(definition), settingTextProblem(definition.type, text))
+                .toStdString());
     }
     if (const auto range =
             outsideSettingRange(definition.id, *value, preferences.installedMemory())) {

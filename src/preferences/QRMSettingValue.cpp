@@ -5,6 +5,7 @@
 #include <QMetaType>
 #include <QStringList>
 #include <QUrl>
+#include <variant>
 
 namespace tarnwell {
 
@@ -110,22 +111,41 @@ std::optional<QStringList> readStringList(const QVariant &stored) {
     }
 }
 
-bool isMonitoredApplicationRecord(const QVariant &element) {
+// Why an element is not a monitored-application record; empty when it is one.
+// Flags may be missing (they then count as off); no other key may appear.
+QString recordProblem(const QVariant &element) {
     if (element.typeId() != QMetaType::QVariantMap) {
-        return false;
+        return QStringLiteral("is not an object");
     }
     const QVariantMap record = element.toMap();
-    if (record.value(monitoredApplicationKey::kName).typeId() != QMetaType::QString ||
-        record.value(monitoredApplicationKey::kID).typeId() != QMetaType::QString) {
-        return false;
-    }
-    for (const char *event : monitoredApplicationKey::kEvents) {
-        const auto found = record.constFind(event);
-        if (found != record.cend() && found->typeId() != QMetaType::Bool) {
-            return false;
+    for (const char *key : {monitoredApplicationKey::kName, monitoredApplicationKey::kID}) {
+        if (record.value(key).typeId() != QMetaType::QString) {
+            return QStringLiteral("has no \"%1\" text").arg(QLatin1String(key));
         }
     }
-    return true;
+    for (auto it = record.cbegin(); it != record.cend(); ++it) {
+        const auto &events = monitoredApplicationKey::kEvents;
+        const bool isEvent = std::any_of(events.cbegin(), events.cend(),
+                                         [&](const char *event) { return it.key() == event; });
+        if (isEvent && it->typeId() != QMetaType::Bool) {
+            return QStringLiteral("has \"%1\" that is not true or false").arg(it.key());
+        }
+        if (!isEvent && it.key() != monitoredApplicationKey::kName &&
+            it.key() != monitoredApplicationKey::kID) {
+            return QStringLiteral("has the unknown key \"%1\"").arg(it.key());
+        }
+    }
+    return {};
+}
+
+// Why a list is not a list of records; empty when it is one.
+QString recordListProblem(const QVariantList &list) {
+    for (qsizetype i = 0; i < list.size(); ++i) {
+        if (const QString problem = recordProblem(list[i]); !problem.isEmpty()) {
+            return QStringLiteral("record %1 %2").arg(i + 1).arg(problem);
+        }
+    }
+    return {};
 }
 
 std::optional<QVariantList> readRecordList(const QVariant &stored) {
@@ -142,10 +162,27 @@ std::optional<QVariantList> readRecordList(const QVariant &stored) {
         default:
             return std::nullopt;
     }
-    for (const QVariant &element : list) {
-        if (!isMonitoredApplicationRecord(element)) {
-            return std::nullopt;
-        }
+    if (!recordListProblem(list).isEmpty()) {
+        return std::nullopt;
+    }
+    return list;
+}
+
+// The JSON array of a record list, or why the text is not one.
+std::variant<QVariantList, QString> recordListFromJson(const QString &text) {
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8(), &error);
+    if (error.error != QJsonParseError::NoError) {
+        return QStringLiteral("not JSON (%1 at byte %2)")
+            .arg(error.errorString())
+            .arg(error.offset);
+    }
+    if (!document.isArray()) {
+        return QStringLiteral("not a JSON array of records");
+    }
+    QVariantList list = document.array().toVariantList();
+    if (QString problem = recordListProblem(list); !problem.isEmpty()) {
+        return problem;
     }
     return list;
 }
@@ -207,12 +244,11 @@ std::optional<QVariant> settingValueFromText(SettingType type, const QString &te
             return QVariant(codes);
         }
         case SettingType::RecordList: {
-            QJsonParseError error;
-            const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8(), &error);
-            if (error.error != QJsonParseError::NoError || !document.isArray()) {
+            const auto list = recordListFromJson(text);
+            if (std::holds_alternative<QString>(list)) {
                 return std::nullopt;
             }
-            return typedSettingValue(type, document.array().toVariantList());
+            return QVariant(std::get<QVariantList>(list));
         }
     }
     return std::nullopt;
@@ -235,6 +271,15 @@ QString settingValueToText(SettingType type, const QVariant &typed) {
                                          .toJson(QJsonDocument::Compact));
     }
     return {};
+}
+
+QString settingTextProblem(SettingType type, const QString &text) {
+    if (type == SettingType::RecordList) {
+        if (const auto list = recordListFromJson(text); std::holds_alternative<QString>(list)) {
+            return std::get<QString>(list);
+        }
+    }
+    return QStringLiteral("expected ") + describeSettingType(type);
 }
 
 QString describeSettingType(SettingType type) {

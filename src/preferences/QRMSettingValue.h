@@ -35,6 +35,9 @@ QVariant storableSettingValue(SettingType type, const QVariant &typed);
 // "en,ru"; records as a JSON array of objects.
 std::optional<QVariant> settingValueFromText(SettingType type, const QString &text);
 QString settingValueToText(SettingType type, const QVariant &typed);
+// Why settingValueFromText refuses the text: for a record list the first
+// fault found, otherwise what a value of the type looks like.
+QString settingTextProblem(SettingType type, const QString &text);
 // What a value of the type looks like, for error messages.
 QString describeSettingType(SettingType type);
 

@@ -13,6 +13,7 @@
 
 #include "CaseName.h"
 #include "app/AppSettings.h"
+#include "app/ApplicationEventSource.h"
 #include "app/MemoryEngine.h"
 #include "app/QRMAppDelegate.h"
 #include "app/StatusItemView.h"
@@ -101,6 +102,7 @@ struct FakeSettings : AppSettings {
     int64_t digit = 0;
     bool welcomeShown = false;
     QString build;
+    QList<QVariantMap> monitored;
 
     int64_t statusBarTextType() override { return textType; }
     bool statusBarTextWithInfo() override { return textWithInfo; }
@@ -122,6 +124,7 @@ struct FakeSettings : AppSettings {
         total = t.count;
         digit = t.digit;
     }
+    QList<QVariantMap> applicationsAndUtilitiesToMonitoring() override { return monitored; }
     bool isFirstRun() override { return build.isEmpty(); }
     bool isWelcomeShown() override { return welcomeShown; }
     void setIsWelcomeShown(bool shown) override { welcomeShown = shown; }
@@ -210,6 +213,18 @@ inline bool waitUntilIdle(QRMAppDelegate &delegate) {
     return !delegate.memoryCleaningInProgress();
 }
 
+// Hands the controller's handler to the test, which plays the other
+// applications.
+struct FakeApplicationEvents : ApplicationEventSource {
+    Handler handler;
+    int starts = 0;
+    void startMonitoring(Handler h) override {
+        handler = std::move(h);
+        ++starts;
+    }
+    void stopMonitoring() override { handler = nullptr; }
+};
+
 // Everything a controller needs, with the cleaning started inline.
 struct ControllerRig {
     FakeEngine engine;
@@ -219,12 +234,24 @@ struct ControllerRig {
     FakeUrlOpener urlOpener;
     FakeUsageEvents usageEvents;
     FakeUpdateChecks updater;
+    FakeApplicationEvents applicationEvents;
     Localizer localized = fakeLocalizer();
 
     std::unique_ptr<QRMAppDelegate> start() {
-        auto delegate = std::make_unique<QRMAppDelegate>(QRMAppDelegate::Services{
-            engine, settings, localized, urlOpener, &statusItem, &notifier,
-            [](std::function<void()> task) { task(); }, &usageEvents, &updater});
+        auto delegate = std::make_unique<QRMAppDelegate>(
+            QRMAppDelegate::Services{engine,
+                                     settings,
+                                     localized,
+                                     urlOpener,
+                                     &statusItem,
+                                     &notifier,
+                                     [](std::function<void()> task) { task(); },
+                                     &usageEvents,
+                                     &updater,
+                                     nullptr,
+                                     {},
+                                     &applicationEvents,
+                                     {}});
         delegate->awakeFromNib();
         return delegate;
     }

@@ -75,7 +75,15 @@ INSTANTIATE_TEST_SUITE_P(
                 "out of range for autoCleanByInactiveSize"},
         Refusal{"FeedOverFtp", {"FeedURL", "ftp://example.org/feed.xml"}, "an https address"},
         Refusal{
-            "FeedOverPlainHttp", {"FeedURL", "http://example.org/feed.xml"}, "an https address"}),
+            "FeedOverPlainHttp", {"FeedURL", "http://example.org/feed.xml"}, "an https address"},
+        Refusal{"ListNotJson", {"applicationsAndUtilitiesToMonitoring", "[{"}, ": not JSON ("},
+        Refusal{"RecordWithoutID",
+                {"applicationsAndUtilitiesToMonitoring", R"([{"name":"Files"}])"},
+                R"(: record 1 has no "ID" text)"},
+        Refusal{"RecordWithIcon",
+                {"applicationsAndUtilitiesToMonitoring",
+                 R"([{"name":"A","ID":"a.desktop"},{"name":"B","ID":"b","icon":"b.png"}])"},
+                R"(: record 2 has the unknown key "icon")"}),
     tarnwell::test::caseName);
 
 TEST_F(SettingsCommandTest, ListingWritesBackDefaultsAndMarksTheOthers) {
@@ -95,6 +103,19 @@ TEST_F(SettingsCommandTest, ValueSetIsWhatTheNextRunReads) {
     EXPECT_EQ(run({"AppleLanguages", "ukr, en"}).exitCode, 0);
     EXPECT_EQ(run({"statusBarIcon"}).out, "4\n");
     EXPECT_EQ(run({"AppleLanguages"}).out, "ukr,en\n");
+}
+
+TEST_F(SettingsCommandTest, MonitoredListRoundTripsAsJsonAndABadOneKeepsIt) {
+    const QString list =
+        R"([{"DidActivate":true,"DidLaunch":false,"ID":"org.gnome.TextEditor.desktop",)"
+        R"("name":"Текст"}])";
+    ASSERT_EQ(run({"applicationsAndUtilitiesToMonitoring", list}).exitCode, 0);
+    const Outcome refused = run({"applicationsAndUtilitiesToMonitoring",
+                                 R"([{"name":"B","ID":"b.desktop","DidHide":"yes"}])"});
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_TRUE(refused.err.contains(R"(record 1 has "DidHide" that is not true or false)"))
+        << refused.err.toStdString();
+    EXPECT_EQ(run({"applicationsAndUtilitiesToMonitoring"}).out, list + "\n");
 }
 
 TEST_F(SettingsCommandTest, ResetNamesAndRemovesWhatIsStored) {

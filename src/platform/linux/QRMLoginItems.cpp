@@ -13,6 +13,8 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 
+#include "platform/linux/CappedFileRead.h"
+
 namespace tarnwell {
 
 namespace {
@@ -25,30 +27,8 @@ constexpr int kMaxEntryNames = 1000;
 // Reads a regular file of the folder without following a link out of it and
 // without blocking on a FIFO planted there.
 QByteArray readEntry(const QString &fileName) {
-    const int fd = ::open(QFile::encodeName(fileName).constData(),
-                          O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0) {
-        return {};
-    }
-    QByteArray bytes;
-    struct stat status {};
-    if (::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_size <= kMaxEntrySize) {
-        bytes.resize(kMaxEntrySize);
-        qsizetype filled = 0;
-        while (filled < bytes.size()) {
-            const ssize_t n = ::read(fd, bytes.data() + filled, size_t(bytes.size() - filled));
-            if (n < 0 && errno == EINTR) {
-                continue;
-            }
-            if (n <= 0) {
-                break;
-            }
-            filled += n;
-        }
-        bytes.truncate(filled);
-    }
-    ::close(fd);
-    return bytes;
+    return readCappedRegularFile(fileName, kMaxEntrySize, FileLinks::Refuse)
+        .value_or(QByteArray());
 }
 
 // The string escapes of desktop entry values: \s \n \t \r \\.

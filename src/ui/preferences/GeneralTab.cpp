@@ -26,6 +26,7 @@ constexpr int kMinRefreshRate = 1;   // seconds
 constexpr int kMaxRefreshRate = 60;  // seconds
 constexpr qint64 kTextTypes = 3;     // none, percentage, free size
 constexpr qint64 kIconTypes = 5;     // none, 2D, 3D, black pie, colour pie
+constexpr qint64 kPanelChoices = 3;  // automatic and the two forced ones
 
 // Just over a tenth of a second: the autostart folder is read again after a
 // click, so the box shows what is really there, not what was clicked. Qt
@@ -37,6 +38,16 @@ constexpr auto kLoginItemRereadDelay =
 qint64 storedOrDefault(QRMPreferencesManager &preferences, Setting setting, qint64 count) {
     const qint64 stored = preferences.value(setting).toLongLong();
     return stored >= 0 && stored < count ? stored : preferences.defaultValue(setting).toLongLong();
+}
+
+// Refills a pop-up with its items in the current language and selects one.
+void fillPopUp(QComboBox *popUp, std::initializer_list<const char *> keys, qint64 selected,
+               const Localizer &localized) {
+    popUp->clear();
+    for (const char *key : keys) {
+        popUp->addItem(localized(QString::fromLatin1(key)));
+    }
+    popUp->setCurrentIndex(selected >= 0 && selected < popUp->count() ? int(selected) : 0);
 }
 
 }  // namespace
@@ -88,6 +99,14 @@ GeneralTab::GeneralTab(PreferencesServices &services, QWidget *parent)
     visuals->addRow(statusBarText, statusBarTextComboBox);
     visuals->addRow(QString(), statusBarTextWithInfo);
     visuals->addRow(statusBarIcon, statusBarIconComboBox);
+    statusBarTextPlacement = new QLabel;
+    statusBarTextPlacementComboBox = new QComboBox;
+    statusBarTextPlacement->setBuddy(statusBarTextPlacementComboBox);
+    visuals->addRow(statusBarTextPlacement, statusBarTextPlacementComboBox);
+    statusBarAppearance = new QLabel;
+    statusBarAppearanceComboBox = new QComboBox;
+    statusBarAppearance->setBuddy(statusBarAppearanceComboBox);
+    visuals->addRow(statusBarAppearance, statusBarAppearanceComboBox);
     generalVisuals = addBox(page, visuals);
 
     showNotificationsAfterCleaning = new QCheckBox;
@@ -113,6 +132,10 @@ GeneralTab::GeneralTab(PreferencesServices &services, QWidget *parent)
     connect(statusBarIconComboBox, &QComboBox::activated, this, &GeneralTab::onStatusBarIcon);
     connect(showNotificationsAfterCleaning, &QCheckBox::clicked, this,
             &GeneralTab::onShowNotificationsAfterCleaning);
+    connect(statusBarTextPlacementComboBox, &QComboBox::activated, this,
+            [this](int index) { onPanelChoice(Setting::StatusBarTextPlacement, index); });
+    connect(statusBarAppearanceComboBox, &QComboBox::activated, this,
+            [this](int index) { onPanelChoice(Setting::StatusBarAppearance, index); });
 }
 
 void GeneralTab::languageDidChanged() {
@@ -131,15 +154,20 @@ void GeneralTab::languageDidChanged() {
                        {updateEvery, "updateEvery"},
                        {updateEveryInfo, "updateEveryInfo"},
                        {statusBarText, "statusBarText"},
-                       {statusBarIcon, "statusBarIcon"}});
+                       {statusBarIcon, "statusBarIcon"},
+                       {statusBarTextPlacement, "statusBarTextPlacement"},
+                       {statusBarAppearance, "statusBarAppearance"}});
 
-    languageComboBox->clear();
-    for (const char *key : {"Automatic", "English", "Russian", "Ukrainian"}) {
-        languageComboBox->addItem(localized(QString::fromLatin1(key)));
-    }
-    const qint64 selected = services_.preferences.selectedLanguage();
-    languageComboBox->setCurrentIndex(
-        selected >= 0 && selected < languageComboBox->count() ? int(selected) : 0);
+    QRMPreferencesManager &preferences = services_.preferences;
+    fillPopUp(languageComboBox, {"Automatic", "English", "Russian", "Ukrainian"},
+              preferences.selectedLanguage(), localized);
+    fillPopUp(statusBarTextPlacementComboBox,
+              {"TextPlacementAutomatic", "TextPlacementLabel", "TextPlacementDrawn"},
+              storedOrDefault(preferences, Setting::StatusBarTextPlacement, kPanelChoices),
+              localized);
+    fillPopUp(statusBarAppearanceComboBox,
+              {"AppearanceAutomatic", "AppearanceLight", "AppearanceDark"},
+              storedOrDefault(preferences, Setting::StatusBarAppearance, kPanelChoices), localized);
     showRefreshRate();
     statusBarTextAndIconBlockRefresh();
 }
@@ -209,6 +237,13 @@ void GeneralTab::onStatusBarIcon(int index) {
 
 void GeneralTab::onShowNotificationsAfterCleaning(bool on) {
     services_.preferences.setShowNotificationsAfterCleaning(on);
+}
+
+void GeneralTab::onPanelChoice(Setting setting, int index) {
+    services_.preferences.setValue(setting, qint64(index));
+    if (!services_.appDelegate.memoryCleaningInProgress()) {
+        services_.appDelegate.refreshStatusMenu();
+    }
 }
 
 void GeneralTab::statusBarTextAndIconBlockRefresh() {

@@ -2,6 +2,7 @@
 
 #include <QWidget>
 
+#include "preferences/QRMSettingsTable.h"
 #include "ui/preferences/PreferencesServices.h"
 
 class QCheckBox;
@@ -41,6 +42,10 @@ public:
     QCheckBox *statusBarTextWithInfo;
     QLabel *statusBarIcon;
     QComboBox *statusBarIconComboBox;
+    QLabel *statusBarTextPlacement;
+    QComboBox *statusBarTextPlacementComboBox;
+    QLabel *statusBarAppearance;
+    QComboBox *statusBarAppearanceComboBox;
     QCheckBox *showNotificationsAfterCleaning;
 
 private:
@@ -52,6 +57,8 @@ private:
     void onStatusBarTextWithInfo(bool on);
     void onStatusBarIcon(int index);
     void onShowNotificationsAfterCleaning(bool on);
+    // Where the status item's text goes and which panel colour it assumes.
+    void onPanelChoice(Setting setting, int index);
     // Refills the two pop-ups so that text and icon are never both "None".
     void statusBarTextAndIconBlockRefresh();
     void showRefreshRate();

@@ -17,7 +17,8 @@ class QWidget;
 namespace tarnwell {
 
 // Sets each widget's text, or a group box's title, to its key's text in the
-// current language.
+// current language. Check boxes and labels that name a control get a
+// mnemonic, each a different letter; a page passes all of them in one call.
 void setLocalizedTexts(const Localizer &localized,
                        std::initializer_list<std::pair<QWidget *, const char *>> texts);
 

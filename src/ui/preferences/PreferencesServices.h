@@ -5,6 +5,7 @@
 #include <QString>
 
 #include "app/Localizer.h"
+#include "ui/preferences/AppsTabSources.h"
 
 namespace tarnwell {
 
@@ -38,6 +39,8 @@ struct PreferencesServices {
     UsageEvents *usageEvents = nullptr;
     // Automatic checks, their interval and downloads; null: shown off.
     UpdateChecks *updater = nullptr;
+    // What the Apps tab offers; by default running applications only, none.
+    AppsTabSources apps = {};
 };
 
 }  // namespace tarnwell

@@ -51,7 +51,8 @@ QRMPreferencesWindowController::QRMPreferencesWindowController(PreferencesServic
 
     tabView = new QTabWidget;
     tabGeneral = new GeneralTab(services_);
-    tabApps = new AppsTab(services_);
+    tabApps = new AppsTab(services_.preferences, services_.appDelegate, services_.localized,
+                          services_.apps);
     tabCleaning = new CleaningTab(services_);
     tabUpdates = new UpdatesTab(services_);
     tabView->addTab(tabGeneral, QString());

@@ -9,6 +9,7 @@
 
 #include "CaseName.h"
 #include "PreferencesRig.h"
+#include "ui/preferences/CleaningTab.h"
 #include "ui/preferences/GeneralTab.h"
 
 namespace tarnwell::testing {
@@ -84,6 +85,20 @@ INSTANTIATE_TEST_SUITE_P(
         NoneCase{"FirstIconItemWithoutText", 0, 4, PopUp::Icon, 0, 0, 1, true, false, ""},
         NoneCase{"LastIconItem", 2, 1, PopUp::Icon, 4, 2, 4, true, true, "Free: 512.00 MB"}),
     test::caseName);
+
+TEST(GeneralTab, PanelTextPlacementAndColourAreStoredAsChosen) {
+    PreferencesRig rig;
+    rig.store("statusBarAppearance", 7);  // an edited file: shown as automatic
+    auto window = rig.open();
+    GeneralTab &tab = *window->tabGeneral;
+    EXPECT_EQ(tab.statusBarAppearanceComboBox->currentText(), "As the desktop says");
+
+    choose(tab.statusBarTextPlacementComboBox, 2);
+    choose(tab.statusBarAppearanceComboBox, 2);
+    EXPECT_EQ(rig.preferences.statusBarTextPlacement(), 2);
+    EXPECT_EQ(rig.preferences.statusBarAppearance(), 2);
+    EXPECT_EQ(tab.statusBarTextPlacementComboBox->currentText(), "Drawn into the icon");
+}
 
 TEST(GeneralTab, RefreshSliderRestartsTheTimerUnlessACleaningRuns) {
     for (const bool cleaning : {false, true}) {
@@ -181,6 +196,41 @@ QStringList windowTexts(const QRMPreferencesWindowController &window) {
     }
     texts.removeAll(QString());
     return texts;
+}
+
+// The letters after '&' in a page's check boxes and control labels.
+QStringList mnemonics(const QWidget &page) {
+    QStringList letters;
+    QStringList texts;
+    for (const QCheckBox *box : page.findChildren<QCheckBox *>()) {
+        texts << box->text();
+    }
+    for (const QLabel *label : page.findChildren<QLabel *>()) {
+        if (label->buddy()) {
+            texts << label->text();
+        }
+    }
+    for (const QString &text : texts) {
+        const qsizetype at = text.indexOf(u'&');
+        letters << (at >= 0 && at + 1 < text.size() ? text.mid(at + 1, 1).toLower() : QString());
+    }
+    return letters;
+}
+
+TEST(GeneralTab, EveryControlHasItsOwnMnemonicInEachLanguage) {
+    PreferencesRig rig;
+    auto window = rig.open();
+    for (const int language : {1, 2, 3}) {
+        choose(window->tabGeneral->languageComboBox, language);
+        for (const QWidget *page : {static_cast<QWidget *>(window->tabGeneral),
+                                    static_cast<QWidget *>(window->tabCleaning)}) {
+            const QStringList letters = mnemonics(*page);
+            ASSERT_FALSE(letters.isEmpty());
+            EXPECT_FALSE(letters.contains(QString())) << letters.join(u',').toStdString();
+            EXPECT_EQ(QSet<QString>(letters.begin(), letters.end()).size(), letters.size())
+                << letters.join(u',').toStdString();
+        }
+    }
 }
 
 bool hasCyrillic(const QString &text) {

@@ -1,0 +1,81 @@
+#!/usr/bin/env bash
+# bench/app_events_idle_cost.sh BUILD_DIR [SECONDS] [ROUNDS]
+#
+# Idle cost of watching other applications' windows: two tarnwell instances
+# side by side on one private display with openbox and 20 xlogo windows, one
+# monitoring XLogo (DidActivate on, so the window monitor runs) and one with
+# no monitored application. CPU time of each round scaled to an hour; the
+# median and range of the rounds, and their ratio.
+set -euo pipefail
+
+if [ "${1:-}" != "--inside-session" ]; then
+    build=$(cd "$1" && pwd)
+    exec dbus-run-session -- "$0" --inside-session "$build" "${2:-60}" "${3:-3}"
+fi
+build=$2
+seconds=$3
+rounds=$4
+work=$(mktemp -d)
+pids=()
+cleanup() {
+    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+    rm -rf "$work"
+}
+trap cleanup EXIT
+
+display=":$((100 + RANDOM % 800))"
+Xvfb "$display" -nolisten tcp -screen 0 1280x1024x24 >/dev/null 2>&1 &
+pids+=($!)
+for _ in $(seq 50); do xdpyinfo -display "$display" >/dev/null 2>&1 && break; sleep 0.1; done
+DISPLAY="$display" openbox --sm-disable >/dev/null 2>&1 &
+pids+=($!)
+for _ in $(seq 20); do
+    DISPLAY="$display" xlogo >/dev/null 2>&1 &
+    pids+=($!)
+done
+
+environment() {
+    local home="$work/$1"
+    mkdir -p "$home/runtime" && chmod 700 "$home/runtime"
+    echo HOME="$home" XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data" \
+        XDG_CACHE_HOME="$home/cache" XDG_RUNTIME_DIR="$home/runtime" DISPLAY="$display" \
+        TARNWELL_EVENTS_URL="http://127.0.0.1:9/events"
+}
+start() {
+    env $(environment "$1") "$build/src/tarnwell" >/dev/null 2>&1 &
+    pids+=($!)
+}
+env $(environment watching) "$build/src/tarnwell" settings applicationsAndUtilitiesToMonitoring \
+    '[{"name":"Logo","ID":"XLogo","DidActivate":true}]' >/dev/null
+
+start watching
+watching=${pids[-1]}
+start plain
+plain=${pids[-1]}
+sleep 5  # start-up is not idle time
+
+ticks() { awk '{ print $14 + $15 }' "/proc/$1/stat"; }
+hz=$(getconf CLK_TCK)
+results=()
+for round in $(seq "$rounds"); do
+    w0=$(ticks "$watching") p0=$(ticks "$plain")
+    sleep "$seconds"
+    w1=$(ticks "$watching") p1=$(ticks "$plain")
+    results+=("$((w1 - w0)) $((p1 - p0))")
+done
+
+printf '%s\n' "${results[@]}" | awk -v hz="$hz" -v s="$seconds" '
+    { w[NR] = $1 / hz * 3600 / s; p[NR] = $2 / hz * 3600 / s }
+    function median(a, n,   i, j, t) {
+        for (i = 1; i <= n; i++) for (j = i + 1; j <= n; j++) if (a[j] < a[i]) { t = a[i]; a[i] = a[j]; a[j] = t }
+        return n % 2 ? a[(n + 1) / 2] : (a[n / 2] + a[n / 2 + 1]) / 2
+    }
+    END {
+        n = NR
+        for (i = 1; i <= n; i++) { ws = ws sprintf(" %.2f", w[i]); ps = ps sprintf(" %.2f", p[i]) }
+        mw = median(w, n); mp = median(p, n)
+        printf "%-34s %s (CPU s/hour per round)\n", "without monitored applications", ps
+        printf "%-34s %s\n", "monitoring XLogo, 20 windows", ws
+        printf "median %.2f vs %.2f CPU s/hour, range %.2f-%.2f vs %.2f-%.2f; ", mw, mp, w[1], w[n], p[1], p[n]
+        if (mp > 0) printf "ratio %.2fx\n", mw / mp; else print "ratio n/a (baseline used no tick)"
+    }'

@@ -1,0 +1,161 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <memory>
+#include <vector>
+
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QThread>
+
+namespace tarnwell::test {
+
+// An X display of its own (Xvfb) with a real window manager (openbox), for
+// tests and benchmarks that watch real windows. Programs it starts, the
+// window manager and the server are ended by their pids when it goes.
+class VirtualDesktop {
+public:
+    VirtualDesktop() {
+        // A random high display number: low ones are where other programs
+        // and tests of this machine expect a display, and a client of theirs
+        // joining ours (or ours joining theirs) mixes the two desktops. A
+        // number taken meanwhile makes the server exit; then another is tried.
+        for (int attempt = 0; attempt < 20 && display_.isEmpty(); ++attempt) {
+            const int number = 1000 + QRandomGenerator::global()->bounded(29000);
+            const QString socket = QStringLiteral("/tmp/.X11-unix/X%1").arg(number);
+            if (QFile::exists(socket) ||
+                QFile::exists(QStringLiteral("/tmp/.X%1-lock").arg(number))) {
+                continue;
+            }
+            QProcess &server = start("Xvfb",
+                                     {QStringLiteral(":%1").arg(number), "-nolisten", "tcp",
+                                      "-screen", "0", "1024x768x24"},
+                                     false);
+            waitUntil([&] {
+                return QFile::exists(socket) || server.state() == QProcess::NotRunning ||
+                       server.waitForFinished(0);
+            });
+            if (server.state() == QProcess::Running) {
+                server_ = &server;
+                display_ = QStringLiteral(":%1").arg(number);
+            }
+        }
+        // The socket exists a little before the server accepts on it.
+        if (display_.isEmpty() || !waitUntil([this] { return run("xprop", {"-root"}); })) {
+            return;
+        }
+        // No autostart (the session's panels and applets would join the
+        // display), but a mark on the root window once openbox has finished
+        // starting: a window mapped before that may never be managed.
+        start("openbox", {"--sm-disable", "--startup",
+                          "xprop -root -f OPENBOX_STARTED 32c -set OPENBOX_STARTED 1"});
+        ready_ = waitUntil(
+            [this] {
+                QByteArray mark;
+                return run("xprop", {"-root", "OPENBOX_STARTED"}, &mark) && mark.contains("= 1");
+            },
+            60'000);
+    }
+
+    ~VirtualDesktop() {
+        for (auto it = programs_.rbegin(); it != programs_.rend(); ++it) {
+            stop(**it);
+        }
+    }
+
+    bool ready() const { return ready_; }
+    QString display() const { return display_; }
+
+    // Starts an X client on this display; it is ended with the desktop.
+    QProcess &start(const QString &program, const QStringList &arguments = {},
+                    bool onThisDisplay = true) {
+        auto process = std::make_unique<QProcess>();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.remove("WAYLAND_DISPLAY");
+        if (onThisDisplay) {
+            environment.insert("DISPLAY", display_);
+        }
+        process->setProcessEnvironment(environment);
+        process->setStandardInputFile(QProcess::nullDevice());
+        process->setStandardOutputFile(QProcess::nullDevice());
+        process->setStandardInputFile(QProcess::nullDevice());
+        process->setStandardOutputFile(QProcess::nullDevice());
+        process->setStandardErrorFile(QProcess::nullDevice());
+        process->start(program, arguments);
+        process->waitForStarted(10'000);
+        programs_.push_back(std::move(process));
+        return *programs_.back();
+    }
+
+    // Runs a short tool (xdotool, xprop) on this display; true on exit 0.
+    bool run(const QString &program, const QStringList &arguments, QByteArray *output = nullptr) {
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("DISPLAY", display_);
+        process.setProcessEnvironment(environment);
+        process.start(program, arguments);
+        const bool ok = process.waitForFinished(10'000) &&
+                        process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
+        if (output) {
+            *output = process.readAllStandardOutput();
+        }
+        return ok;
+    }
+
+    // The one top-level window of a started client, found by its class, once
+    // the window manager has taken it into its client list; empty when that
+    // does not happen in time.
+    QString windowOf(const QString &wmClass) {
+        QString window;
+        return waitUntil([&] {
+            QByteArray found;
+            QByteArray clients;
+            if (!run("xdotool", {"search", "--class", wmClass}, &found) ||
+                !run("xprop", {"-root", "_NET_CLIENT_LIST"}, &clients)) {
+                return false;
+            }
+            window = QString::fromLatin1(found.trimmed().split('\n').value(0));
+            const QByteArray hex = "0x" + QByteArray::number(window.toULongLong(), 16);
+            return clients.contains(hex + ",") || clients.trimmed().endsWith(hex);
+        })
+                   ? window
+                   : QString();
+    }
+
+    static void stop(QProcess &process) {
+        if (process.state() != QProcess::NotRunning) {
+            process.terminate();
+            if (!process.waitForFinished(5000)) {
+                process.kill();
+                process.waitForFinished(5000);
+            }
+        }
+    }
+
+    // Stops the X server now, as a crashed or ended session would.
+    void stopServer() { stop(*server_); }
+
+    template <typename Condition>
+    // Generous: Xvfb and openbox start slowly on a loaded machine.
+    static bool waitUntil(Condition condition, int milliseconds = 30'000) {
+        QDeadlineTimer deadline(milliseconds);
+        while (!condition()) {
+            if (deadline.hasExpired()) {
+                return false;
+            }
+            QThread::msleep(20);
+        }
+        return true;
+    }
+
+private:
+    QString display_;
+    std::vector<std::unique_ptr<QProcess>> programs_;
+    QProcess *server_ = nullptr;
+    bool ready_ = false;
+};
+
+}  // namespace tarnwell::test
