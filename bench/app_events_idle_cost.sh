@@ -8,13 +8,9 @@
 # median and range of the rounds, and their ratio.
 set -euo pipefail
 
-if [ "${1:-}" != "--inside-session" ]; then
-    build=$(cd "$1" && pwd)
-    exec dbus-run-session -- "$0" --inside-session "$build" "${2:-60}" "${3:-3}"
-fi
-build=$2
-seconds=$3
-rounds=$4
+build=$(cd "$1" && pwd)
+seconds=${2:-60}
+rounds=${3:-3}
 work=$(mktemp -d)
 pids=()
 cleanup() {
@@ -41,18 +37,24 @@ environment() {
         XDG_CACHE_HOME="$home/cache" XDG_RUNTIME_DIR="$home/runtime" DISPLAY="$display" \
         TARNWELL_EVENTS_URL="http://127.0.0.1:9/events"
 }
+# Each on a session bus of its own: a second tarnwell on one bus only asks the
+# first to show its window, and exits.
 start() {
-    env $(environment "$1") "$build/src/tarnwell" >/dev/null 2>&1 &
+    env $(environment "$1") dbus-run-session -- "$build/src/tarnwell" >/dev/null 2>&1 &
     pids+=($!)
 }
+# The tarnwell process under a dbus-run-session.
+program() { pgrep -P "$1" -x tarnwell; }
 env $(environment watching) "$build/src/tarnwell" settings applicationsAndUtilitiesToMonitoring \
     '[{"name":"Logo","ID":"XLogo","DidActivate":true}]' >/dev/null
 
 start watching
-watching=${pids[-1]}
+watchingSession=${pids[-1]}
 start plain
-plain=${pids[-1]}
+plainSession=${pids[-1]}
 sleep 5  # start-up is not idle time
+watching=$(program "$watchingSession")
+plain=$(program "$plainSession")
 
 ticks() { awk '{ print $14 + $15 }' "/proc/$1/stat"; }
 hz=$(getconf CLK_TCK)

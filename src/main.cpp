@@ -224,7 +224,8 @@ int runTrayApplication(int argc, char **argv) {
     };
     return runSession(app, QRMMemoryInfo::sharedMemoryInfo(), &host, &notifier, &usageEvents,
                       &welcome, &updater.updater(), &loginItems, QRMLoginItems::applicationPath(),
-                      windows);
+                      windows, applicationEventsAvailable ? &applicationEvents : nullptr,
+                      [&catalogue] { catalogue.searchApplicationsAndUtilitiesInBackground(); });
 }
 
 // The same controller in a terminal: a status line per refresh on standard
