@@ -99,37 +99,45 @@ void X11ManagerSelection::reread() {
 }
 
 void X11ManagerSelection::readEvents() {
-    bool stale = false;
-    while (xcb_generic_event_t *event = xcb_poll_for_event(x_->connection)) {
-        switch (event->response_type & 0x7f) {
-            case XCB_PROPERTY_NOTIFY:
-                stale |=
-                    reinterpret_cast<xcb_property_notify_event_t *>(event)->atom == x_->property;
-                break;
-            case XCB_CLIENT_MESSAGE: {
-                const auto *message = reinterpret_cast<xcb_client_message_event_t *>(event);
-                stale |= message->type == x_->manager && message->data.data32[1] == x_->selection;
-                break;
+    // A re-read waits for replies, and xcb queues whatever events arrive
+    // meanwhile where the socket notifier never sees them: poll again after
+    // every re-read until nothing new has come.
+    for (;;) {
+        bool stale = false;
+        while (xcb_generic_event_t *event = xcb_poll_for_event(x_->connection)) {
+            switch (event->response_type & 0x7f) {
+                case XCB_PROPERTY_NOTIFY:
+                    stale |= reinterpret_cast<xcb_property_notify_event_t *>(event)->atom ==
+                             x_->property;
+                    break;
+                case XCB_CLIENT_MESSAGE: {
+                    const auto *message = reinterpret_cast<xcb_client_message_event_t *>(event);
+                    stale |=
+                        message->type == x_->manager && message->data.data32[1] == x_->selection;
+                    break;
+                }
+                case XCB_DESTROY_NOTIFY:
+                    stale |=
+                        reinterpret_cast<xcb_destroy_notify_event_t *>(event)->window == owner_;
+                    break;
+                default:
+                    break;
             }
-            case XCB_DESTROY_NOTIFY:
-                stale |= reinterpret_cast<xcb_destroy_notify_event_t *>(event)->window == owner_;
-                break;
-            default:
-                break;
+            std::free(event);
         }
-        std::free(event);
-    }
-    if (xcb_connection_has_error(x_->connection)) {
-        // The display went away: nothing is owned any more.
-        notifier_->setEnabled(false);
-        if (owner_ != 0) {
-            owner_ = 0;
-            propertyValue_.clear();
-            emit changed();
+        if (xcb_connection_has_error(x_->connection)) {
+            // The display went away: nothing is owned any more.
+            notifier_->setEnabled(false);
+            if (owner_ != 0) {
+                owner_ = 0;
+                propertyValue_.clear();
+                emit changed();
+            }
+            return;
         }
-        return;
-    }
-    if (stale) {
+        if (!stale) {
+            return;
+        }
         reread();
     }
 }
