@@ -38,7 +38,7 @@ public:
     std::optional<QString> string(const QString &key,
                                   const QString &group = QString::fromLatin1(kMainGroup)) const;
     // The value for a locale given as lang_COUNTRY.ENCODING@MODIFIER (any part
-    // but lang optional), by the specification's order of fallbacks.
+    // but lang optional), by the Desktop Entry Specification's order of fallbacks.
     std::optional<QString> localeString(
         const QString &key, const QString &locale,
         const QString &group = QString::fromLatin1(kMainGroup)) const;

@@ -156,9 +156,9 @@ private:
         if (!hasClientIds_) {
             return 0;
         }
-        xcb_res_client_id_spec_t spec{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+        xcb_res_client_id_spec_t wanted{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
         Reply<xcb_res_query_client_ids_reply_t> reply(xcb_res_query_client_ids_reply(
-            connection_, xcb_res_query_client_ids(connection_, 1, &spec), nullptr));
+            connection_, xcb_res_query_client_ids(connection_, 1, &wanted), nullptr));
         if (!reply) {
             return 0;
         }
