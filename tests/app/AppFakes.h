@@ -11,7 +11,6 @@
 #include <QHash>
 #include <QUrl>
 
-#include "CaseName.h"
 #include "app/AppSettings.h"
 #include "app/ApplicationEventSource.h"
 #include "app/MemoryEngine.h"
