@@ -110,7 +110,7 @@ public:
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
         while (untilStopped && keepGoing() && std::chrono::steady_clock::now() < deadline) {
         }
-        keptGoing = keepGoing();
+        *keptGoing = keepGoing();
         real.makeResident(block, bytes, keepGoing);
     }
     void release(void *block, size_t bytes) override {
@@ -121,7 +121,9 @@ public:
     ResidentBlockAllocator real;
     std::vector<size_t> allocatedBytes;
     std::atomic<int> makeResidentCalls = 0;
-    std::atomic<bool> keptGoing = false;  // what keepGoing() said once the gate opened
+    // What keepGoing() said once the gate opened; shared, as the engine
+    // deletes its allocator before the test reads it.
+    std::shared_ptr<std::atomic<bool>> keptGoing = std::make_shared<std::atomic<bool>>(false);
     bool untilStopped = false;
     std::atomic<int> releaseCalls = 0;
     std::promise<void> entered;
@@ -254,8 +256,9 @@ TEST_F(CleaningEngine, StopsWhenAvailableMemoryFallsIntoTheReserve) {
     allocator->entered.get_future().wait();
     state->vmStatistics->availableBytes = 255 * MiB;  // the reserve is 256 MiB
     openGate.set_value();
+    const auto keptGoing = allocator->keptGoing;
     engine.reset();
-    EXPECT_FALSE(allocator->keptGoing);
+    EXPECT_FALSE(*keptGoing);
 }
 
 TEST_F(CleaningEngine, QuittingStopsTheCleaning) {
@@ -263,8 +266,9 @@ TEST_F(CleaningEngine, QuittingStopsTheCleaning) {
     openGate.set_value();
     ASSERT_TRUE(engine->cleanMemoryNow().started());
     allocator->entered.get_future().wait();
+    const auto keptGoing = allocator->keptGoing;
     engine.reset();
-    EXPECT_FALSE(allocator->keptGoing);
+    EXPECT_FALSE(*keptGoing);
 }
 
 TEST_F(CleaningEngine, RefusedRequestAllocatesNothing) {
