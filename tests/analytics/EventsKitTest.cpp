@@ -169,40 +169,6 @@ TEST_F(EventsKit, RetriesABusyOrSilentServiceUntilItTakesTheFile) {
     EXPECT_EQ(runner->delays, (std::vector<double>{2, 4, 8, 16}));
 }
 
-struct HugeRetryAfterCase {
-    const char *name;
-    std::vector<QByteArray> retryAfter;  // one 503 answer each, then 200
-    std::vector<double> delays;
-    friend void PrintTo(const HugeRetryAfterCase &c, std::ostream *out) { *out << c.name; }
-};
-
-class HugeRetryAfter : public EventsKit, public testing::WithParamInterface<HugeRetryAfterCase> {};
-
-// A delay past what a 64-bit count of nanoseconds holds becomes the longest one, never a
-// negative one a timer refuses, so the retry and its completion still come.
-TEST_P(HugeRetryAfter, RetryStillComesBack) {
-    for (const QByteArray &value : GetParam().retryAfter) {
-        server.script(ScriptedReply::respond(503, {{"Retry-After", value}}));
-    }
-    auto kit = start(server.url());
-    QSignalSpy finished(kit.get(), &EVTEventsController::uploadFinished);
-    kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::WillResignActive));
-    waitForUploads(finished, 1);
-    EXPECT_TRUE(finished.first().at(1).toBool());
-    EXPECT_EQ(server.requests().size(), int(GetParam().retryAfter.size()) + 1);
-    EXPECT_EQ(runner->delays, GetParam().delays);
-}
-
-// 9223372036.854775807 s: INT64_MAX nanoseconds.
-INSTANTIATE_TEST_SUITE_P(Values, HugeRetryAfter,
-                         testing::Values(
-                             HugeRetryAfterCase{
-                                 "tenBillionSeconds", {"10000000000"}, {9223372036.854775807}},
-                             HugeRetryAfterCase{"hourCubedOnTheThirdRetry",
-                                                {"3600", "3600", "3600"},
-                                                {3600, 12960000, 9223372036.854775807}}),
-                         tarnwell::test::caseName);
-
 TEST_F(EventsKit, FlushTimerSendsTheCurrentFile) {
     writeSettings({{"flush_interval_secs", 0.05}});
     auto kit = start(server.url());
