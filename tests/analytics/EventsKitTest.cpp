@@ -149,7 +149,7 @@ TEST_F(EventsKit, BecomingActiveSendsTheFileWithOneMetadataLineFirst) {
 
 TEST_F(EventsKit, RetriesABusyOrSilentServiceUntilItTakesTheFile) {
     writeSettings({{"upload_timeout_secs", 0.2}});
-    server.script(ScriptedReply::respond(503));
+    server.script(ScriptedReply::respond(503, {{"Retry-After", "3"}}));
     server.script(ScriptedReply::respond(429, {{"Retry-After", "7"}}));
     // Qt resends once by itself after a connection closed without an answer.
     server.script(ScriptedReply::drop());
@@ -165,8 +165,8 @@ TEST_F(EventsKit, RetriesABusyOrSilentServiceUntilItTakesTheFile) {
     for (const test::ReceivedRequest &request : server.requests()) {
         EXPECT_EQ(request.body, server.requests().first().body);
     }
-    // The timer was made at the first failure, which had no Retry-After.
-    EXPECT_EQ(runner->delays, (std::vector<double>{2, 4, 8, 16}));
+    // The first failure's Retry-After is the base of every later delay.
+    EXPECT_EQ(runner->delays, (std::vector<double>{3, 9, 27, 81}));
 }
 
 TEST_F(EventsKit, FlushTimerSendsTheCurrentFile) {
