@@ -2,7 +2,14 @@
 
 #include <zlib.h>
 
+#include <QFile>
+
 namespace tarnwell::test {
+
+QByteArray readAll(const QString &path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
 
 QByteArray gunzip(const QByteArray &compressed) {
     z_stream stream{};

@@ -7,6 +7,7 @@
 namespace tarnwell::test {
 
 // Reading back what the kit wrote or sent.
+QByteArray readAll(const QString &path);  // empty when it cannot be read
 QByteArray gunzip(const QByteArray &compressed);
 
 struct UnpackedUpload {

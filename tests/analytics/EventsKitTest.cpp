@@ -104,9 +104,9 @@ protected:
 TEST_F(EventsKit, BecomingActiveSendsTheFileWithOneMetadataLineFirst) {
     auto kit = start(server.url());
     QSignalSpy finished(kit.get(), &EVTEventsController::uploadFinished);
-    EVTAttributeDictionary method;
-    method.add("method", "Run");
-    const EVTEvent login = EVTEvent::predefined("login", method, {{"Bundle Build", "42"}});
+    const EVTEvent login =
+        EVTEvent::predefined("login", EVTAttributeDictionary(EVTAttributes{{"method", "Run"}}),
+                             {{"Bundle Build", "42"}});
     kit->enqueueEvent(login);
     kit->enqueueEvent(EVTEvent::custom("Memory is Cleaned", {}));
     kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::DidBecomeActive));
@@ -193,23 +193,15 @@ TEST_P(UploadGivenUp, RefusedFileIsDroppedAndExhaustedOneWaitsForTheNextStart) {
     for (int i = 0; i < c.attempts; ++i) {
         server.script(ScriptedReply::respond(c.status));
     }
-    {
-        auto kit = start(server.url());
-        QSignalSpy finished(kit.get(), &EVTEventsController::uploadFinished);
-        kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::DidBecomeActive));
-        waitForUploads(finished, 1);
-        EXPECT_FALSE(finished.first().at(1).toBool());
-        EXPECT_EQ(server.requests().size(), c.attempts);
-        kit->waitUntilIdle();
-        EXPECT_EQ(eventFiles("*.multipartmime").size(), c.keptForTheNextStart ? 1 : 0);
-    }
-    if (c.keptForTheNextStart) {
-        auto restarted = start(server.url());
-        QSignalSpy finished(restarted.get(), &EVTEventsController::uploadFinished);
-        waitForUploads(finished, 1);
-        EXPECT_TRUE(finished.first().at(1).toBool());
-        EXPECT_EQ(server.requests().size(), c.attempts + 1);
-    }
+    auto kit = start(server.url());
+    QSignalSpy finished(kit.get(), &EVTEventsController::uploadFinished);
+    kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::DidBecomeActive));
+    waitForUploads(finished, 1);
+    EXPECT_FALSE(finished.first().at(1).toBool());
+    EXPECT_EQ(server.requests().size(), c.attempts);
+    kit->waitUntilIdle();
+    // A kept file is sent by the next start, as the offline test shows.
+    EXPECT_EQ(eventFiles("*.multipartmime").size(), c.keptForTheNextStart ? 1 : 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Answers, UploadGivenUp,
@@ -270,10 +262,9 @@ TEST_F(EventsKit, FileOverTheSizeLimitIsRotatedWithTheEventThatFoundItFull) {
     EXPECT_TRUE(eventFiles("*.log").isEmpty());
     const QStringList packaged = eventFiles("*.multipartmime");
     ASSERT_EQ(packaged.size(), 1);
-    QFile file(QDir(eventsDirectory()).filePath(packaged.first()));
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     const test::UnpackedUpload upload =
-        test::unpack(file.readAll(), QFileInfo(file).completeBaseName().toLatin1());
+        test::unpack(test::readAll(QDir(eventsDirectory()).filePath(packaged.first())),
+                     QFileInfo(packaged.first()).completeBaseName().toLatin1());
     ASSERT_FALSE(upload.lines.isEmpty());
     EXPECT_EQ(test::lineName(upload.lines.first()), "metadata");
     EXPECT_TRUE(test::linePayload(upload.lines.last()).contains("last one in"));
