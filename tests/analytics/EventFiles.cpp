@@ -3,6 +3,7 @@
 #include <zlib.h>
 
 #include <QFile>
+#include <QJsonDocument>
 
 namespace tarnwell::test {
 
@@ -56,12 +57,17 @@ UnpackedUpload unpack(const QByteArray &body, const QByteArray &boundary) {
     return upload;
 }
 
-QString lineName(const QByteArray &line) {
-    return QString::fromUtf8(line.split('\t').value(1));
+QJsonObject linePayload(const QByteArray &line) {
+    return QJsonDocument::fromJson(line.trimmed().split('\t').value(3)).object();
 }
 
-QByteArray linePayload(const QByteArray &line) {
-    return line.trimmed().split('\t').value(3);
+QStringList lineNames(const QList<QByteArray> &lines) {
+    QStringList names;
+    for (const QByteArray &line : lines) {
+        const QString customType = linePayload(line).value("custom_type").toString();
+        names << (QString::fromUtf8(line.split('\t').value(1)) + ' ' + customType).trimmed();
+    }
+    return names;
 }
 
 }  // namespace tarnwell::test
