@@ -11,21 +11,18 @@ namespace tarnwell::test {
 // Collects the messages logged while it exists, from any thread.
 class MessageCapture {
 public:
-    MessageCapture() {
-        {
-            std::lock_guard lock(mutex_);
-            messages_.clear();
-        }
-        previous_ = qInstallMessageHandler(&MessageCapture::handler);
+    MessageCapture() : previous_(qInstallMessageHandler(&MessageCapture::handler)) {}
+    ~MessageCapture() {
+        qInstallMessageHandler(previous_);
+        std::lock_guard lock(mutex_);
+        messages_.clear();
     }
-    ~MessageCapture() { qInstallMessageHandler(previous_); }
 
     // How many messages begin with the text.
-    int count(const QString &prefix) const {
+    qsizetype count(const QString &prefix) const {
         std::lock_guard lock(mutex_);
-        return static_cast<int>(
-            std::count_if(messages_.begin(), messages_.end(),
-                          [&](const QString &m) { return m.startsWith(prefix); }));
+        return std::ranges::count_if(messages_,
+                                     [&](const QString &m) { return m.startsWith(prefix); });
     }
 
 private:
