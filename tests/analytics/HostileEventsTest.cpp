@@ -3,14 +3,10 @@
 #include <gtest/gtest.h>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
-#include "CaseName.h"
 #include "EventFiles.h"
 #include "TestHttpServer.h"
 #include "analytics/EVTEvent.h"
@@ -101,34 +97,19 @@ TEST_P(HostileEventFiles, AreNeitherSentNorTouched) {
 INSTANTIATE_TEST_SUITE_P(Entries, HostileEventFiles, ::testing::ValuesIn(kHostileEntries),
                          hostileCaseName);
 
-struct IntervalCase {
-    const char *name;
-    const char *key;
-    double stored;
-    double inUse;
-};
-
-class KitIntervals : public ::testing::TestWithParam<IntervalCase> {};
-
 // 0 or less: no flush timer. A timer takes milliseconds as an int: 2147483 s at most.
-TEST_P(KitIntervals, StayWithinWhatATimerHolds) {
-    const IntervalCase &c = GetParam();
-    const EVTSettings settings(QJsonObject{{"analytics", QJsonObject{{c.key, c.stored}}}}, QUrl());
-    const double inUse = QString(c.key) == "flush_interval_secs" ? settings.flushInterval()
-                                                                 : settings.defaultUploadTimeout();
-    EXPECT_EQ(inUse, c.inUse);
+TEST(KitIntervals, StayWithinWhatATimerHolds) {
+    const auto stored = [](const char *key, double seconds) {
+        return EVTSettings(QJsonObject{{"analytics", QJsonObject{{key, seconds}}}}, QUrl());
+    };
+    for (const auto &[seconds, inUse] :
+         {std::pair{0.0, 0.0}, {-1.0, 0.0}, {0.0001, 1.0}, {1e300, 2147483.0}}) {
+        EXPECT_EQ(stored("flush_interval_secs", seconds).flushInterval(), inUse) << seconds;
+    }
+    for (const auto &[seconds, inUse] : {std::pair{0.0, 1.0}, {1e12, 2147483.0}}) {
+        EXPECT_EQ(stored("upload_timeout_secs", seconds).defaultUploadTimeout(), inUse) << seconds;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    BothEdges, KitIntervals,
-    ::testing::Values(IntervalCase{"FlushOff", "flush_interval_secs", 0, 0},
-                      IntervalCase{"FlushNegative", "flush_interval_secs", -1, 0},
-                      IntervalCase{"FlushSpinning", "flush_interval_secs", 0.0001, 1},
-                      IntervalCase{"FlushLongest", "flush_interval_secs", 2147483, 2147483},
-                      IntervalCase{"FlushBeyondATimer", "flush_interval_secs", 1e300, 2147483},
-                      IntervalCase{"UploadNoTimeout", "upload_timeout_secs", 0, 1},
-                      IntervalCase{"UploadBeyondATimer", "upload_timeout_secs", 1e12, 2147483}),
-    tarnwell::test::caseName);
 
 TEST(EventsWorker, QuittingDoesNotWaitForAStuckTask) {
     auto gate = std::make_shared<QSemaphore>();
