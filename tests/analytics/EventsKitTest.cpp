@@ -24,20 +24,21 @@ namespace {
 using test::ScriptedReply;
 using test::TestHttpServer;
 
-// Lets every backoff delay pass at once, recording it.
+// Records every backoff delay and lets it pass at once, or, as a machine that stays
+// offline would, never.
 class ImmediateRunner : public EVTDelayedRunner {
 public:
+    explicit ImmediateRunner(bool offline = false) : offline_(offline) {}
     void runAfter(std::chrono::nanoseconds delay, std::function<void()> block) override {
         delays.push_back(std::chrono::duration<double>(delay).count());
-        block();
+        if (!offline_) {
+            block();
+        }
     }
     std::vector<double> delays;
-};
 
-// Keeps every retry waiting, as a machine that stays offline would.
-class NeverRunner : public EVTDelayedRunner {
-public:
-    void runAfter(std::chrono::nanoseconds, std::function<void()>) override {}
+private:
+    bool offline_;
 };
 
 constexpr char kApiKey[] = "test-account-key";
@@ -48,7 +49,7 @@ protected:
     void SetUp() override {
         ASSERT_TRUE(root.isValid());
         // An installation seen before, so no install event gets in the way.
-        QDir().mkpath(eventsDirectory());
+        QDir().mkpath(eventPath(""));
         writeFile(QDir(root.path()).filePath("install_id"), kInstallId);
     }
 
@@ -73,16 +74,20 @@ protected:
             QJsonDocument(QJsonObject{{"analytics", analytics}, {"features", features}}).toJson());
     }
 
-    static void writeFile(const QString &path, const QByteArray &data) {
+    static void writeFile(const QString &path, const QByteArray &data,
+                          const QDateTime &modified = {}) {
         QFile file(path);
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         file.write(data);
+        file.flush();  // else closing the file would stamp it again
+        ASSERT_TRUE(!modified.isValid() ||
+                    file.setFileTime(modified, QFileDevice::FileModificationTime));
     }
 
-    QString eventsDirectory() const { return QDir(root.path()).filePath("events"); }
+    QString eventPath(const QString &name) const { return root.filePath("events/" + name); }
 
     QStringList eventFiles(const QString &pattern) const {
-        return QDir(eventsDirectory()).entryList({pattern}, QDir::Files, QDir::Name);
+        return QDir(eventPath("")).entryList({pattern}, QDir::Files, QDir::Name);
     }
 
     test::UnpackedUpload unpackRequest(int index) const {
@@ -211,7 +216,7 @@ TEST_F(EventsKit, EventsAreKeptAcrossARestartWhileOffline) {
         QStringLiteral("http://127.0.0.1:%1/api/v2/events").arg(closed.serverPort()));
     closed.close();
     {
-        auto kit = start(offline, std::make_shared<NeverRunner>());
+        auto kit = start(offline, std::make_shared<ImmediateRunner>(true));
         kit->enqueueEvent(EVTEvent::custom("before flush", {}));
         kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::WillResignActive));
         kit->enqueueEvent(EVTEvent::custom("after flush", {}));
@@ -240,7 +245,7 @@ TEST_F(EventsKit, FileOverTheSizeLimitIsRotatedWithTheEventThatFoundItFull) {
         kit->enqueueEvent(EVTEvent::custom("filler", padding));
         kit->waitUntilIdle();
         ASSERT_EQ(eventFiles("*.log").size(), 1);
-        size = QFileInfo(QDir(eventsDirectory()).filePath(eventFiles("*.log").first())).size();
+        size = QFileInfo(eventPath(eventFiles("*.log").first())).size();
     }
     EXPECT_TRUE(eventFiles("*.multipartmime").isEmpty());
     kit->enqueueEvent(EVTEvent::custom("last one in", {}));
@@ -248,27 +253,19 @@ TEST_F(EventsKit, FileOverTheSizeLimitIsRotatedWithTheEventThatFoundItFull) {
     EXPECT_TRUE(eventFiles("*.log").isEmpty());
     const QStringList packaged = eventFiles("*.multipartmime");
     ASSERT_EQ(packaged.size(), 1);
-    const test::UnpackedUpload upload =
-        test::unpack(test::readAll(QDir(eventsDirectory()).filePath(packaged.first())),
-                     QFileInfo(packaged.first()).completeBaseName().toLatin1());
+    const test::UnpackedUpload upload = test::unpack(
+        test::readAll(eventPath(packaged.first())), packaged.first().section('.', 0, 0).toLatin1());
     const QStringList names = test::lineNames(upload.lines);
     EXPECT_EQ(names.value(0), "metadata");
     EXPECT_EQ(names.value(names.size() - 1), "custom last one in");
 }
 
 TEST_F(EventsKit, OnlyTheNewestHundredPackagedFilesAreKept) {
-    QDir().mkpath(eventsDirectory());
     const QDateTime yesterday = QDateTime::currentDateTime().addDays(-1);
     for (int i = 0; i < 105; ++i) {
         // Oldest first, so birth and modification times agree.
-        const QString path =
-            QDir(eventsDirectory())
-                .filePath(
-                    QStringLiteral("Boundary-%1.multipartmime").arg(i, 32, 10, QLatin1Char('0')));
-        writeFile(path, "x");
-        QFile file(path);
-        ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-        ASSERT_TRUE(file.setFileTime(yesterday.addSecs(i), QFileDevice::FileModificationTime));
+        writeFile(eventPath(QStringLiteral("Boundary-%1.multipartmime").arg(i, 32, 10, QChar('0'))),
+                  "x", yesterday.addSecs(i));
     }
     auto kit = start(QUrl());
     kit->waitUntilIdle();
@@ -287,11 +284,8 @@ struct SwitchedOffCase {
 class StartedSwitchedOff : public EventsKit, public testing::WithParamInterface<SwitchedOffCase> {};
 
 TEST_P(StartedSwitchedOff, RemovesWhatItFindsAndRecordsAndSendsNothing) {
-    QDir().mkpath(eventsDirectory());
-    writeFile(
-        QDir(eventsDirectory()).filePath("Boundary-0123456789abcdef0123456789abcdef.multipartmime"),
-        "x");
-    writeFile(QDir(eventsDirectory()).filePath("0123ABCD-0000-4000-8000-000000000001.log"), "x\n");
+    writeFile(eventPath("Boundary-0123456789abcdef0123456789abcdef.multipartmime"), "x");
+    writeFile(eventPath("0123ABCD-0000-4000-8000-000000000001.log"), "x\n");
     writeSettings({}, GetParam().features);
     auto kit = start(server.url(), nullptr, GetParam().collectionEnabled);
     kit->enqueueEvent(EVTEvent::custom("ignored", {}));
@@ -308,7 +302,7 @@ INSTANTIATE_TEST_SUITE_P(
     tarnwell::test::caseName);
 
 TEST_F(EventsKit, FirstStartRecordsTheInstallationOnce) {
-    QDir(eventsDirectory()).removeRecursively();
+    QDir(eventPath("")).removeRecursively();
     {
         auto kit = start(QUrl());
         kit->waitUntilIdle();
