@@ -14,23 +14,17 @@ QByteArray readAll(const QString &path) {
 
 QByteArray gunzip(const QByteArray &compressed) {
     z_stream stream{};
-    // 15 + 32: accept a gzip (or zlib) header.
-    if (inflateInit2(&stream, 15 + 32) != Z_OK) {
-        return {};
-    }
+    QByteArray out(1 << 20, '\0');  // far more than any event file holds
     stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(compressed.constData()));
     stream.avail_in = static_cast<uInt>(compressed.size());
-    QByteArray out;
-    char chunk[4096];
-    int status = Z_OK;
-    while (status == Z_OK) {
-        stream.next_out = reinterpret_cast<Bytef *>(chunk);
-        stream.avail_out = sizeof chunk;
-        status = inflate(&stream, Z_NO_FLUSH);
-        out.append(chunk, static_cast<qsizetype>(sizeof chunk - stream.avail_out));
-    }
+    stream.next_out = reinterpret_cast<Bytef *>(out.data());
+    stream.avail_out = static_cast<uInt>(out.size());
+    // 15 + 32: accept a gzip (or zlib) header.
+    const bool whole =
+        inflateInit2(&stream, 15 + 32) == Z_OK && inflate(&stream, Z_FINISH) == Z_STREAM_END;
+    out.resize(whole ? static_cast<qsizetype>(stream.total_out) : 0);
     inflateEnd(&stream);
-    return status == Z_STREAM_END ? out : QByteArray();
+    return out;
 }
 
 QByteArray boundaryOf(const QByteArray &contentType) {

@@ -22,32 +22,19 @@ protected:
     EVTMetadata metadata = EVTMetadata::current(EVTConfiguration{});
 };
 
-TEST_F(EventFile, OnlyANewFileStartsWithTheMetadataLine) {
-    const EVTEvent first = EVTEvent::custom("first", {});
-    const EVTEvent second = EVTEvent::custom("second", {});
-    ASSERT_TRUE(EVTWriteEventOperation(path("A.log"), first, metadata).run());
-    ASSERT_TRUE(EVTWriteEventOperation(path("A.log"), second, metadata).run());
-    EXPECT_EQ(test::readAll(path("A.log")),
-              metadata.line(first.timestamp()) + first.line() + second.line());
-    EXPECT_EQ(QFile(path("A.log")).permissions() & 0x7777, QFile::ReadOwner | QFile::WriteOwner |
-                                                               QFile::ReadUser | QFile::WriteUser |
-                                                               QFile::ReadGroup | QFile::ReadOther);
-}
-
-TEST_F(EventFile, AnUnwritablePathIsAFailureNotACrash) {
-    ASSERT_TRUE(QDir().mkpath(path("B.log")));
-    EXPECT_FALSE(EVTWriteEventOperation(path("B.log"), EVTEvent(), metadata).run());
-    EXPECT_FALSE(EVTWriteEventOperation(path("missing/C.log"), EVTEvent(), metadata).run());
-}
-
-TEST_F(EventFile, CompressedAndPackagedFileGivesBackTheSameLines) {
+TEST_F(EventFile, WrittenCompressedAndPackagedFileGivesBackTheSameLines) {
     // Names as the kit makes them: it takes no other files.
     const QString kLog = "5F0E1D2C-3B4A-4958-8776-A5B4C3D2E1F0.log";
     const QString kCompressed = "5F0E1D2C-3B4A-4958-8776-A5B4C3D2E1F0.gz";
     const QString kBoundary = "Boundary-00112233445566778899aabbccddeeff";
-    const EVTEvent event = EVTEvent::custom("packaged", {{"k", "v"}});
-    ASSERT_TRUE(EVTWriteEventOperation(path(kLog), event, metadata).run());
+    const EVTEvent first = EVTEvent::custom("first", {{"k", "v"}});
+    const EVTEvent second = EVTEvent::custom("second", {});
+    ASSERT_TRUE(EVTWriteEventOperation(path(kLog), first, metadata).run());
+    ASSERT_TRUE(EVTWriteEventOperation(path(kLog), second, metadata).run());
+    // Only a new file starts with the metadata line.
     const QByteArray written = test::readAll(path(kLog));
+    EXPECT_EQ(written, metadata.line(first.timestamp()) + first.line() + second.line());
+    EXPECT_EQ(QFile::permissions(path(kLog)) & 0x7777, 0x6644);  // 0644 in Qt's flags
 
     const std::optional<QString> compressed = EVTFilePackager::compress(path(kLog));
     ASSERT_EQ(compressed, path(kCompressed));
@@ -67,11 +54,14 @@ TEST_F(EventFile, CompressedAndPackagedFileGivesBackTheSameLines) {
     EXPECT_EQ(upload.lines.join(), written);
 }
 
-TEST_F(EventFile, PackagingAMissingFileIsReported) {
+TEST_F(EventFile, UnwritableOrMissingPathsAreFailuresNotCrashes) {
     test::MessageCapture messages;
+    ASSERT_TRUE(QDir().mkpath(path("B.log")));
+    EXPECT_FALSE(EVTWriteEventOperation(path("B.log"), EVTEvent(), metadata).run());
+    EXPECT_FALSE(EVTWriteEventOperation(path("missing/C.log"), EVTEvent(), metadata).run());
+    EXPECT_FALSE(EVTFilePackager::compress(path("E.log")));
     EXPECT_FALSE(EVTFilePackager::package(path("E.gz"), "Boundary-Y"));
     EXPECT_EQ(messages.count("Error: attempting to package nonexistent file: " + path("E.gz")), 1);
-    EXPECT_FALSE(EVTFilePackager::compress(path("E.log")));
 }
 
 }  // namespace
