@@ -43,12 +43,18 @@ UnpackedUpload unpack(const QByteArray &body, const QByteArray &boundary) {
     upload.partHeaders = body.mid(opening.size(), headersEnd - opening.size());
     const QByteArray part =
         body.mid(headersEnd + 4, body.size() - closing.size() - (headersEnd + 4));
-    for (const QByteArray &line : gunzip(part).split('\n')) {
+    upload.lines = lines(gunzip(part));
+    return upload;
+}
+
+QList<QByteArray> lines(const QByteArray &file) {
+    QList<QByteArray> lines;
+    for (const QByteArray &line : file.split('\n')) {
         if (!line.isEmpty()) {
-            upload.lines.append(line + '\n');
+            lines.append(line + '\n');
         }
     }
-    return upload;
+    return lines;
 }
 
 QJsonObject linePayload(const QByteArray &line) {

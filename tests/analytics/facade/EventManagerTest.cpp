@@ -1,5 +1,3 @@
-#include <memory>
-
 #include <gtest/gtest.h>
 #include <QDir>
 #include <QJsonDocument>
@@ -23,10 +21,6 @@ class EventManager : public testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(folder.isValid());
-        preferences = std::make_unique<QRMPreferencesManager>(
-            folder.filePath("settings.ini"), [] { return std::optional<uint64_t>(kInstalled); },
-            QUrl());
-        manager = std::make_unique<QRMEventManager>(memory, *preferences, "1.2.3", "45");
         EVTConfiguration configuration;
         configuration.rootDirectory = folder.filePath("analytics");
         configuration.bundleIdentifier = "app.tarnwell.Tarnwell";
@@ -42,8 +36,8 @@ protected:
         QList<QJsonObject> events;
         const QDir directory(folder.filePath("analytics/events"));
         for (const QString &name : directory.entryList({"*.log"}, QDir::Files)) {
-            for (const QByteArray &line : test::readAll(directory.filePath(name)).split('\n')) {
-                if (!line.isEmpty() && !line.contains("\tmetadata\t")) {
+            for (const QByteArray &line : test::lines(test::readAll(directory.filePath(name)))) {
+                if (!line.contains("\tmetadata\t")) {
                     events.append(test::linePayload(line));
                 }
             }
@@ -62,16 +56,17 @@ protected:
         machine->hardwareMemorySize = kInstalled;
         return machine;
     }())};
-    std::unique_ptr<QRMPreferencesManager> preferences;
-    std::unique_ptr<QRMEventManager> manager;
+    QRMPreferencesManager preferences{folder.filePath("settings.ini"),
+                                      [] { return std::optional<uint64_t>(kInstalled); }, QUrl()};
+    QRMEventManager manager{memory, preferences, "1.2.3", "45"};
 };
 
 TEST_F(EventManager, LaunchesCleaningsAndWindowLoadsAreOneEventEach) {
-    manager->firstRun();
-    manager->run();
-    manager->memoryCleaned();
-    manager->memoryCleaned();
-    manager->contentViewWithName("Preferences", "Window", "preferencesWindow");
+    manager.firstRun();
+    manager.run();
+    manager.memoryCleaned();
+    manager.memoryCleaned();
+    manager.contentViewWithName("Preferences", "Window", "preferencesWindow");
     QStringList kinds;  // each event's type and predefined attributes
     for (const QJsonObject &event : recorded()) {
         const QJsonObject attributes = event.value("predefined_attributes").toObject();
@@ -91,18 +86,18 @@ TEST_F(EventManager, LaunchesCleaningsAndWindowLoadsAreOneEventEach) {
 }
 
 TEST_F(EventManager, SwitchedOffRecordsNothingAndRemovesTheFiles) {
-    manager->run();
-    manager->applicationWillResignActive();  // leaves a packaged file
-    manager->memoryCleaned();
+    manager.run();
+    manager.applicationWillResignActive();  // leaves a packaged file
+    manager.memoryCleaned();
     ASSERT_EQ(eventFiles().size(), 2);
 
-    preferences->setCollectUsageEvents(false);
-    manager->memoryCleaned();
-    manager->applicationDidBecomeActive();
+    preferences.setCollectUsageEvents(false);
+    manager.memoryCleaned();
+    manager.applicationDidBecomeActive();
     EXPECT_TRUE(eventFiles().isEmpty());
 
-    preferences->setCollectUsageEvents(true);
-    manager->memoryCleaned();
+    preferences.setCollectUsageEvents(true);
+    manager.memoryCleaned();
     EXPECT_EQ(recorded().size(), 1);
 }
 
