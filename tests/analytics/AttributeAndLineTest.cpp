@@ -2,7 +2,7 @@
 #include <QJsonDocument>
 #include <QStringList>
 
-#include "MessageCapture.h"
+#include "KitTestSupport.h"
 #include "analytics/EVTAttributeDictionary.h"
 #include "analytics/EVTEvent.h"
 

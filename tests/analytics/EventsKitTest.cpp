@@ -10,36 +10,16 @@
 #include <QTcpServer>
 #include <QTemporaryDir>
 
-#include "EventFiles.h"
+#include "KitTestSupport.h"
 #include "TestHttpServer.h"
 #include "analytics/EVTEvent.h"
 #include "analytics/EVTEventsController.h"
-#include "analytics/EVTEventsPipeline.h"
-
-#include "CaseName.h"
 
 namespace tarnwell {
 namespace {
 
 using test::ScriptedReply;
 using test::TestHttpServer;
-
-// Records every backoff delay and lets it pass at once, or, as a machine that stays
-// offline would, never.
-class ImmediateRunner : public EVTDelayedRunner {
-public:
-    explicit ImmediateRunner(bool offline = false) : offline_(offline) {}
-    void runAfter(std::chrono::nanoseconds delay, std::function<void()> block) override {
-        delays.push_back(std::chrono::duration<double>(delay).count());
-        if (!offline_) {
-            block();
-        }
-    }
-    std::vector<double> delays;
-
-private:
-    bool offline_;
-};
 
 constexpr char kApiKey[] = "test-account-key";
 constexpr char kInstallId[] = "0e8a6ad2-6b1c-4b36-9d55-2f0e7c1e4a11";
@@ -114,7 +94,7 @@ protected:
 
     QTemporaryDir root;
     TestHttpServer server;
-    std::shared_ptr<ImmediateRunner> runner = std::make_shared<ImmediateRunner>();
+    std::shared_ptr<test::RecordingRunner> runner = std::make_shared<test::RecordingRunner>(true);
     std::unique_ptr<EVTEventsController> kit;
     std::unique_ptr<QSignalSpy> finished;
 };
@@ -199,7 +179,7 @@ TEST_F(EventsKit, EventsAreKeptAcrossARestartWhileOffline) {
     const QUrl offline(
         QStringLiteral("http://127.0.0.1:%1/api/v2/events").arg(closed.serverPort()));
     closed.close();
-    start(offline, std::make_shared<ImmediateRunner>(true));
+    start(offline, std::make_shared<test::RecordingRunner>(false));  // retries never come
     kit->enqueueEvent(EVTEvent::custom("before flush", {}));
     kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::WillResignActive));
     kit->enqueueEvent(EVTEvent::custom("after flush", {}));

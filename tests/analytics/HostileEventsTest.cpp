@@ -7,7 +7,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
-#include "EventFiles.h"
+#include "KitTestSupport.h"
 #include "TestHttpServer.h"
 #include "analytics/EVTEvent.h"
 #include "analytics/EVTEventsController.h"

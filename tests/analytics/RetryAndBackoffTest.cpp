@@ -1,7 +1,6 @@
 #include <climits>
 #include <cmath>
 #include <optional>
-#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -15,25 +14,10 @@
 #include "analytics/EVTNetworkRetryHandler.h"
 
 #include "CaseName.h"
+#include "KitTestSupport.h"
 
 namespace tarnwell {
 namespace {
-
-// Records each requested delay; runs the block only when told to.
-class RecordingRunner : public EVTDelayedRunner {
-public:
-    void runAfter(std::chrono::nanoseconds delay, std::function<void()> block) override {
-        delays.push_back(std::chrono::duration<double>(delay).count());
-        pending.push_back(std::move(block));
-    }
-    void runAll() {
-        for (auto &block : std::exchange(pending, {})) {
-            block();
-        }
-    }
-    std::vector<double> delays;
-    std::vector<std::function<void()>> pending;
-};
 
 EVTRandomSource fixedRandom(double value) {
     return [value] { return value; };
@@ -53,7 +37,7 @@ class BackoffDelays : public testing::TestWithParam<DelayCase> {};
 
 TEST_P(BackoffDelays, GrowExponentiallyFromABaseOfAtLeastTwo) {
     const DelayCase &c = GetParam();
-    RecordingRunner runner;
+    test::RecordingRunner runner{false};
     EVTBackoffTimer timer(c.initialValue, runner, fixedRandom(c.random));
     for (size_t i = 0; i < c.expected.size(); ++i) {
         timer.executeBlockAfterNextInterval([] {});
@@ -106,7 +90,7 @@ protected:
         return completion;
     }
 
-    RecordingRunner runner;
+    test::RecordingRunner runner{false};
     EVTNetworkRetryHandler handler{runner, fixedRandom(0.5)};
     QNetworkRequest request{QUrl("http://127.0.0.1:9/api/v2/events")};
 };

@@ -3,8 +3,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 
-#include "EventFiles.h"
-#include "MessageCapture.h"
+#include "KitTestSupport.h"
 #include "analytics/EVTConfiguration.h"
 #include "analytics/EVTEvent.h"
 #include "analytics/EVTFilePackager.h"

@@ -3,7 +3,7 @@
 #include <QJsonDocument>
 #include <QTemporaryDir>
 
-#include "EventFiles.h"
+#include "KitTestSupport.h"
 #include "analytics/EVTConfiguration.h"
 #include "analytics/EVTEvents.h"
 #include "analytics/EVTEventsController.h"

@@ -1,4 +1,4 @@
-#include "EventFiles.h"
+#include "KitTestSupport.h"
 
 #include <zlib.h>
 
