@@ -66,8 +66,7 @@ TEST_P(HostileEventFiles, AreNeitherSentNorTouched) {
     configuration.apiKey = "key";
     auto kit = std::make_unique<EVTEventsController>(configuration);
     QSignalSpy finished(kit.get(), &EVTEventsController::uploadFinished);
-    // This run's own file is sent (with whatever the kit finds its own); the test
-    // waits for it.
+    // Waits for this run's own file, sent with whatever the kit takes for its own.
     kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::DidBecomeActive));
     QByteArray sent;  // every event line the server got, and every body
     while (!sent.contains("app_became_active")) {

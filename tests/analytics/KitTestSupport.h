@@ -24,13 +24,11 @@ struct UnpackedUpload {
     QByteArray partHeaders;
     QList<QByteArray> lines;  // the decompressed event file, one entry a line
 };
-// Splits a one-part multipart body at the boundary and decompresses the part.
 UnpackedUpload unpack(const QByteArray &body, const QByteArray &boundary);
 QByteArray boundaryOf(const QByteArray &contentType);
 
 // The lines of an event file, each with its newline.
 QList<QByteArray> lines(const QByteArray &file);
-// The JSON payload (last field) of an event line.
 QJsonObject linePayload(const QByteArray &line);
 // Each line's name (second field), then its custom event's name if it has one.
 QStringList lineNames(const QList<QByteArray> &lines);
