@@ -1,6 +1,5 @@
-// The main of the events kit's tests: an application object for event loops, timers and
-// the network, and a private data folder so nothing reaches the user's real one. The
-// endpoint and key a developer's shell may carry are not taken.
+// An application object for event loops, timers and the network; a private data folder,
+// and no endpoint or key from the developer's shell, so nothing reaches the real ones.
 #include <gtest/gtest.h>
 #include <QCoreApplication>
 #include <QTemporaryDir>

@@ -73,7 +73,7 @@ protected:
 
     test::UnpackedUpload unpackRequest(int index) const {
         const test::ReceivedRequest &request = server.requests().at(index);
-        return test::unpack(request.body, test::boundaryOf(request.headers.value("content-type")));
+        return test::unpack(request.body, request.headers.value("content-type"));
     }
 
     // Whether each of the first `count` uploads to end was delivered.
@@ -273,8 +273,7 @@ TEST(Configuration, FolderUnderTheDataFolderAndEndpointFromTheEnvironment) {
                                                "/telemetry.data/org_example.App/analytics/v2");
     EXPECT_EQ(configuration.eventsURL, QUrl("http://127.0.0.1:9/api/v2/events"));
     EXPECT_EQ(configuration.apiKey, "from-environment");
-    EXPECT_EQ(configuration.bundleShortVersion, "2.0");
-    EXPECT_EQ(configuration.bundleVersion, "7");
+    EXPECT_EQ(configuration.bundleShortVersion + ' ' + configuration.bundleVersion, "2.0 7");
 }
 
 }  // namespace

@@ -27,12 +27,10 @@ QByteArray gunzip(const QByteArray &compressed) {
     return out;
 }
 
-QByteArray boundaryOf(const QByteArray &contentType) {
-    const qsizetype at = contentType.indexOf("boundary=");
-    return at < 0 ? QByteArray() : contentType.mid(at + 9);
-}
-
-UnpackedUpload unpack(const QByteArray &body, const QByteArray &boundary) {
+UnpackedUpload unpack(const QByteArray &body, QByteArray boundary) {
+    if (const qsizetype at = boundary.indexOf("boundary="); at >= 0) {
+        boundary = boundary.mid(at + 9);
+    }
     UnpackedUpload upload;
     const QByteArray opening = "--" + boundary + "\r\n";
     const QByteArray closing = "\r\n--" + boundary + "--\r\n";

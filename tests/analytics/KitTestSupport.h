@@ -24,8 +24,8 @@ struct UnpackedUpload {
     QByteArray partHeaders;
     QList<QByteArray> lines;  // the decompressed event file, one entry a line
 };
-UnpackedUpload unpack(const QByteArray &body, const QByteArray &boundary);
-QByteArray boundaryOf(const QByteArray &contentType);
+// The boundary, or the content type that names it.
+UnpackedUpload unpack(const QByteArray &body, QByteArray boundary);
 
 // The lines of an event file, each with its newline.
 QList<QByteArray> lines(const QByteArray &file);

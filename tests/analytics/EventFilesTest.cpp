@@ -1,14 +1,14 @@
-// The events kit's folders as someone else may have filled them: only what the
-// kit wrote itself is ever sent, and nothing found there is changed or hangs it.
 #include <gtest/gtest.h>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
 #include "KitTestSupport.h"
 #include "TestHttpServer.h"
+#include "analytics/EVTConfiguration.h"
 #include "analytics/EVTEvent.h"
 #include "analytics/EVTEventsController.h"
 #include "analytics/EVTFilePackager.h"
@@ -22,6 +22,59 @@ namespace tarnwell {
 namespace {
 
 using namespace tarnwell::testing;
+
+class EventFile : public ::testing::Test {
+protected:
+    QString path(const QString &name) const { return QDir(dir.path()).filePath(name); }
+
+    QTemporaryDir dir;
+    EVTMetadata metadata = EVTMetadata::current(EVTConfiguration{});
+};
+
+TEST_F(EventFile, WrittenCompressedAndPackagedFileGivesBackTheSameLines) {
+    // Names as the kit makes them: it takes no other files.
+    const QString kLog = "5F0E1D2C-3B4A-4958-8776-A5B4C3D2E1F0.log";
+    const QString kCompressed = "5F0E1D2C-3B4A-4958-8776-A5B4C3D2E1F0.gz";
+    const QString kBoundary = "Boundary-00112233445566778899aabbccddeeff";
+    for (const char *name : {"first", "second"}) {
+        ASSERT_TRUE(EVTWriteEventOperation(path(kLog), EVTEvent::custom(name, {}), metadata).run());
+    }
+    // Only a new file starts with the metadata line.
+    const QByteArray written = test::readAll(path(kLog));
+    EXPECT_EQ(test::lineNames(test::lines(written)),
+              QStringList({"metadata", "custom first", "custom second"}));
+    EXPECT_EQ(QFile::permissions(path(kLog)) & 0x7777, 0x6644);  // 0644 in Qt's flags
+
+    const std::optional<QString> compressed = EVTFilePackager::compress(path(kLog));
+    ASSERT_EQ(compressed, path(kCompressed));
+    EXPECT_FALSE(QFile::exists(path(kLog)));
+    // A gzip stream (the reader here also takes a bare zlib one).
+    EXPECT_TRUE(test::readAll(*compressed).startsWith("\x1f\x8b"));
+    EXPECT_EQ(test::gunzip(test::readAll(*compressed)), written);
+
+    const std::optional<QString> packaged = EVTFilePackager::package(*compressed, kBoundary);
+    ASSERT_EQ(packaged, path(kBoundary + ".multipartmime"));
+    EXPECT_FALSE(QFile::exists(*compressed));
+    EXPECT_EQ(EVTFilePackager::contentTypeForPackagedFile(*packaged),
+              "multipart/form-data; boundary=" + kBoundary.toLatin1());
+    const test::UnpackedUpload upload =
+        test::unpack(test::readAll(*packaged), kBoundary.toLatin1());
+    EXPECT_TRUE(upload.partHeaders.contains("filename=\"" + kCompressed.toLatin1() + "\""));
+    EXPECT_EQ(upload.lines.join(), written);
+}
+
+TEST_F(EventFile, UnwritableOrMissingPathsAreFailuresNotCrashes) {
+    test::MessageCapture messages;
+    ASSERT_TRUE(QDir().mkpath(path("B.log")));
+    EXPECT_FALSE(EVTWriteEventOperation(path("B.log"), EVTEvent(), metadata).run());
+    EXPECT_FALSE(EVTWriteEventOperation(path("missing/C.log"), EVTEvent(), metadata).run());
+    EXPECT_FALSE(EVTFilePackager::compress(path("E.log")));
+    EXPECT_FALSE(EVTFilePackager::package(path("E.gz"), "Boundary-Y"));
+    EXPECT_EQ(messages.count("Error: attempting to package nonexistent file: " + path("E.gz")), 1);
+}
+
+// The events kit's folders as someone else may have filled them: only what the kit wrote
+// itself is ever sent, and nothing found there is changed or hangs it.
 
 // A file of each kind as the kit writes it, by name.
 QMap<QString, QByteArray> kitFiles(const QString &staging) {
@@ -74,7 +127,7 @@ TEST_P(HostileEventFiles, AreNeitherSentNorTouched) {
         sent.clear();
         for (const test::ReceivedRequest &request : server.requests()) {
             const test::UnpackedUpload upload =
-                test::unpack(request.body, test::boundaryOf(request.headers.value("content-type")));
+                test::unpack(request.body, request.headers.value("content-type"));
             ASSERT_FALSE(upload.lines.isEmpty()) << "not an event file: " << request.body.data();
             EXPECT_LE(test::linePayload(upload.lines.first())["install_id"].toString().size(), 64);
             sent += upload.lines.join() + request.body;
