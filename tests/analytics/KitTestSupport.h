@@ -12,6 +12,7 @@
 #include <QStringList>
 #include <QtGlobal>
 
+#include "QtPrinters.h"
 #include "analytics/EVTBackoffTimer.h"
 
 namespace tarnwell::test {
