@@ -105,6 +105,18 @@ protected:
         (updater_.get()->*how)();
         finishSession();
     }
+    // The user asks, and 101 is found.
+    void findUpdate() {
+        serve(feed("101"));
+        check(&QRMUpdater::checkForUpdates);
+    }
+    // A background check finds 101 and downloads it.
+    void downloadInBackground() {
+        updater_->setAutomaticallyDownloadsUpdates(true);
+        serve(feed("101"));
+        serve(kPackage);
+        check(&QRMUpdater::checkForUpdatesInBackground);
+    }
 
     QTemporaryDir dir_;
     QRMPreferencesManager preferences_;
@@ -226,10 +238,7 @@ TEST_F(UpdaterTest, BackgroundCheckNotifiesOnlyOfNewNotSkippedVersions) {
 }
 
 TEST_F(UpdaterTest, AutomaticDownloadWaitsVerifiedAndTheUserIsAskedOnlyToInstall) {
-    updater_->setAutomaticallyDownloadsUpdates(true);
-    serve(feed("101"));
-    server_.script(ScriptedReply::respond(200, {}, kPackage));
-    check(&QRMUpdater::checkForUpdatesInBackground);
+    downloadInBackground();
     EXPECT_THAT(ui_.calls, ElementsAre("notify 101 ready=1"));
     EXPECT_THAT(filesInDownloads(), ElementsAre("tarnwell-101.deb"));
 
@@ -240,18 +249,6 @@ TEST_F(UpdaterTest, AutomaticDownloadWaitsVerifiedAndTheUserIsAskedOnlyToInstall
     EXPECT_THAT(ui_.calls.mid(2), ElementsAre("installing", "restart 101"));
     EXPECT_THAT(filesInDownloads(), IsEmpty());
     EXPECT_EQ(server_.requests().size(), 2);
-}
-
-TEST_F(UpdaterTest, InstallDownloadsWithProgressThenInstallsAndOffersRestart) {
-    serve(feed("101"));
-    check(&QRMUpdater::checkForUpdates);
-    server_.script(ScriptedReply::respond(200, {}, kPackage));
-    updater_->installUpdate();
-    finishSession();
-    EXPECT_EQ(server_.requests()[1].path, "/tarnwell.deb");
-    EXPECT_EQ(ui_.progressTotal, kPackage.size());
-    EXPECT_THAT(ui_.calls.mid(1), ElementsAre("installing", "restart 101"));
-    EXPECT_THAT(installer_.installed, ElementsAre(kPackage));
 }
 
 struct PackageFault {
@@ -286,15 +283,17 @@ TEST_P(PackageFaultTest, NothingIsInstalledNothingIsLeftAndTheUserIsTold) {
     EXPECT_THAT(filesInDownloads(), IsEmpty());
 }
 
+const ScriptedReply kPackageServed = ScriptedReply::respond(200, {}, kPackage);
+
 INSTANTIATE_TEST_SUITE_P(
     Table, PackageFaultTest,
     ::testing::Values(
-        PackageFault{"Truncated", kPackage.size() + 10, kPackage,
-                     ScriptedReply::respond(200, {}, kPackage), UpdateFailure::Download},
-        PackageFault{"Oversized", kPackage.size() - 10, kPackage,
-                     ScriptedReply::respond(200, {}, kPackage), UpdateFailure::Download},
-        PackageFault{"WrongSignature", kPackage.size(), "other bytes",
-                     ScriptedReply::respond(200, {}, kPackage), UpdateFailure::Verification},
+        PackageFault{"Truncated", kPackage.size() + 10, kPackage, kPackageServed,
+                     UpdateFailure::Download},
+        PackageFault{"Oversized", kPackage.size() - 10, kPackage, kPackageServed,
+                     UpdateFailure::Download},
+        PackageFault{"WrongSignature", kPackage.size(), "other bytes", kPackageServed,
+                     UpdateFailure::Verification},
         PackageFault{"TamperedInTransit", kPackage.size(), kPackage,
                      ScriptedReply::respond(200, {}, QByteArray(kPackage).replace('p', 'q')),
                      UpdateFailure::Verification},
@@ -305,8 +304,7 @@ INSTANTIATE_TEST_SUITE_P(
     tarnwell::test::caseName);
 
 TEST_F(UpdaterTest, ACancelledOrAbandonedDownloadLeavesNoFile) {
-    serve(feed("101"));
-    check(&QRMUpdater::checkForUpdates);
+    findUpdate();
     server_.script(ScriptedReply::stall());
     updater_->installUpdate();
     ASSERT_TRUE(QSignalSpy(&server_, &TestHttpServer::requestReceived).wait(5000));
@@ -323,26 +321,28 @@ TEST_F(UpdaterTest, ACancelledOrAbandonedDownloadLeavesNoFile) {
     EXPECT_THAT(filesInDownloads(), IsEmpty());
 }
 
-TEST_F(UpdaterTest, InstallerRefusalAndFailureAreReportedAndTheFileKeptForAnotherTry) {
-    serve(feed("101"));
-    check(&QRMUpdater::checkForUpdates);
+// Refused, failed, then installed: one download, with its progress, serves all three.
+TEST_F(UpdaterTest, InstallerFailuresAreReportedAndTheVerifiedFileKeptForAnotherTry) {
+    findUpdate();
     installer_.outcome = PackageInstaller::Outcome::Refused;
-    server_.script(ScriptedReply::respond(200, {}, kPackage));
+    serve(kPackage);
     updater_->installUpdate();
     finishSession();
+    EXPECT_EQ(server_.requests()[1].path, "/tarnwell.deb");
+    EXPECT_EQ(ui_.progressTotal, kPackage.size());
     installer_.outcome = PackageInstaller::Outcome::Failed;
     updater_->installUpdate();
-    EXPECT_THAT(ui_.calls.mid(1),
-                ElementsAre("installing", "failure 3", "installing", "failure 3"));
     EXPECT_EQ(ui_.lastDetail, "dpkg: error");
-    EXPECT_EQ(server_.requests().size(), 2) << "the verified file is reused";
+    installer_.outcome = PackageInstaller::Outcome::Installed;
+    updater_->installUpdate();
+    EXPECT_THAT(ui_.calls.mid(1), ElementsAre("installing", "failure 3", "installing", "failure 3",
+                                              "installing", "restart 101"));
+    EXPECT_THAT(installer_.installed, ElementsAre(kPackage, kPackage, kPackage));
+    EXPECT_EQ(server_.requests().size(), 2);
 }
 
 TEST_F(UpdaterTest, APackageChangedAfterVerificationIsNotInstalled) {
-    updater_->setAutomaticallyDownloadsUpdates(true);
-    serve(feed("101"));
-    server_.script(ScriptedReply::respond(200, {}, kPackage));
-    check(&QRMUpdater::checkForUpdatesInBackground);
+    downloadInBackground();
     QFile ready(QDir(downloads()).filePath("tarnwell-101.deb"));
     ASSERT_TRUE(ready.open(QIODevice::ReadWrite));
     ready.seek(100);
@@ -431,7 +431,7 @@ TEST_F(UpdaterTest, TheWindowTakesTheUserThroughNotificationDecisionInstallAndRe
     EXPECT_FALSE(window.isVisible());
 
     click();
-    server_.script(ScriptedReply::respond(200, {}, kPackage));
+    serve(kPackage);
     button(window, "install")->click();
     finishSession();
     EXPECT_THAT(installer_.installed, ElementsAre(kPackage));
