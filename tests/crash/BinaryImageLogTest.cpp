@@ -8,12 +8,11 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "CrashTestSupport.h"
 #include "crash/ImageTable.h"
 #include "crash/RecordWriter.h"
-
-#include "CaseName.h"
 
 namespace tarnwell::crash {
 namespace {
@@ -63,74 +62,47 @@ TEST_F(ImageTableTest, Load513IsNotTrackedEvenAfterUnloads) {
     EXPECT_FALSE(findImageForAddress(*table_, 0xdead0010, &found));
 }
 
-struct AddressCase {
-    const char *name;
-    uint64_t address;
-    bool found;
-};
-
-class AddressFinderTest : public ImageTableTest,
-                          public ::testing::WithParamInterface<AddressCase> {};
-
-TEST_P(AddressFinderTest, FindsOnlyInsideRange) {
+TEST_F(ImageTableTest, FindsOnlyInsideRange) {
     storeImageNode(*table_, node(0x4000, 0x1000), true);
     storeImageNode(*table_, node(0x9000, 0x10), true);
+    const std::pair<uint64_t, bool> addresses[] = {
+        {0, false},      {0x3fff, false}, {0x4000, true},     {0x4fff, true},
+        {0x5000, false}, {0x900f, true},  {UINT64_MAX, false}};
     ImageNode found;
-    EXPECT_EQ(findImageForAddress(*table_, GetParam().address, &found), GetParam().found);
+    for (const auto &[address, inside] : addresses) {
+        EXPECT_EQ(findImageForAddress(*table_, address, &found), inside) << address;
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(Edges, AddressFinderTest,
-                         ::testing::Values(AddressCase{"Zero", 0, false},
-                                           AddressCase{"BelowBase", 0x3fff, false},
-                                           AddressCase{"Base", 0x4000, true},
-                                           AddressCase{"LastByte", 0x4fff, true},
-                                           AddressCase{"JustPastEnd", 0x5000, false},
-                                           AddressCase{"SecondImage", 0x900f, true},
-                                           AddressCase{"Maximum", UINT64_MAX, false}),
-                         tarnwell::test::caseName);
+// What `readelf -nlW` says of a file: the first build-id as lowercase hex, and the size
+// of the first executable LOAD segment.
+struct ElfFacts {
+    std::string buildId;
+    uint64_t codeSize = 0;
+};
 
-// The first build-id that `readelf -n` prints for a file, as lowercase hex.
-std::string readelfBuildId(const std::string &path) {
-    const std::string command = "readelf -n '" + path + "' 2>/dev/null";
-    FILE *pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) {
-        return {};
-    }
+ElfFacts readelf(const std::string &path) {
+    FILE *pipe = popen(("readelf -nlW '" + path + "' 2>/dev/null").c_str(), "r");
+    ElfFacts facts;
     char line[512];
-    std::string id;
-    while (fgets(line, sizeof line, pipe) != nullptr) {
+    while (pipe != nullptr && fgets(line, sizeof line, pipe) != nullptr) {
         const char *label = strstr(line, "Build ID: ");
-        if (label != nullptr && id.empty()) {
-            id = label + strlen("Build ID: ");
-            id.erase(id.find_last_not_of(" \n") + 1);
-        }
-    }
-    pclose(pipe);
-    return id;
-}
-
-// The size of the first executable LOAD segment that `readelf -lW` lists for a file.
-uint64_t readelfCodeSegmentSize(const std::string &path) {
-    const std::string command = "readelf -lW '" + path + "' 2>/dev/null";
-    FILE *pipe = popen(command.c_str(), "r");
-    if (pipe == nullptr) {
-        return 0;
-    }
-    char line[512];
-    uint64_t size = 0;
-    while (fgets(line, sizeof line, pipe) != nullptr) {
-        char type[16] = {};
+        char type[16] = {}, flags[8] = {};
         unsigned long long offset, virtualAddress, physicalAddress, fileSize, memorySize;
-        char flags[8] = {};
-        // "LOAD 0x001000 0x...1000 0x...1000 0x0e312d 0x0e312d R E 0x1000"
-        if (sscanf(line, " %15s %llx %llx %llx %llx %llx %7[RWE ]", type, &offset, &virtualAddress,
+        if (label != nullptr && facts.buildId.empty()) {
+            facts.buildId = label + strlen("Build ID: ");
+            facts.buildId.erase(facts.buildId.find_last_not_of(" \n") + 1);
+        } else if (  // "LOAD 0x016000 0x...16000 0x...16000 0x0c6f19 0x0c6f19 R E 0x1000"
+            sscanf(line, " %15s %llx %llx %llx %llx %llx %7[RWE ]", type, &offset, &virtualAddress,
                    &physicalAddress, &fileSize, &memorySize, flags) == 7 &&
-            strcmp(type, "LOAD") == 0 && strchr(flags, 'E') != nullptr && size == 0) {
-            size = memorySize;
+            strcmp(type, "LOAD") == 0 && strchr(flags, 'E') != nullptr && facts.codeSize == 0) {
+            facts.codeSize = memorySize;
         }
     }
-    pclose(pipe);
-    return size;
+    if (pipe != nullptr) {
+        pclose(pipe);
+    }
+    return facts;
 }
 
 class BinaryImageLogTest : public ::testing::Test {
@@ -163,36 +135,38 @@ TEST_F(BinaryImageLogTest, StartLogsExecutableThenEveryImage) {
     const auto records = parsedRecords(logPath_);
     ASSERT_GE(records.size(), 3u);
     const RecordValue *executable = records[0].find("executable");
-    ASSERT_NE(executable, nullptr);
+    const RecordValue *load = records[1].find("load");
+    ASSERT_TRUE(executable != nullptr && load != nullptr);
     EXPECT_EQ(executable->stringAt("architecture"), "x86_64");
-    ASSERT_NE(records[1].find("load"), nullptr);
     // The loader lists the main executable first; its node holds this test's code.
     ImageNode found;
-    ASSERT_TRUE(findImageForAddress(*table_, uint64_t(uintptr_t(&readelfBuildId)), &found));
-    EXPECT_EQ(found.base, records[1].find("load")->unsignedAt("base"));
-    const std::string self = std::filesystem::read_symlink("/proc/self/exe");
-    EXPECT_EQ(records[1].find("load")->stringAt("uuid"), readelfBuildId(self).substr(0, 32));
-    const uint64_t codeSize = readelfCodeSegmentSize(self);
-    ASSERT_NE(codeSize, 0u);
-    EXPECT_EQ(records[1].find("load")->unsignedAt("size"), codeSize);
-    EXPECT_EQ(executable->unsignedAt("size"), codeSize);
+    ASSERT_TRUE(findImageForAddress(*table_, uint64_t(uintptr_t(&readelf)), &found));
+    EXPECT_EQ(found.base, load->unsignedAt("base"));
+    const ElfFacts self = readelf(std::filesystem::read_symlink("/proc/self/exe"));
+    ASSERT_NE(self.codeSize, 0u);
+    EXPECT_EQ(load->stringAt("uuid"), self.buildId.substr(0, 32));
+    EXPECT_EQ(load->unsignedAt("size"), self.codeSize);
+    EXPECT_EQ(executable->unsignedAt("size"), self.codeSize);
 }
 
 TEST_F(BinaryImageLogTest, DlopenAndDlcloseAreNoticed) {
+    const auto unchanged = parsedRecords(logPath_).size();
+    log_->refresh();
+    EXPECT_EQ(parsedRecords(logPath_).size(), unchanged) << "a refresh with nothing new";
+
     void *library = dlopen(TARNWELL_TEST_LIBRARY, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(library, nullptr) << dlerror();
     const auto function = uint64_t(uintptr_t(dlsym(library, "tarnwellTestLibraryAnswer")));
     log_->refresh();
-
     const auto loads = linesFor("load");
     ASSERT_EQ(loads.size(), 1u);
-    EXPECT_EQ(loads[0].stringAt("uuid"), readelfBuildId(TARNWELL_TEST_LIBRARY).substr(0, 32));
-    EXPECT_EQ(loads[0].unsignedAt("size"), readelfCodeSegmentSize(TARNWELL_TEST_LIBRARY));
+    const ElfFacts elf = readelf(TARNWELL_TEST_LIBRARY);
+    EXPECT_EQ(loads[0].stringAt("uuid"), elf.buildId.substr(0, 32));
+    EXPECT_EQ(loads[0].unsignedAt("size"), elf.codeSize);
     ImageNode found;
     ASSERT_TRUE(findImageForAddress(*table_, function, &found));
     EXPECT_EQ(found.base, loads[0].unsignedAt("base"));
     EXPECT_GT(found.ehFrame, found.base);
-
     ImageDetails byUuid;
     ASSERT_TRUE(BinaryImageLog::findImageForUUID(loads[0].stringAt("uuid").c_str(), &byUuid));
     EXPECT_EQ(byUuid.node.base, found.base);
@@ -211,12 +185,6 @@ TEST_F(BinaryImageLogTest, DlopenAndDlcloseAreNoticed) {
     log_->refresh();
     EXPECT_EQ(linesFor("load").size(), 2u);
     dlclose(library);
-}
-
-TEST_F(BinaryImageLogTest, RefreshWithoutChangesWritesNothing) {
-    const auto before = parsedRecords(logPath_).size();
-    log_->refresh();
-    EXPECT_EQ(parsedRecords(logPath_).size(), before);
 }
 
 TEST(ExecutableDetailsTest, NothingToWriteToOrFindIsRefused) {

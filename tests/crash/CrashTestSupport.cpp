@@ -61,6 +61,11 @@ std::vector<std::string> readLines(const std::string &path) {
     return lines;
 }
 
+std::string readText(const std::string &path) {
+    std::ifstream file(path);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
 ChildEnd runCapturedInChild(const std::string &reports, const std::function<void()> &body,
                             const std::function<void()> &beforeCapture) {
     return runInChild([&] {
@@ -79,15 +84,19 @@ ChildEnd runCapturedInChild(const std::string &reports, const std::function<void
     });
 }
 
-std::vector<RecordValue> activeRecords(const std::string &reports, const char *file) {
+std::string activeFile(const std::string &reports, const char *file) {
     std::error_code error;
     for (const auto &entry : std::filesystem::directory_iterator(reports, error)) {
         if (entry.path().filename().string().starts_with("active-")) {
-            return parsedRecords((entry.path() / file).string());
+            return (entry.path() / file).string();
         }
     }
     ADD_FAILURE() << "no active report under " << reports;
     return {};
+}
+
+std::vector<RecordValue> activeRecords(const std::string &reports, const char *file) {
+    return parsedRecords(activeFile(reports, file));
 }
 
 std::vector<RecordValue> parsedRecords(const std::string &path) {

@@ -1,10 +1,9 @@
 #include "crash/MachExceptionTables.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
 
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace tarnwell::crash::mach {
 namespace {
@@ -48,26 +47,31 @@ INSTANTIATE_TEST_SUITE_P(
                       NameCase{12, 5, "EXC_GUARD", nullptr}, NameCase{4, 1, nullptr, nullptr}));
 
 TEST(ExceptionMaskTest, GuardFromVersionCode1070) {
-    EXPECT_EQ(exceptionMask(systemVersionCode(6), {}), 0x4Eu);
-    EXPECT_EQ(exceptionMask(systemVersionCode(7), {}), 0x104Eu);
-    EXPECT_EQ(exceptionMask(systemVersionCode(16), {}), 0x104Eu);
+    EXPECT_EQ(exceptionMask(1060, {}), 0x4Eu);
+    EXPECT_EQ(exceptionMask(1070, {}), 0x104Eu);
+    EXPECT_EQ(exceptionMask(101600, {}), 0x104Eu);
 }
 
+// This kernel's numbers: SIGILL 4, SIGTRAP 5, SIGABRT 6, SIGBUS 7, SIGFPE 8, SIGKILL 9,
+// SIGSEGV 11, SIGSYS 31. Abort and bad system calls map to EXC_CRASH (1024), which is
+// never registered, so insisting on them changes nothing.
 TEST(ExceptionMaskTest, SignalsDeliveredAsSignalsAreLeftOut) {
-    const std::vector<int> insisted = {SIGSEGV, SIGBUS, SIGTRAP};
-    EXPECT_EQ(exceptionMask(1070, insisted), 0x104Eu & ~kMaskBadAccess & ~kMaskBreakpoint);
-    // Abort and bad system calls map to EXC_CRASH, which is never registered.
-    const std::vector<int> crashOnly = {SIGABRT, SIGSYS, SIGKILL};
+    const int badAccess[] = {11, 7};
+    EXPECT_EQ(exceptionMask(1070, badAccess), 0x104Cu);
+    const int eachFault[] = {4, 5, 8};
+    EXPECT_EQ(exceptionMask(1070, eachFault), 0x1002u);
+    const int crashOnly[] = {6, 31, 9};
     EXPECT_EQ(exceptionMask(1070, crashOnly), 0x104Eu);
+    EXPECT_EQ(exceptionMaskForSignal(6), 1024u);
+    EXPECT_EQ(exceptionMaskForSignal(31), 1024u);
 }
 
 TEST(SystemVersionCodeTest, ByMinorNumberAlone) {
-    EXPECT_EQ(systemVersionCode(5), 0u);
-    EXPECT_EQ(systemVersionCode(6), 1060u);
-    EXPECT_EQ(systemVersionCode(9), 1090u);
-    EXPECT_EQ(systemVersionCode(10), 101000u);
-    EXPECT_EQ(systemVersionCode(16), 101600u);
-    EXPECT_EQ(systemVersionCode(17), 0u);
+    const std::pair<int, uint32_t> codes[] = {{5, 0},       {6, 1060},    {9, 1090},
+                                              {10, 101000}, {16, 101600}, {17, 0}};
+    for (const auto &[minor, code] : codes) {
+        EXPECT_EQ(systemVersionCode(minor), code) << minor;
+    }
 }
 
 }  // namespace
