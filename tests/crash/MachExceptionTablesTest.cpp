@@ -8,43 +8,37 @@
 namespace tarnwell::crash::mach {
 namespace {
 
-struct NameCase {
-    int type;
-    int64_t code;
-    const char *name;      // nullptr: null
-    const char *codeName;  // nullptr: null
-};
-
 std::string orNull(const char *text) {
     return text == nullptr ? "null" : text;
 }
 
-class ExceptionNameTest : public ::testing::TestWithParam<NameCase> {};
-
-TEST_P(ExceptionNameTest, NamesTypeAndFirstCode) {
-    const NameCase &c = GetParam();
-    EXPECT_EQ(orNull(exceptionName(c.type)), orNull(c.name));
-    EXPECT_EQ(orNull(exceptionCodeName(c.type, c.code)), orNull(c.codeName));
-}
-
 // The ends of each table and the gaps between its named entries.
-INSTANTIATE_TEST_SUITE_P(
-    Types, ExceptionNameTest,
-    ::testing::Values(NameCase{1, 2, "EXC_BAD_ACCESS", "KERN_PROTECTION_FAILURE"},
-                      NameCase{1, 3, "EXC_BAD_ACCESS", nullptr},
-                      NameCase{2, 0, "EXC_BAD_INSTRUCTION", "EXC_I386_INVOP"},
-                      NameCase{3, 1, "EXC_ARITHMETIC", "EXC_I386_DIV"},
-                      NameCase{3, 8, "EXC_ARITHMETIC", "EXC_I386_SSEEXTERR"},
-                      NameCase{3, 0, "EXC_ARITHMETIC", nullptr},
-                      NameCase{3, 9, "EXC_ARITHMETIC", nullptr},
-                      NameCase{6, 0, "EXC_BREAKPOINT", "EXC_I386_DIVERR"},
-                      NameCase{6, 8, "EXC_BREAKPOINT", nullptr},
-                      NameCase{6, 17, "EXC_BREAKPOINT", "EXC_I386_ALIGNFLT"},
-                      NameCase{6, 25, "EXC_BREAKPOINT", nullptr},
-                      NameCase{6, 33, "EXC_BREAKPOINT", "EXC_I386_ENDPERR"},
-                      NameCase{6, 34, "EXC_BREAKPOINT", nullptr},
-                      NameCase{6, -1, "EXC_BREAKPOINT", nullptr},
-                      NameCase{12, 5, "EXC_GUARD", nullptr}, NameCase{4, 1, nullptr, nullptr}));
+TEST(ExceptionNameTest, NamesTypeAndFirstCode) {
+    const struct {
+        int type;
+        int64_t code;
+        const char *name, *codeName;
+    } cases[] = {{1, 2, "EXC_BAD_ACCESS", "KERN_PROTECTION_FAILURE"},
+                 {1, 3, "EXC_BAD_ACCESS", "null"},
+                 {2, 0, "EXC_BAD_INSTRUCTION", "EXC_I386_INVOP"},
+                 {3, 1, "EXC_ARITHMETIC", "EXC_I386_DIV"},
+                 {3, 8, "EXC_ARITHMETIC", "EXC_I386_SSEEXTERR"},
+                 {3, 0, "EXC_ARITHMETIC", "null"},
+                 {3, 9, "EXC_ARITHMETIC", "null"},
+                 {6, 0, "EXC_BREAKPOINT", "EXC_I386_DIVERR"},
+                 {6, 8, "EXC_BREAKPOINT", "null"},
+                 {6, 17, "EXC_BREAKPOINT", "EXC_I386_ALIGNFLT"},
+                 {6, 25, "EXC_BREAKPOINT", "null"},
+                 {6, 33, "EXC_BREAKPOINT", "EXC_I386_ENDPERR"},
+                 {6, 34, "EXC_BREAKPOINT", "null"},
+                 {6, -1, "EXC_BREAKPOINT", "null"},
+                 {12, 5, "EXC_GUARD", "null"},
+                 {4, 1, "null", "null"}};
+    for (const auto &c : cases) {
+        EXPECT_EQ(orNull(exceptionName(c.type)), c.name) << c.type;
+        EXPECT_EQ(orNull(exceptionCodeName(c.type, c.code)), c.codeName) << c.type << " " << c.code;
+    }
+}
 
 TEST(ExceptionMaskTest, GuardFromVersionCode1070) {
     EXPECT_EQ(exceptionMask(1060, {}), 0x4Eu);
