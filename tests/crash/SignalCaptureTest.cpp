@@ -120,6 +120,7 @@ TEST_P(CaptureOutcomeTest, EndsAsExpectedWithOneRecordAtMost) {
     const OutcomeCase &c = GetParam();
     TemporaryDirectory reports;
     const ChildEnd end = runCapturedInChild(reports.path(), c.body, c.before);
+    ASSERT_TRUE(end.finished) << "child hung";
     EXPECT_EQ(end.signal, c.endSignal);
     EXPECT_EQ(end.exitStatus, c.endSignal == 0 ? c.exitStatus : -1);
     EXPECT_EQ(activeRecords(reports.path(), "signal.crsrecord").size(), c.signalLines);
