@@ -9,7 +9,9 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "CrashTestSupport.h"
@@ -25,25 +27,29 @@ using namespace testing;
 class ReportStoreTest : public ::testing::Test {
 protected:
     fs::path root() const { return directory_.path(); }
-    // An active report left by a run that has ended (no lock holder).
-    fs::path endedRun(const std::string &pid, const char *record, const char *content) {
-        const fs::path report = root() / ("active-" + pid);
-        fs::create_directories(report);
-        std::ofstream(report / "metadata.crsrecord") << "{}\n";
-        if (record != nullptr) {
-            std::ofstream(report / record) << content;
-        }
-        return report;
-    }
     TemporaryDirectory directory_;
 };
 
+// An ended run's report with a crash record, even an empty one (opened by the handler
+// on a full disk), becomes pending; one without is dropped. A running process's report
+// (its lock held) and one still being made are left alone.
 TEST_F(ReportStoreTest, EndedRunWithCrashRecordBecomesPending) {
-    endedRun("1", "signal.crsrecord", "{\"signal\":{}}\n");
-    endedRun("2", "exception.crsrecord", "{\"exception\":{}}\n");
-    // Opened by the handler on a full disk, nothing written: still a crash.
-    endedRun("3", "signal.crsrecord", "");
-    endedRun("4", nullptr, "");
+    ReportStore running(root());
+    ASSERT_TRUE(running.prepare());
+    std::ofstream(running.activeDirectory() / "signal.crsrecord") << "{\"signal\":{}}\n";
+    fs::rename(running.activeDirectory(), root() / "active-running");
+    fs::create_directories(root() / "starting-abc123");
+    const std::pair<const char *, const char *> endedRuns[] = {
+        {"signal.crsrecord", "{\"signal\":{}}\n"},
+        {"exception.crsrecord", "{\"exception\":{}}\n"},
+        {"signal.crsrecord", ""},
+        {"metadata.crsrecord", "{}\n"}};
+    for (size_t i = 0; i < std::size(endedRuns); ++i) {
+        const fs::path report = root() / ("active-" + std::to_string(i));
+        fs::create_directories(report);
+        std::ofstream(report / "metadata.crsrecord") << "{}\n";
+        std::ofstream(report / endedRuns[i].first) << endedRuns[i].second;
+    }
     ReportStore store(root());
     ASSERT_TRUE(store.prepare());
     const auto pending = store.pendingReports();
@@ -52,26 +58,13 @@ TEST_F(ReportStoreTest, EndedRunWithCrashRecordBecomesPending) {
         EXPECT_TRUE(fs::exists(report / "metadata.crsrecord"));
         EXPECT_FALSE(fs::exists(report / ".lock"));
     }
-    for (const char *pid : {"1", "2", "3", "4"}) {
-        EXPECT_FALSE(fs::exists(root() / (std::string("active-") + pid))) << pid;
+    for (const char *gone : {"active-0", "active-1", "active-2", "active-3"}) {
+        EXPECT_FALSE(fs::exists(root() / gone)) << gone;
     }
-    EXPECT_TRUE(fs::is_directory(store.activeDirectory()));
-    EXPECT_TRUE(store.activeDirectory().filename().string().starts_with("active-"));
-}
-
-TEST_F(ReportStoreTest, RunningProcessReportIsLeftAlone) {
-    ReportStore running(root());
-    ASSERT_TRUE(running.prepare());
-    std::ofstream(running.activeDirectory() / "signal.crsrecord") << "{\"signal\":{}}\n";
-    // A second store in the same process stands for a second process: its lock is held.
-    fs::rename(running.activeDirectory(), root() / "active-other");
-    // Another process between making its directory and locking it.
-    fs::create_directories(root() / "starting-abc123");
-    ReportStore second(root());
-    EXPECT_TRUE(second.prepare());
-    EXPECT_TRUE(fs::exists(root() / "active-other" / "signal.crsrecord"));
+    EXPECT_TRUE(fs::exists(root() / "active-running" / "signal.crsrecord"));
     EXPECT_TRUE(fs::exists(root() / "starting-abc123"));
-    EXPECT_TRUE(second.pendingReports().empty());
+    EXPECT_TRUE(store.activeDirectory().filename().string().starts_with("active-"));
+    EXPECT_TRUE(fs::is_directory(store.activeDirectory()));
 }
 
 // Reports are ranked by the time their records carry, not by folder name; a time
@@ -150,18 +143,14 @@ TEST(FullDiskTest, CrashIsLoggedAndItsReportKept) {
         GTEST_SKIP() << "no private tmpfs can be mounted here";
     }
     ASSERT_EQ(end.exitStatus, 0);
-    std::string logText;
-    for (const std::string &line : readLines(log)) {
-        logText += line + "\n";
-    }
+    const std::string logText = readText(log);
     EXPECT_NE(logText.find("Unable to write file"), std::string::npos) << logText;
     EXPECT_NE(logText.find("No space left on device"), std::string::npos) << logText;
 
     ReportStore store(copy);
     ASSERT_TRUE(store.prepare());
-    const auto pending = store.pendingReports();
-    ASSERT_EQ(pending.size(), 1u);
-    EXPECT_GT(fs::file_size(pending[0] / "metadata.crsrecord"), 0u);
+    ASSERT_EQ(store.pendingReports().size(), 1u);
+    EXPECT_GT(fs::file_size(store.pendingReports()[0] / "metadata.crsrecord"), 0u);
 }
 
 }  // namespace
