@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <climits>
 #include <cstring>
 #include <fstream>
@@ -180,10 +181,22 @@ TEST_F(RecordWriterTest, FailuresAreReportedNotHidden) {
     EXPECT_FALSE(writer.open((directory_.path() + "/missing/x").c_str(), false, false));
     EXPECT_FALSE(writer.writeString("x"));
     EXPECT_FALSE(writer.close());
+    // A full disk: every write fails alike, so the log says it once for the file.
     ASSERT_TRUE(writer.open(path().c_str(), false, false));
-    writer.setWriteCall([](int, const void *, size_t) -> ssize_t { return 0; });
-    EXPECT_FALSE(writer.writeUnsigned(1));
+    writer.setWriteCall([](int, const void *, size_t) -> ssize_t {
+        errno = ENOSPC;
+        return -1;
+    });
+    const std::string log = crashLogOutput([&] {
+        EXPECT_FALSE(writer.writeUnsigned(1));
+        EXPECT_FALSE(writer.writeString("x"));
+        EXPECT_FALSE(writer.close());
+    });
     EXPECT_EQ(writer.bytesWritten(), 0u);
+    const std::string line =
+        "Error: Unable to write file " + path() + " (No space left on device)\n";
+    EXPECT_TRUE(log.ends_with(line)) << log;
+    EXPECT_EQ(log.find("Unable to write"), log.rfind("Unable to write")) << log;
 }
 
 }  // namespace

@@ -1,11 +1,6 @@
 #include "crash/ReportStore.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <signal.h>
-#include <sys/mount.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -15,8 +10,6 @@
 #include <vector>
 
 #include "CrashTestSupport.h"
-#include "crash/CrashLog.h"
-#include "crash/DeliberateCrash.h"
 
 namespace tarnwell::crash {
 namespace {
@@ -108,49 +101,6 @@ TEST_F(ReportStoreTest, UnwritableRootFailsCleanly) {
     std::ofstream(root() / "file") << "x";
     ReportStore store(root() / "file" / "reports");
     EXPECT_FALSE(store.prepare());
-}
-
-// A crash on a full disk leaves record files it could not fill: the kit's log says so,
-// and the report, with the metadata written at start, is kept. Needs a private mount
-// namespace for a small tmpfs (root); skipped elsewhere.
-TEST(FullDiskTest, CrashIsLoggedAndItsReportKept) {
-    TemporaryDirectory directory;
-    const std::string disk = directory.path() + "/disk";
-    const std::string copy = directory.path() + "/copy";
-    const std::string log = directory.path() + "/log";
-    fs::create_directories(disk);
-    constexpr int kNoTmpfs = 77;
-    const ChildEnd end = runInChild([&] {
-        if (unshare(CLONE_NEWNS) != 0 ||
-            mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            mount("tarnwell-test", disk.c_str(), "tmpfs", 0, "size=512k") != 0) {
-            _exit(kNoTmpfs);
-        }
-        const ChildEnd crashed = runCapturedInChild(disk + "/reports", [&] {
-            const int filler = open((disk + "/filler").c_str(), O_WRONLY | O_CREAT, 0644);
-            static const char block[4096] = {};
-            while (write(filler, block, sizeof block) > 0) {
-            }
-            setCrashLogDescriptor(open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644));
-            crashDeliberately(DeliberateCrash::Segv);
-        });
-        // The tmpfs goes with this namespace; the parent reads a copy.
-        std::error_code error;
-        fs::copy(disk + "/reports", copy, fs::copy_options::recursive, error);
-        _exit(crashed.signal == SIGSEGV && !error ? 0 : 1);
-    });
-    if (end.exitStatus == kNoTmpfs) {
-        GTEST_SKIP() << "no private tmpfs can be mounted here";
-    }
-    ASSERT_EQ(end.exitStatus, 0);
-    const std::string logText = readText(log);
-    EXPECT_NE(logText.find("Unable to write file"), std::string::npos) << logText;
-    EXPECT_NE(logText.find("No space left on device"), std::string::npos) << logText;
-
-    ReportStore store(copy);
-    ASSERT_TRUE(store.prepare());
-    ASSERT_EQ(store.pendingReports().size(), 1u);
-    EXPECT_GT(fs::file_size(store.pendingReports()[0] / "metadata.crsrecord"), 0u);
 }
 
 }  // namespace
