@@ -236,15 +236,18 @@ struct ControllerRig {
     FakeApplicationEvents applicationEvents;
     Localizer localized = fakeLocalizer();
 
-    std::unique_ptr<QRMAppDelegate> start() {
+    // With another engine, such as the real one, cleanings run on threads of
+    // their own, as in the program.
+    std::unique_ptr<QRMAppDelegate> start(MemoryEngine *otherEngine = nullptr) {
+        QRMAppDelegate::BackgroundRunner inline_ = [](std::function<void()> task) { task(); };
         auto delegate = std::make_unique<QRMAppDelegate>(
-            QRMAppDelegate::Services{engine,
+            QRMAppDelegate::Services{otherEngine ? *otherEngine : engine,
                                      settings,
                                      localized,
                                      urlOpener,
                                      &statusItem,
                                      &notifier,
-                                     [](std::function<void()> task) { task(); },
+                                     otherEngine ? QRMAppDelegate::BackgroundRunner() : inline_,
                                      &usageEvents,
                                      &updater,
                                      nullptr,

@@ -44,10 +44,6 @@ TEST_P(ConsoleMode, PrintsStatusLinesAndEndsCleanlyOnSignal) {
     EXPECT_TRUE(errors[0].contains(c.notice)) << errors[0].toStdString();
     EXPECT_TRUE(errors[0].endsWith("Ctrl-C quits.")) << errors[0].toStdString();
     EXPECT_TRUE(QFile::exists(run.settingsFile()));
-    // A display that went away is no crash.
-    run.start({"crash-reports"});
-    ASSERT_TRUE(run.process.waitForFinished(30000));
-    EXPECT_EQ(run.process.readAllStandardOutput(), "No crash reports.\n");
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -1,7 +1,9 @@
 #include <cmath>
+#include <optional>
 
 #include <gtest/gtest.h>
 
+#include "CaseName.h"
 #include "app/StatusIcons.h"
 
 namespace tarnwell::testing {
@@ -27,68 +29,61 @@ bool isOpaque(const QColor &c, const QColor &expected) {
     return c.alpha() == 255 && c.rgb() == expected.rgb();
 }
 
-// Angles away from the wedge edges, where antialiasing blends colours.
-constexpr double kInside = 5.0;  // points from the centre; the radius is 8
+// Points from the centre; the radius is 8.
+constexpr double kInside = 5.0;
 constexpr double kOutside = 10.0;
 
-TEST(PieChartBlack, SolidWithNothingFreeOutlineOnlyWhenAllFree) {
-    for (double percent : {0.0, 100.0, 150.0}) {
-        const QImage image = pieChartIconBlack(percent);
-        for (double degrees = 10; degrees < 360; degrees += 30) {
-            SCOPED_TRACE(::testing::Message() << percent << " % at " << degrees);
-            const QColor inside = pixelAt(image, degrees, kInside);
-            EXPECT_TRUE(percent == 0 ? isOpaque(inside, Qt::black) : isTransparent(inside));
+struct PieCase {
+    const char *name;
+    std::optional<double> freePercents;  // the black chart; otherwise the colour one
+    std::array<double, kSegmentCount> percents;
+    // Inside the circle at 15, 45, ... 345 degrees: '.' nothing, 'k' black, a
+    // digit that segment's colour, '?' too near a wedge edge to tell.
+    const char *inside;
+};
+
+class PieChart : public ::testing::TestWithParam<PieCase> {};
+
+TEST_P(PieChart, WedgesRunCounterClockwise) {
+    const PieCase &c = GetParam();
+    const QImage image =
+        c.freePercents ? pieChartIconBlack(*c.freePercents) : pieChartIconColor(c.percents);
+    for (int sector = 0; sector < 12; ++sector) {
+        const double degrees = 15 + 30 * sector;
+        const char expected = c.inside[sector];
+        SCOPED_TRACE(::testing::Message() << degrees << " degrees");
+        const QColor inside = pixelAt(image, degrees, kInside);
+        if (expected == '.') {
+            EXPECT_TRUE(isTransparent(inside));
+        } else if (expected != '?') {
+            EXPECT_TRUE(isOpaque(
+                inside, expected == 'k' ? QColor(Qt::black) : segmentColor(expected - '0')));
+        }
+        EXPECT_TRUE(isTransparent(pixelAt(image, degrees, kOutside)));
+        // The black chart always outlines the whole circle.
+        if (c.freePercents) {
             EXPECT_GT(pixelAt(image, degrees, kPieChartRadius).alpha(), 200);
-            EXPECT_TRUE(isTransparent(pixelAt(image, degrees, kOutside)));
         }
     }
 }
 
-TEST(PieChartBlack, QuarterFreeLeavesTheFirstQuarterOpen) {
-    const QImage image = pieChartIconBlack(25);
-    // Free runs counter-clockwise from 0 to 90 degrees; the rest is solid.
-    EXPECT_TRUE(isTransparent(pixelAt(image, 45, kInside)));
-    EXPECT_TRUE(isOpaque(pixelAt(image, 135, kInside), Qt::black));
-    EXPECT_TRUE(isOpaque(pixelAt(image, 270, kInside), Qt::black));
-    EXPECT_TRUE(isOpaque(pixelAt(image, 315, kInside), Qt::black));
-}
-
-TEST(PieChartColor, WedgesRunCounterClockwiseFromTheTop) {
-    // Free 25 % from 90 to 180, inactive 25 % from 180 to 270, active 10 %
-    // to 306, wired 10 % to 342, compressed 5 % to 360; used-only stays clear.
-    const QImage image = pieChartIconColor({25, 25, 10, 10, 5});
-    EXPECT_TRUE(isOpaque(pixelAt(image, 135, kInside), segmentColor(0)));
-    EXPECT_TRUE(isOpaque(pixelAt(image, 225, kInside), segmentColor(1)));
-    EXPECT_TRUE(isOpaque(pixelAt(image, 288, kInside), segmentColor(2)));
-    EXPECT_TRUE(isOpaque(pixelAt(image, 324, kInside), segmentColor(3)));
-    EXPECT_TRUE(isOpaque(pixelAt(image, 351, kInside), segmentColor(4)));
-    EXPECT_TRUE(isTransparent(pixelAt(image, 45, kInside)));
-}
-
-TEST(PieChartColor, NothingFreeLeavesTheFirstWedgeEmpty) {
-    const QImage image = pieChartIconColor({0, 50, 0, 0, 0});
-    EXPECT_TRUE(isOpaque(pixelAt(image, 135, kInside), segmentColor(1)));
-    EXPECT_TRUE(isTransparent(pixelAt(image, 315, kInside)));
-    for (double degrees = 0; degrees < 360; degrees += 20) {
-        EXPECT_NE(pixelAt(image, degrees, kInside).rgb(), segmentColor(0).rgb()) << degrees;
-    }
-}
-
-TEST(PieChartColor, OverHundredPercentPaintsOverTheFirstWedges) {
-    // Free covers 90..306; inactive continues from 306 round to 522 (= 162),
-    // over the start of the free wedge.
-    const QImage image = pieChartIconColor({60, 60, 0, 0, 0});
-    EXPECT_TRUE(isOpaque(pixelAt(image, 120, kInside), segmentColor(1)));
-    EXPECT_TRUE(isOpaque(pixelAt(image, 200, kInside), segmentColor(0)));
-    EXPECT_TRUE(isOpaque(pixelAt(image, 330, kInside), segmentColor(1)));
-}
-
-TEST(PieChartColor, FullTurnIsSolid) {
-    const QImage image = pieChartIconColor({100, 0, 0, 0, 0});
-    for (double degrees = 25; degrees < 360; degrees += 40) {
-        EXPECT_TRUE(isOpaque(pixelAt(image, degrees, kInside), segmentColor(0))) << degrees;
-    }
-}
+// The black chart leaves free memory open from 0 degrees; the colour chart
+// starts at 90 with free, then inactive, active, wired and compressed, and
+// leaves used memory clear. Beyond 100 % wedges paint over the first ones.
+INSTANTIATE_TEST_SUITE_P(
+    Charts, PieChart,
+    ::testing::Values(PieCase{"BlackNothingFree", 0, {}, "kkkkkkkkkkkk"},
+                      PieCase{"BlackQuarterFree", 25, {}, "...kkkkkkkkk"},
+                      PieCase{"BlackAllFree", 100, {}, "............"},
+                      PieCase{"BlackOverFull", 150, {}, "............"},
+                      PieCase{"ColourEveryWedge",
+                              std::nullopt,
+                              {25, 25, 50.0 / 3, 50.0 / 3, 25.0 / 3},
+                              "34.000111223"},
+                      PieCase{"ColourNothingFree", std::nullopt, {0, 50, 0, 0, 0}, "...111111..."},
+                      PieCase{"ColourOverFull", std::nullopt, {60, 60, 0, 0, 0}, "11111?000011"},
+                      PieCase{"ColourFullTurn", std::nullopt, {100, 0, 0, 0, 0}, "000000000000"}),
+    test::caseName);
 
 TEST(Legend, ColouredCircle) {
     const QImage image = legendImage(segmentColor(1));

@@ -7,19 +7,12 @@
 // known amount without touching more than a few MiB of real memory.
 #include <filesystem>
 
-#include <QDBusAbstractAdaptor>
-#include <QDBusArgument>
-#include <QDBusConnection>
-#include <QDBusContext>
-#include <QDBusMessage>
-#include <QDBusMetaType>
-#include <QDBusVariant>
 #include <QRegularExpression>
 #include <QSaveFile>
 #include <QSettings>
-#include <QSignalSpy>
 
 #include "BuildInfo.h"
+#include "BusTestSupport.h"
 #include "TestNotificationServer.h"
 #include "TestStatusNotifierWatcher.h"
 #include "ThrowAwayRun.h"
@@ -27,46 +20,8 @@
 namespace tarnwell::testing {
 namespace {
 
-class LabelListener : public QObject {
-    Q_OBJECT
-public slots:
-    void onNewLabel(const QString &label, const QString &) { emit changed(label); }
-signals:
-    void changed(const QString &label);
-};
-
-struct LayoutItem {
-    int id = 0;
-    QVariantMap properties;
-    QList<LayoutItem> children;
-};
-
-LayoutItem readLayoutItem(const QDBusArgument &argument) {
-    LayoutItem item;
-    argument.beginStructure();
-    argument >> item.id >> item.properties;
-    argument.beginArray();
-    while (!argument.atEnd()) {
-        QDBusVariant child;
-        argument >> child;
-        item.children << readLayoutItem(child.variant().value<QDBusArgument>());
-    }
-    argument.endArray();
-    argument.endStructure();
-    return item;
-}
-
-const LayoutItem *findByLabel(const LayoutItem &root, const QString &label) {
-    for (const LayoutItem &child : root.children) {
-        if (child.properties.value("label").toString().remove('_') == label) {
-            return &child;
-        }
-        if (const LayoutItem *found = findByLabel(child, label)) {
-            return found;
-        }
-    }
-    return nullptr;
-}
+const QString kItemPath = QStringLiteral("/StatusNotifierItem");
+const QString kItemInterface = QStringLiteral("org.kde.StatusNotifierItem");
 
 // The captured meminfo with the figures the test sets, replaced in one step
 // so the program never reads half a file.
@@ -112,10 +67,9 @@ protected:
         settings.setValue("bundleBuild", kBuildNumber);
         settings.sync();
 
-        QDBusConnection bus = QDBusConnection::sessionBus();
-        ASSERT_TRUE(bus.connect(QString(), "/StatusNotifierItem", "org.kde.StatusNotifierItem",
-                                "XAyatanaNewLabel", &labelListener,
-                                SLOT(onNewLabel(QString, QString))));
+        registerDBusTypes();
+        labels.listen(QDBusConnection::sessionBus(), QString(), kItemPath, kItemInterface,
+                      {QStringLiteral("XAyatanaNewLabel")});
 
         const QString runtime = run.home.filePath("runtime");
         QDir().mkpath(runtime);
@@ -133,38 +87,39 @@ protected:
     // Waits until the item's label reads as expected; the item announces
     // every change with XAyatanaNewLabel.
     bool waitForLabel(const QString &expected) {
-        for (;;) {
-            if (itemProperty("XAyatanaLabel").toString() == expected) {
-                return true;
-            }
-            if (!labelChanges.wait(30000)) {
+        QSignalSpy heard(&labels, &test::BusSignalRecorder::recorded);
+        while (itemProperty("XAyatanaLabel").toString() != expected) {
+            if (!heard.wait(30000)) {
                 return false;
             }
         }
+        return true;
     }
 
     QVariant itemProperty(const QString &name) {
-        QDBusMessage call =
-            QDBusMessage::createMethodCall(watcher.senders.value(0), "/StatusNotifierItem",
-                                           "org.freedesktop.DBus.Properties", "Get");
-        call << QStringLiteral("org.kde.StatusNotifierItem") << name;
-        const QDBusMessage reply = QDBusConnection::sessionBus().call(call);
-        if (reply.type() != QDBusMessage::ReplyMessage) {
-            ADD_FAILURE() << reply.errorMessage().toStdString();
-            return {};
-        }
-        return reply.arguments().value(0).value<QDBusVariant>().variant();
+        return test::propertyOf(QDBusConnection::sessionBus(), watcher.senders.value(0), kItemPath,
+                                kItemInterface, name);
+    }
+
+    QDBusMessage callMenu(const QString &path, const QString &method,
+                          const QVariantList &arguments) {
+        QDBusMessage call = QDBusMessage::createMethodCall(watcher.senders.value(0), path,
+                                                           "com.canonical.dbusmenu", method);
+        call.setArguments(arguments);
+        return test::callAndWait(QDBusConnection::sessionBus(), call);
     }
 
     ThrowAwayRun run;
     QString proc;
-    LabelListener labelListener;
-    QSignalSpy labelChanges{&labelListener, &LabelListener::changed};
+    test::BusSignalRecorder labels;
     test::TestStatusNotifierWatcher watcher{QStringLiteral("watcher")};
     test::TestNotificationServer notifications;
 };
 
-TEST_F(TrayEndToEnd, CleanFromTheMenuNotifies) {
+// One run of the tray: the item reaches the panel, a click on the menu
+// cleans and notifies, a second start hands over to it, and the terminal
+// mode (no status item) may run beside it.
+TEST_F(TrayEndToEnd, CleansFromTheMenuAndStaysTheOnlyItem) {
     QSignalSpy registered(&watcher, &test::TestStatusNotifierWatcher::itemRegistered);
     run.start();
     ASSERT_TRUE(registered.wait(30000));
@@ -172,43 +127,24 @@ TEST_F(TrayEndToEnd, CleanFromTheMenuNotifies) {
     ASSERT_TRUE(waitForLabel("4.00 MB"));
     const QString menuPath = itemProperty("Menu").value<QDBusObjectPath>().path();
     ASSERT_FALSE(menuPath.isEmpty());
-
-    QDBusMessage layoutCall = QDBusMessage::createMethodCall(watcher.senders.value(0), menuPath,
-                                                             "com.canonical.dbusmenu", "GetLayout");
-    layoutCall << 0 << -1 << QStringList();
-    const QDBusMessage layout = QDBusConnection::sessionBus().call(layoutCall);
+    const QDBusMessage layout = callMenu(menuPath, "GetLayout", {0, -1, QStringList()});
     ASSERT_EQ(layout.type(), QDBusMessage::ReplyMessage) << layout.errorMessage().toStdString();
-    const LayoutItem root = readLayoutItem(layout.arguments().value(1).value<QDBusArgument>());
-    const LayoutItem *clean = findByLabel(root, "Clean Memory Now");
-    ASSERT_NE(clean, nullptr);
-    EXPECT_NE(findByLabel(root, "    4.00 MB Free"), nullptr);
-    EXPECT_NE(findByLabel(root, "Quit"), nullptr);
+    const auto root = test::demarshalled<DBusMenuLayoutItem>(layout.arguments().value(1));
+    const int clean = test::menuItemId(root, "Clean Memory Now");
+    ASSERT_NE(clean, 0);
+    EXPECT_NE(test::menuItemId(root, "    4.00 MB Free"), 0);
+    EXPECT_NE(test::menuItemId(root, "Quit"), 0);
 
     // 96 MiB more free memory after the cleaning than before it.
     writeMeminfo(proc, 100 * 1024);
     QSignalSpy notified(&notifications, &test::TestNotificationServer::notified);
-    QDBusMessage event = QDBusMessage::createMethodCall(watcher.senders.value(0), menuPath,
-                                                        "com.canonical.dbusmenu", "Event");
-    event << clean->id << QStringLiteral("clicked") << QVariant::fromValue(QDBusVariant(QString()))
-          << 0u;
-    QDBusConnection::sessionBus().call(event, QDBus::NoBlock);
+    callMenu(menuPath, "Event",
+             {clean, QStringLiteral("clicked"), QVariant::fromValue(QDBusVariant(QString())), 0u});
     ASSERT_TRUE(notified.wait(30000));
     const test::ReceivedNotification &notification = notifications.received.first();
     EXPECT_EQ(notification.summary, "Tarnwell");
     EXPECT_EQ(notification.body, "96.00 MB cleaned");
     EXPECT_EQ(notification.hints.value("sound-name").toString(), "message-new-instant");
-
-    run.stopWith(SIGTERM);
-
-    // The statistics were stored where the next run finds them.
-    QSettings stored(run.settingsFile(), QSettings::IniFormat);
-    EXPECT_EQ(stored.value("lastTimeCleaned").toULongLong(), 96ull << 20);
-}
-
-TEST_F(TrayEndToEnd, ASecondStartHandsOverToTheFirstAndExits) {
-    QSignalSpy registered(&watcher, &test::TestStatusNotifierWatcher::itemRegistered);
-    run.start();
-    ASSERT_TRUE(registered.wait(30000));
 
     ThrowAwayRun second;
     second.env = run.env;
@@ -219,7 +155,6 @@ TEST_F(TrayEndToEnd, ASecondStartHandsOverToTheFirstAndExits) {
               "Tarnwell is already running; its preferences are open\n");
     EXPECT_EQ(watcher.items().size(), 1) << "a second item reached the panel";
 
-    // The terminal mode is no second status item and may run beside it.
     ThrowAwayRun console;
     console.env = run.env;
     console.start({"--console"});
@@ -227,9 +162,10 @@ TEST_F(TrayEndToEnd, ASecondStartHandsOverToTheFirstAndExits) {
     console.stopWith(SIGINT);
 
     run.stopWith(SIGTERM);
+    // The statistics were stored where the next run finds them.
+    QSettings stored(run.settingsFile(), QSettings::IniFormat);
+    EXPECT_EQ(stored.value("lastTimeCleaned").toULongLong(), 96ull << 20);
 }
 
 }  // namespace
 }  // namespace tarnwell::testing
-
-#include "TrayEndToEndTest.moc"

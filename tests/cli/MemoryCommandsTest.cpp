@@ -68,11 +68,14 @@ protected:
     std::vector<std::chrono::seconds> waits;
 };
 
-TEST_F(MemoryCommands, StatsTableShowsSizesForByteKeysOnly) {
+// Past 4 GiB of free memory (6031331 pages, as on a captured machine) the
+// record's byte figure wraps; the value column keeps it and the size is exact.
+TEST_F(MemoryCommands, StatsTableShowsExactSizesForByteKeysOnly) {
+    state->vmStatistics->freeCount = 6031331;
     ASSERT_EQ(runStats({}), kExitOk);
     EXPECT_THAT(
         out.str(),
-        HasSubstr("\nfreeBytes                                       16777216  16.00 MB\n"));
+        HasSubstr("\nfreeBytes                                     3229495296  23.01 GB\n"));
     EXPECT_THAT(out.str(),
                 HasSubstr("\npageSize                                            4096\n"));
     EXPECT_THAT(out.str(),
@@ -81,12 +84,13 @@ TEST_F(MemoryCommands, StatsTableShowsSizesForByteKeysOnly) {
 }
 
 TEST_F(MemoryCommands, StatsJsonIsOneObjectWithEveryKeyOfTheRecord) {
+    state->vmStatistics->freeCount = 6031331;
     ASSERT_EQ(runStats({"--json"}), kExitOk);
     const std::string json = out.str();
     EXPECT_EQ(json.find('\n'), json.size() - 1);
     EXPECT_TRUE(json.starts_with("{\"physicalMemory\":4294967296,"));
     EXPECT_TRUE(json.ends_with("\"xsuEncripted\":0}\n"));
-    EXPECT_THAT(json, HasSubstr("\"freeBytes\":16777216,"));
+    EXPECT_THAT(json, HasSubstr("\"freeCount\":6031331,\"freeBytes\":3229495296,"));
     EXPECT_THAT(json, HasSubstr("\"totalPercents\":100,"));
     EXPECT_EQ(std::count(json.begin(), json.end(), ':'), std::ptrdiff_t(memory->info().size()));
 }
@@ -98,6 +102,22 @@ TEST_F(MemoryCommands, PrettyJsonPutsEachKeyOnItsOwnLine) {
     EXPECT_TRUE(json.ends_with(",\n  \"xsuEncripted\": 0\n}\n")) << json;
     EXPECT_EQ(std::count(json.begin(), json.end(), '\n'),
               std::ptrdiff_t(memory->info().size()) + 2);
+}
+
+// A sample that names what it could not read.
+struct UnreadableSource : test::FakeMemorySource {
+    using FakeMemorySource::FakeMemorySource;
+    MemorySample sample() override { return {{}, {}, {}, "/proc/meminfo: missing MemFree"}; }
+};
+
+TEST_F(MemoryCommands, UnreadableMemoryFailsBothCommandsNamingFileAndKey) {
+    QRMMemoryInfo unreadable(std::make_unique<UnreadableSource>(state));
+    EXPECT_EQ(stats(unreadable, argumentsOf({}), out, err, {}), kExitFailure);
+    EXPECT_EQ(clean(unreadable, argumentsOf({"--json"}), out, err), kExitFailure);
+    EXPECT_EQ(out.str(), "");
+    const std::string said =
+        "tarnwell: Memory figures unavailable: /proc/meminfo: missing MemFree\n";
+    EXPECT_EQ(err.str(), said + said);
 }
 
 TEST_F(MemoryCommands, StatsJsonWritesNullForNotANumber) {

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 
 #include "CaseName.h"
 
@@ -82,39 +83,27 @@ TEST_P(LinuxCapture, Figures) {
     EXPECT_EQ(memory.hardwarePhysicalMemory(), c.hardwarePhysicalMemory);
     const MemorySample sample = memory.sample();
     EXPECT_EQ(sample.userMemory, c.userMemory);
-
-    const auto &s = sample.vmStatistics;
-    ASSERT_TRUE(s.has_value());
-    EXPECT_EQ(s->pageSize, 4096);
-    EXPECT_EQ(s->freeCount, c.freeCount);
-    EXPECT_EQ(s->activeCount, c.activeCount);
-    EXPECT_EQ(s->inactiveCount, c.inactiveCount);
-    EXPECT_EQ(s->wireCount, c.wireCount);
-    EXPECT_EQ(s->externalPageCount, c.externalPageCount);
-    EXPECT_EQ(s->internalPageCount, c.internalPageCount);
-    EXPECT_EQ(s->compressorPageCount, c.compressorPageCount);
-    EXPECT_EQ(s->totalUncompressedPagesInCompressor, c.totalUncompressedPagesInCompressor);
-    EXPECT_EQ(s->faults, c.faults);
-    EXPECT_EQ(s->reactivations, c.reactivations);
-    EXPECT_EQ(s->pageins, c.pageins);
-    EXPECT_EQ(s->pageouts, c.pageouts);
-    EXPECT_EQ(s->swapouts, c.pageouts);
-    EXPECT_EQ(s->purges, c.purges);
-    EXPECT_EQ(s->swapins, c.swapins);
-    EXPECT_EQ(s->compressions, c.compressions);
-    EXPECT_EQ(s->decompressions, c.decompressions);
-    EXPECT_EQ(s->availableBytes, c.availableBytes);
+    ASSERT_TRUE(sample.vmStatistics && sample.swapUsage);
+    const VmStatistics &s = *sample.vmStatistics;
+    EXPECT_EQ(s.pageSize, 4096);
+    EXPECT_EQ(std::tuple(s.freeCount, s.activeCount, s.inactiveCount, s.wireCount),
+              std::tuple(c.freeCount, c.activeCount, c.inactiveCount, c.wireCount));
+    EXPECT_EQ(std::tuple(s.externalPageCount, s.internalPageCount, s.compressorPageCount,
+                         s.totalUncompressedPagesInCompressor),
+              std::tuple(c.externalPageCount, c.internalPageCount, c.compressorPageCount,
+                         c.totalUncompressedPagesInCompressor));
+    EXPECT_EQ(std::tuple(s.faults, s.reactivations, s.pageins, s.pageouts, s.swapouts, s.purges,
+                         s.swapins, s.compressions, s.decompressions),
+              std::tuple(c.faults, c.reactivations, c.pageins, c.pageouts, c.pageouts, c.purges,
+                         c.swapins, c.compressions, c.decompressions));
+    EXPECT_EQ(s.availableBytes, c.availableBytes);
     // Counters Linux has no source for.
-    EXPECT_EQ(s->zeroFillCount + s->cowFaults + s->lookups + s->hits, 0u);
-    EXPECT_EQ(s->purgeableCount + s->speculativeCount + s->throttledCount, 0u);
-
-    const auto &swap = sample.swapUsage;
-    ASSERT_TRUE(swap.has_value());
-    EXPECT_EQ(swap->totalBytes, c.swapTotal);
-    EXPECT_EQ(swap->availableBytes, c.swapAvailable);
-    EXPECT_EQ(swap->usedBytes, c.swapUsed);
-    EXPECT_EQ(swap->pageSize, 4096u);
-    EXPECT_EQ(swap->encrypted, c.swapEncrypted);
+    EXPECT_EQ(s.zeroFillCount + s.cowFaults + s.lookups + s.hits, 0u);
+    EXPECT_EQ(s.purgeableCount + s.speculativeCount + s.throttledCount, 0u);
+    const SwapUsage &swap = *sample.swapUsage;
+    EXPECT_EQ(std::tuple(swap.totalBytes, swap.availableBytes, swap.usedBytes, swap.pageSize,
+                         swap.encrypted),
+              std::tuple(c.swapTotal, c.swapAvailable, c.swapUsed, 4096u, c.swapEncrypted));
 }
 
 INSTANTIATE_TEST_SUITE_P(Captures, LinuxCapture, testing::ValuesIn(kCaptures),

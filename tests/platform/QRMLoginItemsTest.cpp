@@ -96,20 +96,16 @@ TEST_F(LoginItemsTest, EntryWhoseProgramWasDeletedIsNeitherFoundNorRemoved) {
 }
 
 TEST_F(LoginItemsTest, MatchesEntriesWrittenByOthersByTheFileTheyStart) {
-    // A link to the program, a quoted path, a second group with its own Exec.
     ASSERT_TRUE(QFile::link(app, home.filePath(QStringLiteral("bin/link"))));
     writeEntry("link.desktop",
-               "[Desktop Entry]\nExec=" + home.filePath(QStringLiteral("bin/link")).toUtf8() +
-                   " --minimized\n");
-    writeEntry("quoted.desktop", "[Desktop Entry]\nExec = \"" + app.toUtf8() + "\"\n");
-    writeEntry("action.desktop",
-               "[Desktop Entry]\nExec=env\n[Desktop Action x]\nExec=" + app.toUtf8() + "\n");
+               "[Desktop Entry]\nExec=" + home.filePath("bin/link").toUtf8() + " --minimized\n");
+    writeEntry("quoted.desktop", "[Desktop Entry]\nExec=\"" + app.toUtf8() + "\" %U\n");
     // Switched off by a desktop's own tool: not a login item any more.
     writeEntry("hidden.desktop", "[Desktop Entry]\nExec=" + app.toUtf8() + "\nHidden=true\n");
 
     EXPECT_TRUE(items.findApplicationAtLoginItems(app));
     items.removeApplicationFromLoginItems(app);
-    EXPECT_EQ(entries(), QStringList({"action.desktop", "hidden.desktop"}));
+    EXPECT_EQ(entries(), QStringList({"hidden.desktop"}));
 }
 
 TEST_F(LoginItemsTest, HostileEntriesAreSkippedWithoutBlocking) {

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QSignalSpy>
@@ -93,11 +92,3 @@ TEST(UserNotificationsWithAction, ClickingRunsTheActionOfThatNotificationOnly) {
 
 }  // namespace
 }  // namespace tarnwell
-
-int main(int argc, char **argv) {
-    QCoreApplication application(argc, argv);
-    testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
-}
-
-#include "QRMUserNotificationsManagerTest.moc"

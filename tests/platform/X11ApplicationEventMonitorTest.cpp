@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -123,9 +122,3 @@ TEST_F(X11ApplicationEventMonitorTest, StoppedMonitorIsSilentAndAVanishedDisplay
 
 }  // namespace
 }  // namespace tarnwell
-
-int main(int argc, char **argv) {
-    QCoreApplication application(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
-}

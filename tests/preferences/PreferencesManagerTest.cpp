@@ -84,6 +84,14 @@ const DefaultCase kDefaults[] = {
     {"selectedLanguage", qint64(0), false},
     {"AppleLanguages", {}, false},
     {"collectUsageEvents", true, true},
+    {"statusBarTextPlacement", qint64(0), false},
+    {"statusBarAppearance", qint64(0), false},
+    // The update framework's own names and defaults: no checks, once a day.
+    {"SUEnableAutomaticChecks", false, false},
+    {"SUScheduledCheckInterval", qint64(86400), false},
+    {"SUAutomaticallyUpdate", false, false},
+    {"SULastCheckTime", qint64(0), false},
+    {"SUSkippedVersion", {}, false},
 };
 
 class FreshStoreTest : public PreferencesTest, public ::testing::WithParamInterface<DefaultCase> {};
@@ -182,7 +190,9 @@ TEST_F(PreferencesTest, SetterRefusesAValueOfTheWrongTypeAndKeepsTheOldOne) {
 }
 
 // A hand-edited file: whatever cannot be read as the key's type counts as
-// absent, so the default applies (and write-back rows replace the garbage).
+// absent, so the default applies (and write-back rows replace the garbage). An
+// interval a timer cannot run (0 spins, too long wraps its int of
+// milliseconds) is held to the nearest bound.
 struct CorruptValue {
     const char *name;
     QByteArray line;
@@ -193,7 +203,7 @@ struct CorruptValue {
 class CorruptFileTest : public PreferencesTest,
                         public ::testing::WithParamInterface<CorruptValue> {};
 
-TEST_P(CorruptFileTest, UnreadableValueCountsAsAbsent) {
+TEST_P(CorruptFileTest, ValueInUseIsTheDefaultOrTheNearestBound) {
     writeFile("[General]\n" + GetParam().line + "\n");
     EXPECT_EQ(store().value(GetParam().setting), GetParam().expected);
     if (settingDefinition(GetParam().setting).rule == DefaultRule::WriteBack) {
@@ -212,7 +222,17 @@ INSTANTIATE_TEST_SUITE_P(
         CorruptValue{"BrokenVariant", "applicationsAndUtilitiesToMonitoring=@Variant(\\0\\0\\x7f",
                      Setting::ApplicationsAndUtilitiesToMonitoring, QVariant()},
         CorruptValue{"HandWrittenLanguage", "AppleLanguages=ru", Setting::AppleLanguages,
-                     QStringList{"ru"}}),
+                     QStringList{"ru"}},
+        CorruptValue{"RefreshZero", "refreshRate=0", Setting::RefreshRate, qint64(1)},
+        CorruptValue{"RefreshNegative", "refreshRate=-5", Setting::RefreshRate, qint64(1)},
+        CorruptValue{"RefreshPastLongest", "refreshRate=2147484", Setting::RefreshRate,
+                     qint64(2147483)},
+        CorruptValue{"RefreshWrapsToZero", "refreshRate=536870912", Setting::RefreshRate,
+                     qint64(2147483)},
+        CorruptValue{"CleaningZero", "autoCleanEveryTime=0", Setting::AutoCleanEveryTime,
+                     qint64(1)},
+        CorruptValue{"CleaningSpinning", "autoCleanEveryTime=134217728",
+                     Setting::AutoCleanEveryTime, qint64(35791)}),
     tarnwell::test::caseName);
 
 TEST_F(PreferencesTest, ChangesWrittenByAnotherProcessAreReadAtOnce) {

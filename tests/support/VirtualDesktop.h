@@ -1,15 +1,13 @@
 #pragma once
 
-#include <unistd.h>
-
 #include <memory>
 #include <vector>
 
 #include <QDeadlineTimer>
-#include <QFile>
 #include <QProcess>
-#include <QRandomGenerator>
 #include <QThread>
+
+#include "XvfbDisplay.h"
 
 namespace tarnwell::test {
 
@@ -19,34 +17,10 @@ namespace tarnwell::test {
 class VirtualDesktop {
 public:
     VirtualDesktop() {
-        // A random high display number: low ones are where other programs
-        // and tests of this machine expect a display, and a client of theirs
-        // joining ours (or ours joining theirs) mixes the two desktops. A
-        // number taken meanwhile makes the server exit; then another is tried.
-        for (int attempt = 0; attempt < 20 && display_.isEmpty(); ++attempt) {
-            const int number = 1000 + QRandomGenerator::global()->bounded(29000);
-            const QString socket = QStringLiteral("/tmp/.X11-unix/X%1").arg(number);
-            if (QFile::exists(socket) ||
-                QFile::exists(QStringLiteral("/tmp/.X%1-lock").arg(number))) {
-                continue;
-            }
-            QProcess &server = start("Xvfb",
-                                     {QStringLiteral(":%1").arg(number), "-nolisten", "tcp",
-                                      "-screen", "0", "1024x768x24"},
-                                     false);
-            waitUntil([&] {
-                return QFile::exists(socket) || server.state() == QProcess::NotRunning ||
-                       server.waitForFinished(0);
-            });
-            if (server.state() == QProcess::Running) {
-                server_ = &server;
-                display_ = QStringLiteral(":%1").arg(number);
-            }
-        }
-        // The socket exists a little before the server accepts on it.
-        if (display_.isEmpty() || !waitUntil([this] { return run("xprop", {"-root"}); })) {
+        if (x_.display().empty()) {
             return;
         }
+        display_ = QString::fromStdString(x_.display());
         // No autostart (the session's panels and applets would join the
         // display), but a mark on the root window once openbox has finished
         // starting: a window mapped before that may never be managed.
@@ -70,17 +44,12 @@ public:
     QString display() const { return display_; }
 
     // Starts an X client on this display; it is ended with the desktop.
-    QProcess &start(const QString &program, const QStringList &arguments = {},
-                    bool onThisDisplay = true) {
+    QProcess &start(const QString &program, const QStringList &arguments = {}) {
         auto process = std::make_unique<QProcess>();
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.remove("WAYLAND_DISPLAY");
-        if (onThisDisplay) {
-            environment.insert("DISPLAY", display_);
-        }
+        environment.insert("DISPLAY", display_);
         process->setProcessEnvironment(environment);
-        process->setStandardInputFile(QProcess::nullDevice());
-        process->setStandardOutputFile(QProcess::nullDevice());
         process->setStandardInputFile(QProcess::nullDevice());
         process->setStandardOutputFile(QProcess::nullDevice());
         process->setStandardErrorFile(QProcess::nullDevice());
@@ -136,7 +105,7 @@ public:
     }
 
     // Stops the X server now, as a crashed or ended session would.
-    void stopServer() { stop(*server_); }
+    void stopServer() { x_.stop(); }
 
     template <typename Condition>
     // Generous: Xvfb and openbox start slowly on a loaded machine.
@@ -152,9 +121,9 @@ public:
     }
 
 private:
+    XvfbDisplay x_;
     QString display_;
     std::vector<std::unique_ptr<QProcess>> programs_;
-    QProcess *server_ = nullptr;
     bool ready_ = false;
 };
 

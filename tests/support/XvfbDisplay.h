@@ -37,17 +37,21 @@ public:
         }
         std::fclose(reply);
     }
-    ~XvfbDisplay() {
-        if (pid_ > 0) {
-            ::kill(pid_, SIGTERM);
-            ::waitpid(pid_, nullptr, 0);
-        }
-    }
+    ~XvfbDisplay() { stop(); }
     XvfbDisplay(const XvfbDisplay &) = delete;
     XvfbDisplay &operator=(const XvfbDisplay &) = delete;
 
     // Empty when Xvfb could not start.
     const std::string &display() const { return display_; }
+
+    // Ends the server now, as a crashed or ended session would.
+    void stop() {
+        if (pid_ > 0) {
+            ::kill(pid_, SIGTERM);
+            ::waitpid(pid_, nullptr, 0);
+            pid_ = -1;
+        }
+    }
 
 private:
     pid_t pid_ = -1;

@@ -2,11 +2,10 @@
 #include <QImage>
 
 #include "BusTestSupport.h"
+#include "MenuShape.h"
 #include "QtPrinters.h"
 #include "app/QRMMenu.h"
 #include "ui/DBusMenuExporter.h"
-
-#include "CaseName.h"
 
 namespace tarnwell {
 namespace {
@@ -16,36 +15,18 @@ using test::demarshalled;
 const QString kPath = QStringLiteral("/MenuBar");
 const QString kInterface = QStringLiteral("com.canonical.dbusmenu");
 
-// A menu shape as a short string: labels in order, "---" for a separator,
-// "!" before a disabled item, "~" before a hidden one, "*" after one with an
-// icon, ">" after one announced as a submenu, its children in parentheses
-// when they were sent.
 QString shapeOf(const QList<DBusMenuLayoutItem> &items) {
-    QStringList parts;
-    for (const DBusMenuLayoutItem &item : items) {
+    return test::menuShape(items, [](const DBusMenuLayoutItem &item) {
         const QVariantMap &p = item.properties;
-        QString part;
-        if (p.value(QStringLiteral("visible"), true) == false) {
-            part += QLatin1Char('~');
-        }
-        if (p.value(QStringLiteral("enabled"), true) == false) {
-            part += QLatin1Char('!');
-        }
-        part += p.value(QStringLiteral("type")) == QStringLiteral("separator")
-                    ? QStringLiteral("---")
-                    : p.value(QStringLiteral("label"), QStringLiteral("?")).toString();
-        if (p.contains(QStringLiteral("icon-data"))) {
-            part += QLatin1Char('*');
-        }
-        if (p.value(QStringLiteral("children-display")) == QStringLiteral("submenu")) {
-            part += QLatin1Char('>');
-        }
-        if (!item.children.isEmpty()) {
-            part += QLatin1Char('(') + shapeOf(item.children) + QLatin1Char(')');
-        }
-        parts.append(part);
-    }
-    return parts.join(QStringLiteral(", "));
+        return test::ShownEntry{
+            p.value(QStringLiteral("label"), QStringLiteral("?")).toString(),
+            p.value(QStringLiteral("type")) == QStringLiteral("separator"),
+            p.value(QStringLiteral("visible"), true).toBool(),
+            p.value(QStringLiteral("enabled"), true).toBool(),
+            p.contains(QStringLiteral("icon-data")),
+            p.value(QStringLiteral("children-display")) == QStringLiteral("submenu"),
+            shapeOf(item.children)};
+    });
 }
 
 class DBusMenuExporterTest : public ::testing::Test {
@@ -96,18 +77,7 @@ protected:
     }
 
     int idOf(const QString &label) {
-        std::function<int(const DBusMenuLayoutItem &)> find = [&](const DBusMenuLayoutItem &node) {
-            if (node.properties.value(QStringLiteral("label")) == label) {
-                return node.id;
-            }
-            for (const DBusMenuLayoutItem &child : node.children) {
-                if (int id = find(child)) {
-                    return id;
-                }
-            }
-            return 0;
-        };
-        const int id = find(getLayout(0, -1).second);
+        const int id = test::menuItemId(getLayout(0, -1).second, label);
         EXPECT_NE(id, 0) << label.toStdString() << " is not in the menu";
         return id;
     }
@@ -120,68 +90,45 @@ protected:
     test::BusSignalRecorder recorder;
 };
 
-struct LayoutCase {
-    const char *name;
-    const char *parentLabel;  // nullptr for the root
-    int depth;
-    QStringList propertyNames;
-    const char *shape;
-};
-
-class LayoutShapes : public DBusMenuExporterTest,
-                     public ::testing::WithParamInterface<LayoutCase> {};
-
-TEST_P(LayoutShapes, GetLayoutSendsTheAskedPart) {
-    const LayoutCase &c = GetParam();
-    const int parent = c.parentLabel ? idOf(QString::fromUtf8(c.parentLabel)) : 0;
-    const DBusMenuLayoutItem layout = getLayout(parent, c.depth, c.propertyNames).second;
-    EXPECT_EQ(layout.id, parent);
-    EXPECT_EQ(shapeOf(layout.children).toStdString(), c.shape);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Menu, LayoutShapes,
-    ::testing::Values(
-        LayoutCase{"AllLevels",
-                   nullptr,
-                   -1,
-                   {},
-                   "Clean__now, ---, Free*, !Wired, Swap>(Used, Total), ~Hidden"},
-        LayoutCase{"RootAlone", nullptr, 0, {}, ""},
-        LayoutCase{"OneLevel", nullptr, 1, {}, "Clean__now, ---, Free*, !Wired, Swap>, ~Hidden"},
-        LayoutCase{"Submenu", "Swap", -1, {}, "Used, Total"},
-        LayoutCase{"LabelsOnly",
-                   nullptr,
-                   -1,
-                   {"label"},
-                   "Clean__now, ?, Free, Wired, Swap(Used, Total), Hidden"},
-        LayoutCase{"UnknownPropertyFiltersAll", nullptr, 1, {"no-such"}, "?, ?, ?, ?, ?, ?"}),
-    test::caseName);
-
-struct UnknownIdCase {
-    const char *name;
-    const char *method;
-    QVariantList arguments;
-};
-
-class UnknownIds : public DBusMenuExporterTest,
-                   public ::testing::WithParamInterface<UnknownIdCase> {};
-
-TEST_P(UnknownIds, AnswerAnError) {
-    const QDBusMessage reply = call(QString::fromUtf8(GetParam().method), GetParam().arguments);
-    EXPECT_EQ(reply.type(), QDBusMessage::ErrorMessage);
+TEST_F(DBusMenuExporterTest, GetLayoutSendsTheAskedPart) {
+    const struct {
+        const char *parentLabel;  // nullptr for the root
+        int depth;
+        QStringList propertyNames;
+        const char *shape;
+    } cases[] = {
+        {nullptr, -1, {}, "Clean__now, ---, Free*, !Wired, Swap>(Used, Total), ~Hidden"},
+        {nullptr, 0, {}, ""},
+        {nullptr, 1, {}, "Clean__now, ---, Free*, !Wired, Swap>, ~Hidden"},
+        {"Swap", -1, {}, "Used, Total"},
+        {nullptr, -1, {"label"}, "Clean__now, ?, Free, Wired, Swap(Used, Total), Hidden"},
+        {nullptr, 1, {"no-such"}, "?, ?, ?, ?, ?, ?"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.shape);
+        const int parent = c.parentLabel ? idOf(QString::fromUtf8(c.parentLabel)) : 0;
+        const DBusMenuLayoutItem layout = getLayout(parent, c.depth, c.propertyNames).second;
+        EXPECT_EQ(layout.id, parent);
+        EXPECT_EQ(shapeOf(layout.children).toStdString(), c.shape);
+    }
 }
 
 const QVariant kClick = QVariant::fromValue(QDBusVariant(0));
 
-INSTANTIATE_TEST_SUITE_P(
-    Menu, UnknownIds,
-    ::testing::Values(UnknownIdCase{"GetLayout", "GetLayout", {999, -1, QStringList()}},
-                      UnknownIdCase{"GetProperty", "GetProperty", {999, QStringLiteral("label")}},
-                      UnknownIdCase{"MissingProperty", "GetProperty", {0, QStringLiteral("label")}},
-                      UnknownIdCase{"Event", "Event", {999, QStringLiteral("clicked"), kClick, 0u}},
-                      UnknownIdCase{"AboutToShow", "AboutToShow", {999}}),
-    test::caseName);
+TEST_F(DBusMenuExporterTest, UnknownIdsAnswerAnError) {
+    const std::pair<const char *, QVariantList> calls[] = {
+        {"GetLayout", {999, -1, QStringList()}},
+        {"GetProperty", {999, QStringLiteral("label")}},
+        {"GetProperty", {0, QStringLiteral("label")}},  // the root has no label
+        {"Event", {999, QStringLiteral("clicked"), kClick, 0u}},
+        {"AboutToShow", {999}},
+    };
+    for (const auto &[method, arguments] : calls) {
+        EXPECT_EQ(call(QString::fromUtf8(method), arguments).type(), QDBusMessage::ErrorMessage)
+            << method;
+    }
+}
+
 TEST_F(DBusMenuExporterTest, ClicksTriggerTheirItems) {
     QSignalSpy cleanTriggered(clean, &QRMMenuItem::triggered);
     QSignalSpy usedTriggered(swapUsed, &QRMMenuItem::triggered);

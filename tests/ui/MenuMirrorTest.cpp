@@ -3,6 +3,7 @@
 #include <QScreen>
 #include <QSignalSpy>
 
+#include "MenuShape.h"
 #include "QtPrinters.h"
 
 #include "app/QRMMenu.h"
@@ -11,25 +12,17 @@
 namespace tarnwell {
 namespace {
 
-// The menu as a short string, in the notation of the dbusmenu tests.
 QString shapeOf(const QMenu *menu) {
-    QStringList parts;
-    for (const QAction *action : menu->actions()) {
-        QString part = action->isVisible() ? QString() : QStringLiteral("~");
+    return test::menuShape(menu->actions(), [](const QAction *action) {
         // Qt disables every hidden action; only a shown one tells.
-        if (action->isVisible() && !action->isEnabled()) {
-            part += QLatin1Char('!');
-        }
-        part += action->isSeparator() ? QStringLiteral("---") : action->text();
-        if (!action->icon().isNull()) {
-            part += QLatin1Char('*');
-        }
-        if (action->menu()) {
-            part += QLatin1Char('(') + shapeOf(action->menu()) + QLatin1Char(')');
-        }
-        parts.append(part);
-    }
-    return parts.join(QStringLiteral(", "));
+        return test::ShownEntry{action->text(),
+                                action->isSeparator(),
+                                action->isVisible(),
+                                !action->isVisible() || action->isEnabled(),
+                                !action->icon().isNull(),
+                                false,
+                                action->menu() ? shapeOf(action->menu()) : QString()};
+    });
 }
 
 class MenuMirrorTest : public ::testing::Test {

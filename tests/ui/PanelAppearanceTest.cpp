@@ -7,7 +7,6 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
-#include "CaseName.h"
 #include "QtPrinters.h"
 #include "support/XvfbDisplay.h"
 #include "ui/LegacyTrayPresence.h"
@@ -18,33 +17,24 @@
 namespace tarnwell {
 namespace {
 
-struct DecideCase {
-    const char *name;
-    const char *desktop;
-    AppearanceReadings readings;
-    bool dark;
-};
-
-class DecideAppearance : public ::testing::TestWithParam<DecideCase> {};
-
-TEST_P(DecideAppearance, TheSessionsOwnDesktopSpeaksFirst) {
-    EXPECT_EQ(PanelAppearance::decide(QString::fromLatin1(GetParam().desktop), GetParam().readings),
-              GetParam().dark);
+TEST(PanelAppearanceDecide, TheSessionsOwnDesktopSpeaksFirst) {
+    const struct {
+        const char *desktop;
+        AppearanceReadings readings;  // LXQt theme, kdeglobals, color-scheme, GTK theme, palette
+        bool dark;
+    } cases[] = {
+        {"", {{}, {}, {}, {}, true}, true},                     // nothing said: the palette
+        {"LXQt", {true, {}, {}, {}, false}, true},              // LXQt's theme over the palette
+        {"LXQt", {false, {}, true, {}, false}, false},          // and over the color-scheme
+        {"KDE", {{}, true, false, false, false}, true},         // kdeglobals on Plasma
+        {"XFCE", {{}, {}, true, false, false}, true},           // color-scheme before GTK theme
+        {"X-Debian:XFCE", {true, {}, {}, false, true}, false},  // GTK theme before LXQt's files
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(PanelAppearance::decide(QString::fromLatin1(c.desktop), c.readings), c.dark)
+            << c.desktop << " case " << &c - cases;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Sources, DecideAppearance,
-    ::testing::Values(
-        DecideCase{"NothingSaidFollowsThePalette", "", {{}, {}, {}, {}, true}, true},
-        DecideCase{"LxqtThemeOverPalette", "LXQt", {true, {}, {}, {}, false}, true},
-        DecideCase{"LxqtThemeOverColorScheme", "LXQt", {false, {}, true, {}, false}, false},
-        DecideCase{"KdeColorsOnPlasma", "KDE", {{}, true, false, false, false}, true},
-        DecideCase{"ColorSchemeBeforeGtkTheme", "XFCE", {{}, {}, true, false, false}, true},
-        DecideCase{"GtkThemeBeforeOtherDesktopsFiles",
-                   "X-Debian:XFCE",
-                   {true, {}, {}, false, true},
-                   false}),
-    test::caseName);
 
 void write(const QString &path, const QByteArray &text) {
     QDir().mkpath(QFileInfo(path).path());
@@ -53,80 +43,57 @@ void write(const QString &path, const QByteArray &text) {
     file.write(text);
 }
 
-struct FileCase {
-    const char *name;
-    const char *kdeglobals;  // null: no file
-    const char *lxqtConf;
-    const char *panelSheet;  // lxqt-panel.qss of the theme "t"
-    std::optional<bool> kde;
-    std::optional<bool> lxqt;
-};
-
-class DesktopFiles : public ::testing::TestWithParam<FileCase> {};
-
-TEST_P(DesktopFiles, AreRead) {
-    const FileCase &c = GetParam();
-    QTemporaryDir dir;
-    if (c.kdeglobals) {
-        write(dir.filePath("config/kdeglobals"), c.kdeglobals);
+TEST(DesktopFiles, KdeglobalsSaysDarkOrLight) {
+    const std::pair<const char *, std::optional<bool>> cases[] = {
+        {nullptr, std::nullopt},
+        {"[Colors:Window]\nBackgroundNormal=49,54,59\n", true},      // Breeze Dark
+        {"[Colors:Window]\nBackgroundNormal=239,240,241\n", false},  // Breeze
+        {"[General]\nColorScheme=BreezeDark\n", true},
+    };
+    for (const auto &[text, dark] : cases) {
+        QTemporaryDir dir;
+        if (text) {
+            write(dir.filePath("kdeglobals"), text);
+        }
+        EXPECT_EQ(PanelAppearance::kdeglobalsIsDark(dir.filePath("kdeglobals")), dark)
+            << (text ? text : "no file");
     }
-    if (c.lxqtConf) {
-        write(dir.filePath("config/lxqt/lxqt.conf"), c.lxqtConf);
-    }
-    if (c.panelSheet) {
-        write(dir.filePath("data/lxqt/themes/t/lxqt-panel.qss"), c.panelSheet);
-    }
-    EXPECT_EQ(PanelAppearance::kdeglobalsIsDark(dir.filePath("config/kdeglobals")), c.kde);
-    EXPECT_EQ(PanelAppearance::lxqtThemeIsDark(dir.filePath("config/lxqt/lxqt.conf"),
-                                               {dir.filePath("elsewhere"), dir.filePath("data")}),
-              c.lxqt);
 }
 
-// Panel sheets as the lxqt-themes package ships them.
-INSTANTIATE_TEST_SUITE_P(
-    Files, DesktopFiles,
-    ::testing::Values(
-        FileCase{"None", nullptr, nullptr, nullptr, {}, {}},
-        FileCase{"BreezeDarkColours",
-                 "[Colors:Window]\nBackgroundNormal=49,54,59\n",
-                 nullptr,
-                 nullptr,
-                 true,
-                 {}},
-        FileCase{"BreezeColours",
-                 "[Colors:Window]\nBackgroundNormal=239,240,241\n",
-                 nullptr,
-                 nullptr,
-                 false,
-                 {}},
-        FileCase{
-            "SchemeNameOnly", "[General]\nColorScheme=BreezeDark\n", nullptr, nullptr, true, {}},
-        FileCase{"LxqtDark",
-                 nullptr,
-                 "[General]\ntheme=t\n",
-                 "LXQtPanel #BackgroundWidget {\n    background: rgba(0, 0, 0, 50%);\n}\n",
-                 {},
-                 true},
-        FileCase{"LxqtLightGradient",
-                 nullptr,
-                 "[General]\ntheme=t\n",
-                 "LXQtPanel #BackgroundWidget {\n    background-color: qlineargradient(x1:0, "
-                 "y1:0, x2:0, y2:1, stop:0 #EFEFEF, stop:1 #c0c0c0);\n}\n",
-                 {},
-                 false},
-        FileCase{"LxqtPaletteColour",
-                 nullptr,
-                 "[General]\ntheme=t\n",
-                 "LXQtPanel #BackgroundWidget {\n    background: palette(window);\n}\n",
-                 {},
-                 {}},
-        FileCase{"LxqtThemeLeavingItsFolder",
-                 nullptr,
-                 "[General]\ntheme=../t\n",
-                 "LXQtPanel #BackgroundWidget { background: #000000; }",
-                 {},
-                 {}}),
-    test::caseName);
+// Panel sheets as the lxqt-themes package ships them, each where the theme
+// name leads.
+TEST(DesktopFiles, LxqtPanelSheetSaysDarkOrLight) {
+    const struct {
+        const char *theme;  // null: no lxqt.conf
+        const char *sheet;
+        std::optional<bool> dark;
+    } cases[] = {
+        {nullptr, "LXQtPanel #BackgroundWidget { background: #000000; }", {}},
+        {"t", "LXQtPanel #BackgroundWidget {\n    background: rgba(0, 0, 0, 50%);\n}\n", true},
+        {"t",
+         "LXQtPanel #BackgroundWidget {\n    background-color: qlineargradient(x1:0, y1:0, x2:0, "
+         "y2:1, stop:0 #EFEFEF, stop:1 #c0c0c0);\n}\n",
+         false},
+        {"t", "LXQtPanel #BackgroundWidget {\n    background: palette(window);\n}\n", {}},
+        // A theme name that leaves the themes folder is no theme.
+        {"../t", "LXQtPanel #BackgroundWidget { background: #000000; }", {}},
+    };
+    for (const auto &c : cases) {
+        QTemporaryDir dir;
+        const QString conf = dir.filePath("config/lxqt/lxqt.conf");
+        const QString theme = QString::fromLatin1(c.theme ? c.theme : "t");
+        if (c.theme) {
+            write(conf, "[General]\ntheme=" + theme.toLatin1() + "\n");
+        }
+        QDir().mkpath(dir.filePath("data/lxqt/themes"));
+        write(QDir::cleanPath(dir.filePath("data/lxqt/themes/" + theme + "/lxqt-panel.qss")),
+              c.sheet);
+        EXPECT_EQ(PanelAppearance::lxqtThemeIsDark(
+                      conf, {dir.filePath("elsewhere"), dir.filePath("data")}),
+                  c.dark)
+            << theme.toStdString() << ": " << c.sheet;
+    }
+}
 
 TEST(DesktopFilesChange, AreReadAgain) {
     QTemporaryDir dir;
@@ -245,40 +212,31 @@ private:
     xcb_window_t window_ = 0;
 };
 
-class OnXServer : public ::testing::Test {
-protected:
-    void SetUp() override {
-        if (x.display().empty()) {
-            GTEST_SKIP() << "Xvfb did not start";
-        }
-    }
-    QByteArray display() const { return QByteArray::fromStdString(x.display()); }
+// One X server for both managers a desktop may run: Xvfb starts slowly.
+TEST(OnXServer, TrayAndSettingsManagersAreFollowed) {
     test::XvfbDisplay x;
-};
+    if (x.display().empty()) {
+        GTEST_SKIP() << "Xvfb did not start";
+    }
+    const QByteArray display = QByteArray::fromStdString(x.display());
 
-TEST_F(OnXServer, ALegacyTrayIsSeenComingAndGoing) {
-    XcbLegacyTrayPresence tray(display());
+    XcbLegacyTrayPresence tray(display);
     EXPECT_FALSE(tray.isPresent());
-    QSignalSpy changed(&tray, &LegacyTrayPresence::changed);
-
-    SelectionOwner trayer(display(), "_NET_SYSTEM_TRAY_S0");
-    ASSERT_TRUE(changed.wait(15000));
+    QSignalSpy trayChanged(&tray, &LegacyTrayPresence::changed);
+    SelectionOwner trayer(display, "_NET_SYSTEM_TRAY_S0");
+    ASSERT_TRUE(trayChanged.wait(15000));
     EXPECT_TRUE(tray.isPresent());
-
     trayer.leave();
-    ASSERT_TRUE(changed.wait(15000));
+    ASSERT_TRUE(trayChanged.wait(15000));
     EXPECT_FALSE(tray.isPresent());
-}
 
-TEST_F(OnXServer, TheXSettingsThemeTurnsThePanelDark) {
-    SelectionOwner manager(display(), "_XSETTINGS_S0");
+    SelectionOwner manager(display, "_XSETTINGS_S0");
     manager.setProperty("_XSETTINGS_SETTINGS", xsettingsBlob(false, "Greybird"));
-    X11ManagerSelection xsettings("_XSETTINGS_S", "_XSETTINGS_SETTINGS", display());
+    X11ManagerSelection xsettings("_XSETTINGS_S", "_XSETTINGS_SETTINGS", display);
     QTemporaryDir empty;
     PanelAppearance appearance({empty.path(), {}, QStringLiteral("XFCE"), QString()}, {},
                                &xsettings);
     EXPECT_FALSE(appearance.isDark());
-
     QSignalSpy changed(&appearance, &PanelAppearance::changed);
     manager.setProperty("_XSETTINGS_SETTINGS", xsettingsBlob(false, "Greybird-dark"));
     ASSERT_TRUE(changed.wait(15000));

@@ -7,6 +7,7 @@
 #include <QtEndian>
 
 #include "BusTestSupport.h"
+#include "Pixels.h"
 #include "QtPrinters.h"
 #include "TestStatusNotifierWatcher.h"
 #include "app/QRMMenu.h"
@@ -90,7 +91,9 @@ TEST_F(StatusNotifierItemTest, RegistersAndPublishesLabelIconAndMenu) {
     view = std::make_unique<StatusNotifierItemView>(QDBusConnection::sessionBus(), appearance);
     view->setTitle(QStringLiteral("Free: 42.17 %"));
     view->setToolTip(QStringLiteral("Free memory: 8.00 GB (42.17 %)"));
-    view->setImage(filledImage(Qt::red), false);
+    QImage wide(30, 10, QImage::Format_ARGB32);
+    wide.fill(Qt::red);
+    view->setImage(wide, false);
     view->setMenu(&menu);
     waitForRegistration(watcher);
 
@@ -106,19 +109,24 @@ TEST_F(StatusNotifierItemTest, RegistersAndPublishesLabelIconAndMenu) {
     const auto toolTip = demarshalled<DBusToolTip>(itemProperty(QStringLiteral("ToolTip")));
     EXPECT_EQ(toolTip.description, QStringLiteral("Free memory: 8.00 GB (42.17 %)"));
 
-    // Hosts that load icons by name find a PNG file in a private folder.
-    EXPECT_EQ(QImage(iconFile()).pixelColor(11, 11), QColor(Qt::red)) << "no icon file";
+    // Hosts that load icons by name find a PNG file in a private folder; a
+    // picture that is not square is letterboxed.
+    const QImage file(iconFile());
+    EXPECT_EQ(file.pixelColor(file.width() / 2, file.height() / 2), QColor(Qt::red));
+    EXPECT_EQ(file.pixelColor(file.width() / 2, 2).alpha(), 0);
     EXPECT_EQ(QFileInfo(itemProperty(QStringLiteral("IconThemePath")).toString()).permissions() &
                   (QFile::ReadOther | QFile::ReadGroup),
               0);
+    // Pixmaps for small and large panels, the largest no more than 64 px.
     const auto pixmaps = demarshalled<DBusImageList>(itemProperty(QStringLiteral("IconPixmap")));
-    QList<int> widths;
+    ASSERT_GE(pixmaps.size(), 2);
+    EXPECT_LE(pixmaps.first().width, 22);
+    EXPECT_LE(pixmaps.last().width, 64);
     for (const DBusImage &pixmap : pixmaps) {
-        widths.append(pixmap.width);
+        ASSERT_EQ(pixmap.width, pixmap.height);
         ASSERT_EQ(pixmap.pixels.size(), pixmap.width * pixmap.height * 4);
         EXPECT_EQ(centreOf(pixmap), QColor(Qt::red));
     }
-    EXPECT_EQ(widths, StatusNotifierItemView::pixmapSizes());
 
     QDBusMessage getLayout = QDBusMessage::createMethodCall(
         service, itemProperty(QStringLiteral("Menu")).value<QDBusObjectPath>().path(),
@@ -126,22 +134,9 @@ TEST_F(StatusNotifierItemTest, RegistersAndPublishesLabelIconAndMenu) {
     getLayout << 0 << -1 << QStringList{QStringLiteral("label")};
     const QDBusMessage reply = test::callAndWait(host, getLayout);
     ASSERT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
-    const auto layout = demarshalled<DBusMenuLayoutItem>(reply.arguments().at(1));
-    ASSERT_EQ(layout.children.size(), 1);
-    EXPECT_EQ(layout.children[0].properties.value(QStringLiteral("label")).toString(),
-              QStringLiteral("Clean"));
-}
-
-TEST_F(StatusNotifierItemTest, NonSquareImagesAreLetterboxed) {
-    TestStatusNotifierWatcher watcher(QStringLiteral("watcher"));
-    QImage wide(30, 10, QImage::Format_ARGB32);
-    wide.fill(Qt::blue);
-    startItem(watcher, wide);
-    const DBusImage largest =
-        demarshalled<DBusImageList>(itemProperty(QStringLiteral("IconPixmap"))).last();
-    ASSERT_EQ(largest.width, largest.height);
-    EXPECT_EQ(centreOf(largest), QColor(Qt::blue));
-    EXPECT_EQ(QImage(iconFile()).pixelColor(24, 2).alpha(), 0);
+    EXPECT_NE(test::menuItemId(demarshalled<DBusMenuLayoutItem>(reply.arguments().at(1)),
+                               QStringLiteral("Clean")),
+              0);
 }
 
 // lxqt-panel and KDE show no label: the figure goes into the icon instead,
@@ -154,28 +149,11 @@ TEST_F(StatusNotifierItemTest, ATitleDrawnIntoTheIconLeavesNoLabel) {
     recorder.waitFor(QStringLiteral("NewIcon"));
     EXPECT_EQ(itemProperty(QStringLiteral("XAyatanaLabel")).toString(), QString());
     const QImage file = QImage(iconFile()).convertToFormat(QImage::Format_ARGB32);
-    int textPixels = 0;
-    for (int y = 0; y < file.height(); ++y) {
-        for (int x = 0; x < file.width(); ++x) {
-            const QColor pixel = file.pixelColor(x, y);
-            EXPECT_NE(pixel, QColor(Qt::red)) << "the picture is still there";
-            textPixels += pixel == QColor(Qt::black);
-        }
-    }
-    EXPECT_GT(textPixels, 50) << "no text in the panel's colour";
+    EXPECT_EQ(test::pixelsNear(file, Qt::red), 0) << "the picture is still there";
+    EXPECT_GT(test::pixelsNear(file, Qt::black), 50) << "no text in the panel's colour";
 }
 
-TEST_F(StatusNotifierItemTest, LabelChangesAreSignalledWithTheirGuide) {
-    TestStatusNotifierWatcher watcher(QStringLiteral("watcher"));
-    startItem(watcher);
-    view->setTitle(QStringLiteral("1.25 GB"));
-    recorder.waitFor(QStringLiteral("XAyatanaNewLabel"));
-    EXPECT_EQ(recorder.received.last().arguments(),
-              (QVariantList{QStringLiteral("1.25 GB"), QStringLiteral("0.00 GB")}));
-    EXPECT_EQ(itemProperty(QStringLiteral("XAyatanaLabel")).toString(), QStringLiteral("1.25 GB"));
-}
-
-TEST_F(StatusNotifierItemTest, EachNewPictureGetsANewFileAndTheOldOneGoes) {
+TEST_F(StatusNotifierItemTest, ChangesAreSignalledAndEachPictureGetsANewFile) {
     TestStatusNotifierWatcher watcher(QStringLiteral("watcher"));
     startItem(watcher, filledImage(Qt::red));
     const QString firstFile = iconFile();
@@ -183,9 +161,11 @@ TEST_F(StatusNotifierItemTest, EachNewPictureGetsANewFileAndTheOldOneGoes) {
     // The same picture again costs the hosts nothing: the label change sent
     // after it arrives with no icon change before it.
     view->setImage(filledImage(Qt::red), false);
-    view->setTitle(QStringLiteral("marker"));
+    view->setTitle(QStringLiteral("1.25 GB"));
     recorder.waitFor(QStringLiteral("XAyatanaNewLabel"));
     EXPECT_EQ(recorder.names(), QStringList{QStringLiteral("XAyatanaNewLabel")});
+    EXPECT_EQ(recorder.received.last().arguments(),
+              (QVariantList{QStringLiteral("1.25 GB"), QStringLiteral("0.00 GB")}));
 
     view->setImage(filledImage(Qt::blue), false);
     recorder.waitFor(QStringLiteral("NewIcon"));

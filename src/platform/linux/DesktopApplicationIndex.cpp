@@ -18,26 +18,6 @@ bool isLauncher(const QString &program) {
     return launchers.contains(QFileInfo(program).fileName());
 }
 
-// The program of an Exec value (escapes already resolved): its first word,
-// which may be double-quoted with backslash escapes inside.
-QString execProgram(const QString &exec) {
-    const QString trimmed = exec.trimmed();
-    if (!trimmed.startsWith(u'"')) {
-        return trimmed.section(u' ', 0, 0);
-    }
-    QString program;
-    for (qsizetype i = 1; i < trimmed.size(); ++i) {
-        if (trimmed[i] == u'"') {
-            return program;
-        }
-        if (trimmed[i] == u'\\' && i + 1 < trimmed.size()) {
-            ++i;
-        }
-        program.append(trimmed[i]);
-    }
-    return {};  // no closing quote
-}
-
 QString resolvedExecutable(const QString &program) {
     if (program.isEmpty() || isLauncher(program)) {
         return {};
@@ -70,7 +50,7 @@ void DesktopApplicationIndex::add(const DesktopFile &file, const DesktopEntry &e
     }
     for (const char *key : {"TryExec", "Exec"}) {
         const QString executable = resolvedExecutable(
-            execProgram(entry.string(QString::fromLatin1(key)).value_or(QString())));
+            DesktopEntry::execProgram(entry.string(QString::fromLatin1(key)).value_or(QString())));
         if (!executable.isEmpty() && !idByExecutable_.contains(executable)) {
             idByExecutable_.insert(executable, file.id);
         }

@@ -238,4 +238,28 @@ bool DesktopEntry::boolean(const QString &key, const QString &group) const {
     return raw && *raw == u"true";
 }
 
+QString DesktopEntry::execProgram(const QString &exec) {
+    QString program;
+    qsizetype i = 0;
+    while (i < exec.size() && exec[i].isSpace()) {
+        ++i;
+    }
+    if (i < exec.size() && exec[i] == u'"') {
+        for (++i; i < exec.size() && exec[i] != u'"'; ++i) {
+            if (exec[i] == u'\\' && i + 1 < exec.size()) {
+                ++i;
+            }
+            program += exec[i];
+        }
+        if (i == exec.size()) {
+            return {};
+        }
+    } else {
+        for (; i < exec.size() && !exec[i].isSpace(); ++i) {
+            program += exec[i];
+        }
+    }
+    return program.replace(QStringLiteral("%%"), QStringLiteral("%"));
+}
+
 }  // namespace tarnwell

@@ -48,6 +48,11 @@ public:
     // "true" is true; anything else, or a missing key, is false.
     bool boolean(const QString &key, const QString &group = QString::fromLatin1(kMainGroup)) const;
 
+    // The program an Exec value (escapes already resolved) starts: its first
+    // word, which may be double-quoted with backslash escapes inside, "%%"
+    // read as "%". Empty when a quote is left open.
+    static QString execProgram(const QString &exec);
+
 private:
     struct Entry {
         QString key;

@@ -14,6 +14,7 @@
 #include <QStandardPaths>
 
 #include "platform/linux/CappedFileRead.h"
+#include "platform/linux/DesktopEntry.h"
 
 namespace tarnwell {
 
@@ -24,76 +25,21 @@ constexpr qsizetype kMaxEntrySize = 64 * 1024;
 // Names tried before giving up: tarnwell.desktop, tarnwell-2.desktop, ...
 constexpr int kMaxEntryNames = 1000;
 
-// Reads a regular file of the folder without following a link out of it and
+// A regular file of the folder, read without following a link out of it and
 // without blocking on a FIFO planted there.
-QByteArray readEntry(const QString &fileName) {
-    return readCappedRegularFile(fileName, kMaxEntrySize, FileLinks::Refuse)
-        .value_or(QByteArray());
+std::optional<DesktopEntry> readEntry(const QString &fileName) {
+    const std::optional<QByteArray> bytes =
+        readCappedRegularFile(fileName, kMaxEntrySize, FileLinks::Refuse);
+    return bytes ? DesktopEntry::parse(*bytes) : std::nullopt;
 }
 
-// The string escapes of desktop entry values: \s \n \t \r \\.
-QString unescapeString(QStringView value) {
-    QString result;
-    for (qsizetype i = 0; i < value.size(); ++i) {
-        if (value[i] != u'\\' || i + 1 == value.size()) {
-            result += value[i];
-            continue;
-        }
-        switch (value[++i].unicode()) {
-            case 's':
-                result += u' ';
-                break;
-            case 'n':
-                result += u'\n';
-                break;
-            case 't':
-                result += u'\t';
-                break;
-            case 'r':
-                result += u'\r';
-                break;
-            case '\\':
-                result += u'\\';
-                break;
-            // Not an escape of the format: kept as written.
-            default:
-                result += u'\\';
-                result += value[i];
-                break;
-        }
+// The file an entry starts; empty for none, or when a desktop's own tool has
+// switched the entry off (Hidden).
+QString programOf(const std::optional<DesktopEntry> &entry) {
+    if (!entry || entry->boolean(QStringLiteral("Hidden"))) {
+        return {};
     }
-    return result;
-}
-
-struct EntryKeys {
-    QString exec;
-    bool hidden = false;
-};
-
-// Exec and Hidden of the [Desktop Entry] group; other groups and keys are
-// ignored, and so are localized variants.
-EntryKeys readEntryKeys(const QByteArray &bytes) {
-    EntryKeys keys;
-    bool inMainGroup = false;
-    for (const QByteArray &rawLine : bytes.split('\n')) {
-        const QString line = QString::fromUtf8(rawLine).trimmed();
-        if (line.startsWith(u'[')) {
-            inMainGroup = line == u"[Desktop Entry]";
-            continue;
-        }
-        const qsizetype equals = line.indexOf(u'=');
-        if (!inMainGroup || line.startsWith(u'#') || equals <= 0) {
-            continue;
-        }
-        const QString key = line.left(equals).trimmed();
-        const QString value = line.mid(equals + 1).trimmed();
-        if (key == u"Exec") {
-            keys.exec = unescapeString(value);
-        } else if (key == u"Hidden") {
-            keys.hidden = value == u"true";
-        }
-    }
-    return keys;
+    return DesktopEntry::execProgram(entry->string(QStringLiteral("Exec")).value_or(QString()));
 }
 
 bool isReservedInExec(QChar c) {
@@ -126,7 +72,7 @@ QString QRMLoginItems::programFor(const QString &executable) {
     const QFileInfo file(executable);
     const QString entry =
         file.dir().filePath(QStringLiteral("../share/applications/app.tarnwell.Tarnwell.desktop"));
-    const QString program = execProgram(readEntryKeys(readEntry(entry)).exec);
+    const QString program = programOf(readEntry(entry));
     // Only an entry that starts this very file: another Tarnwell earlier in
     // PATH must not take over the login item.
     if (!program.isEmpty() && canonicalProgram(program) == file.canonicalFilePath()) {
@@ -159,31 +105,6 @@ QString QRMLoginItems::execValue(const QString &path) {
     return argument;
 }
 
-QString QRMLoginItems::execProgram(const QString &value) {
-    // value has had its string escapes removed already.
-    QString program;
-    qsizetype i = 0;
-    while (i < value.size() && value[i].isSpace()) {
-        ++i;
-    }
-    if (i < value.size() && value[i] == u'"') {
-        for (++i; i < value.size() && value[i] != u'"'; ++i) {
-            if (value[i] == u'\\' && i + 1 < value.size()) {
-                ++i;
-            }
-            program += value[i];
-        }
-        if (i == value.size()) {
-            return {};  // unterminated quote
-        }
-    } else {
-        for (; i < value.size() && !value[i].isSpace(); ++i) {
-            program += value[i];
-        }
-    }
-    return program.replace(QStringLiteral("%%"), QStringLiteral("%"));
-}
-
 QStringList QRMLoginItems::entriesStarting(const QString &path) const {
     const QString target = canonicalProgram(path);
     QStringList entries;
@@ -196,8 +117,7 @@ QStringList QRMLoginItems::entriesStarting(const QString &path) const {
         if (file.isSymLink()) {
             continue;
         }
-        const EntryKeys keys = readEntryKeys(readEntry(file.filePath()));
-        if (!keys.hidden && canonicalProgram(execProgram(keys.exec)) == target) {
+        if (canonicalProgram(programOf(readEntry(file.filePath()))) == target) {
             entries.append(file.filePath());
         }
     }

@@ -31,8 +31,6 @@ public:
     // The Exec value that starts path with no arguments, quoted and escaped
     // as the Desktop Entry Specification asks.
     static QString execValue(const QString &path);
-    // The program an Exec value starts; empty when the value is malformed.
-    static QString execProgram(const QString &value);
 
 private:
     QStringList entriesStarting(const QString &path) const;

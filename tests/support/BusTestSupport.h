@@ -54,6 +54,19 @@ T demarshalled(const QVariant &value) {
     return result;
 }
 
+// The id of the first item below root labelled exactly so; 0 when none is.
+inline int menuItemId(const DBusMenuLayoutItem &root, const QString &label) {
+    for (const DBusMenuLayoutItem &child : root.children) {
+        if (child.properties.value(QStringLiteral("label")) == label) {
+            return child.id;
+        }
+        if (const int id = menuItemId(child, label)) {
+            return id;
+        }
+    }
+    return 0;
+}
+
 // Records the signals a host hears from one object, in order of arrival.
 class BusSignalRecorder : public QObject {
     Q_OBJECT
