@@ -112,8 +112,8 @@ INSTANTIATE_TEST_SUITE_P(
         // The total keeps its stored unit: 1 MiB freed is 1024 KiB more.
         OutcomeCase{"TotalInKiB", 1000, 1001, true, 1, kMiB, 9 * kMiB, kMiB + 1024,
                     "1.00 MB cleaned"},
-        // Nothing free to measure from: no result, the title back to the
-        // figure (and, as designed, the command left disabled).
+        // Nothing free to measure from: no result, and the title back to the
+        // figure.
         OutcomeCase{"NothingFreeBefore", 0, 500, true, 0, 7, 9 * kMiB, kMiB, "500.00 MB"}),
     test::caseName);
 
