@@ -175,6 +175,7 @@ TEST_P(FeedFaultTest, UserIsToldWhyAndABackgroundCheckStaysSilentUntilTheNextInt
     ui_.calls.clear();
     server_.script(GetParam().reply);
     check(&QRMUpdater::checkForUpdatesInBackground);
+    EXPECT_EQ(server_.requests().size(), 2) << "the background check asked too";
     EXPECT_THAT(ui_.calls, IsEmpty());
     EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateInterval::kDaily));
 }
@@ -279,6 +280,7 @@ TEST_P(PackageFaultTest, NothingIsInstalledNothingIsLeftAndTheUserIsTold) {
     serve(feed("101", {}, fault.announcedLength, fault.signedBytes));
     server_.script(fault.reply);
     check(&QRMUpdater::checkForUpdatesInBackground);
+    EXPECT_EQ(server_.requests().size(), 4) << "the package was asked for again";
     EXPECT_THAT(ui_.calls, IsEmpty());
     EXPECT_THAT(filesInDownloads(), IsEmpty());
 }

@@ -112,7 +112,7 @@ TEST(PreferencesWindow, UnusableStoredValuesOpenWithTheDefaultShown) {
     }
 }
 
-TEST(PreferencesWindow, PlusAndMinusFollowTheThemeHalfASecondAfterItChanges) {
+TEST(PreferencesWindow, PlusAndMinusTakeThePaletteAndThemeChangesAreSignalledHalfASecondLater) {
     QPalette light;
     light.setColor(QPalette::ButtonText, Qt::black);
     QPalette dark;
