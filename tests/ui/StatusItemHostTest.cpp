@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 #include <QSignalSpy>
 
-#include "CaseName.h"
 #include "BusTestSupport.h"
+#include "CaseName.h"
 #include "QtPrinters.h"
 #include "TestStatusNotifierWatcher.h"
 #include "app/QRMMenu.h"
@@ -80,11 +80,20 @@ protected:
     QString watcherProcess = QStringLiteral("xfce4-panel");
 };
 
-TEST_F(StatusItemHostTest, AWatcherAlreadyRunningGetsTheItem) {
+// Without a watcher the item waits on the bus for one, unless a legacy tray
+// is there to take the tray icon.
+TEST_F(StatusItemHostTest, TheTrayIconOnlyWhereNoWatcherRuns) {
+    {
+        auto host = start();
+        EXPECT_EQ(host->kind(), Kind::NotifierItem);
+        tray.set(true);
+        EXPECT_EQ(host->kind(), Kind::TrayIcon);
+        tray.set(false);
+        EXPECT_EQ(host->kind(), Kind::NotifierItem);
+    }
     TestStatusNotifierWatcher watcher(QStringLiteral("panel"));
     tray.present = true;  // xfce4-panel's tray owns both
-    auto host = start();
-    EXPECT_EQ(host->kind(), Kind::NotifierItem);
+    EXPECT_EQ(start()->kind(), Kind::NotifierItem);
 }
 
 // Tarnwell started at login before the panel: it used to settle on the tray
@@ -93,23 +102,28 @@ TEST_F(StatusItemHostTest, StartedBeforeThePanelMovesToTheWatcherWhenItComes) {
     tray.present = true;
     auto host = start();
     EXPECT_EQ(host->kind(), Kind::TrayIcon);
+    QRMMenu menu;
+    QImage image(4, 4, QImage::Format_ARGB32);
+    image.fill(Qt::red);
+    host->setMenu(&menu);
+    host->setTitle(QStringLiteral("2.38 GB"));
+    host->setToolTip(QStringLiteral("Free memory: 2.38 GB (12.12 %)"));
+    host->setImage(image, true);
 
     auto watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel"));
     waitForKind(*host, Kind::NotifierItem);
+    // The new item shows everything the controller set before it came.
+    const FakeItem &item = itemOf(*host);
+    EXPECT_EQ(item.title, QStringLiteral("2.38 GB"));
+    EXPECT_EQ(item.toolTip, QStringLiteral("Free memory: 2.38 GB (12.12 %)"));
+    EXPECT_EQ(item.image, image);
+    EXPECT_TRUE(item.isTemplate);
+    EXPECT_EQ(item.menu, &menu);
 
     // The watcher leaves and stays away: the tray icon returns.
     watcher.reset();
     waitForKind(*host, Kind::TrayIcon);
     EXPECT_EQ(FakeItem::mostAlive, 1) << "two icons at once";
-}
-
-TEST_F(StatusItemHostTest, WithNeitherHostTheItemWaitsForWhicheverComes) {
-    auto host = start();
-    EXPECT_EQ(host->kind(), Kind::NotifierItem);
-    tray.set(true);
-    EXPECT_EQ(host->kind(), Kind::TrayIcon);
-    tray.set(false);
-    EXPECT_EQ(host->kind(), Kind::NotifierItem);
 }
 
 TEST_F(StatusItemHostTest, APanelRestartWithinTheGracePeriodKeepsTheItem) {
@@ -125,27 +139,6 @@ TEST_F(StatusItemHostTest, APanelRestartWithinTheGracePeriodKeepsTheItem) {
     watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel2"));
     ASSERT_TRUE(identified.wait(5000));
     EXPECT_TRUE(changed.isEmpty());
-}
-
-TEST_F(StatusItemHostTest, EachNewItemGetsWhatTheControllerSet) {
-    tray.present = true;
-    auto host = start();
-    QRMMenu menu;
-    QImage image(4, 4, QImage::Format_ARGB32);
-    image.fill(Qt::red);
-    host->setMenu(&menu);
-    host->setTitle(QStringLiteral("2.38 GB"));
-    host->setToolTip(QStringLiteral("Free memory: 2.38 GB (12.12 %)"));
-    host->setImage(image, true);
-
-    TestStatusNotifierWatcher watcher(QStringLiteral("panel"));
-    waitForKind(*host, Kind::NotifierItem);
-    const FakeItem &item = itemOf(*host);
-    EXPECT_EQ(item.title, QStringLiteral("2.38 GB"));
-    EXPECT_EQ(item.toolTip, QStringLiteral("Free memory: 2.38 GB (12.12 %)"));
-    EXPECT_EQ(item.image, image);
-    EXPECT_TRUE(item.isTemplate);
-    EXPECT_EQ(item.menu, &menu);
 }
 
 struct PlacementCase {
