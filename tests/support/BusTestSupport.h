@@ -19,12 +19,6 @@
 
 namespace tarnwell::test {
 
-// A second connection to the session bus with its own unique name, as a
-// panel would have.
-inline QDBusConnection peerConnection(const QString &name) {
-    return QDBusConnection::connectToBus(QDBusConnection::SessionBus, name);
-}
-
 inline QDBusMessage callAndWait(const QDBusConnection &connection, const QDBusMessage &call) {
     QDBusPendingCallWatcher watcher(connection.asyncCall(call));
     if (!watcher.isFinished()) {

@@ -85,7 +85,9 @@ protected:
     QRMMenu menu;
     QRMMenuItem *clean, *free, *wired, *swap, *swapUsed;
     std::unique_ptr<DBusMenuExporter> exporter;
-    QDBusConnection host = test::peerConnection(QStringLiteral("host"));
+    // A connection of its own, with its own unique name, as a panel has.
+    QDBusConnection host =
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("host"));
     QString service = QDBusConnection::sessionBus().baseService();
     test::BusSignalRecorder recorder;
 };
