@@ -13,6 +13,7 @@
 
 #include "BuildInfo.h"
 #include "BusTestSupport.h"
+#include "QtPrinters.h"
 #include "TestNotificationServer.h"
 #include "TestStatusNotifierWatcher.h"
 #include "ThrowAwayRun.h"
