@@ -72,11 +72,6 @@ protected:
         labels.listen(QDBusConnection::sessionBus(), QString(), kItemPath, kItemInterface,
                       {QStringLiteral("XAyatanaNewLabel")});
 
-        const QString runtime = run.home.filePath("runtime");
-        QDir().mkpath(runtime);
-        QFile::setPermissions(
-            runtime, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-        run.env.insert("XDG_RUNTIME_DIR", runtime);
         run.env.insert("LC_ALL", "C.UTF-8");
         run.env.remove("LANGUAGE");
         run.env.insert("DISPLAY", ":9999");  // a desktop session, drawn offscreen
