@@ -8,7 +8,6 @@ namespace tarnwell::crash {
 // Where log lines go; -1 (the default) discards them. Set in normal context before
 // crash capture starts, or by tests that read the lines back.
 void setCrashLogDescriptor(int fd);
-int crashLogDescriptor();
 
 // Formats the whole line from `format`, which starts with "WARN  [%s:%d] " or
 // "ERROR [%s:%d] " (function name and line number come first among the arguments),

@@ -19,73 +19,66 @@ EVTAttributes numberedAttributes(int count) {
     return attributes;
 }
 
-TEST(AttributeDictionary, KeepsTwentyOneEntriesAndDropsTheTwentySecond) {
-    test::MessageCapture messages;
-    const QJsonObject attributes = EVTAttributeDictionary(numberedAttributes(22)).toJson();
-    EXPECT_EQ(attributes.size(), 21);
-    EXPECT_TRUE(attributes.contains("key21"));
-    EXPECT_FALSE(attributes.contains("key22"));
-    EXPECT_EQ(messages.count("[Events] Maximum number of Event attributes exceeded. Ignoring "
-                             "entry key22:22"),
-              1);
+QString xs(int length) {
+    return QString(length, QLatin1Char('x'));
 }
 
-TEST(AttributeDictionary, ReplacingAKeyDoesNotCountAsANewEntry) {
-    EVTAttributeDictionary attributes(numberedAttributes(21));
-    attributes.add("key01", "again");
-    EXPECT_EQ(attributes.toJson().value("key01").toString(), "again");
-}
-
-struct LengthCase {
+struct AttributeCase {
     const char *name;
-    int length;
-    bool truncated;
+    int held;  // numbered entries already in the dictionary
+    bool price;
+    QString key;
+    QVariant value;
+    int size;           // entries afterwards
+    QString storedKey;  // empty: the entry is dropped
+    QJsonValue stored;
+    QString logged;  // the beginning of the one message logged, empty: none
 };
 
-class AttributeLength : public testing::TestWithParam<LengthCase> {};
+class AttributeDictionary : public testing::TestWithParam<AttributeCase> {};
 
-TEST_P(AttributeLength, KeysAndStringValuesAreCutToOneHundredCharacters) {
-    const LengthCase &c = GetParam();
+TEST_P(AttributeDictionary, KeepsNormalisesOrDropsAnEntry) {
+    const AttributeCase &c = GetParam();
     test::MessageCapture messages;
-    const QString text(c.length, QLatin1Char('x'));
-    EVTAttributeDictionary attributes;
-    attributes.add("value", text);
-    attributes.add(text, "key");
+    EVTAttributeDictionary attributes(numberedAttributes(c.held));
+    if (c.price) {
+        attributes.addPrice(c.key, c.value.toDouble());
+    } else {
+        attributes.add(c.key, c.value);
+    }
     const QJsonObject json = attributes.toJson();
-    const int expected = std::min(c.length, 100);
-    EXPECT_EQ(json.value("value").toString().size(), expected);
-    EXPECT_EQ(json.value(QString(expected, QLatin1Char('x'))).toString(), "key");
-    EXPECT_EQ(messages.count("[Events] Maximum length for an Event attributes exceeded. "
-                             "Truncating to 100 characters."),
-              c.truncated ? 2 : 0);
+    EXPECT_EQ(json.size(), c.size);
+    if (c.storedKey.isEmpty()) {
+        EXPECT_FALSE(json.contains(c.key));
+    } else {
+        EXPECT_EQ(json.value(c.storedKey), c.stored);
+    }
+    EXPECT_EQ(messages.count(c.logged), c.logged.isEmpty() ? 0 : 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(Lengths, AttributeLength,
-                         testing::Values(LengthCase{"fits", 100, false},
-                                         LengthCase{"oneOver", 101, true},
-                                         LengthCase{"long", 150, true}),
-                         tarnwell::test::caseName);
+const QString kTooMany = "[Events] Maximum number of Event attributes exceeded. Ignoring entry ";
+const QString kTooLong =
+    "[Events] Maximum length for an Event attributes exceeded. Truncating to 100 characters.";
+const QString kWrongType =
+    "[Events] Event attribute values must be of type NSString or NSNumber. Ignoring entry ";
+const QString kPriceTooHigh =
+    "[Events] Maximum value for a price attribute exceeded. Ignoring price attribute with value: ";
 
-TEST(AttributeDictionary, BooleansBecomeTextPricesMicrosAndOtherTypesAreDropped) {
-    test::MessageCapture messages;
-    EVTAttributeDictionary attributes;
-    attributes.add("yes", true);
-    attributes.add("count", 3);
-    attributes.add("list", QStringList{"a"});
-    attributes.addPrice("item_price", 12.5);
-    attributes.addPrice("total_price", 1e13);
-    const QJsonObject json = attributes.toJson();
-    EXPECT_EQ(json.value("yes").toString(), "true");
-    EXPECT_EQ(json.value("count").toInteger(), 3);
-    EXPECT_FALSE(json.contains("list"));
-    EXPECT_EQ(json.value("item_price").toInteger(), 12500000);
-    EXPECT_FALSE(json.contains("total_price"));
-    EXPECT_EQ(messages.count("[Events] Event attribute values must be of type "
-                             "NSString or NSNumber. Ignoring entry list:"),
-              1);
-    EXPECT_EQ(
-        messages.count("[Events] Maximum value for a price attribute exceeded. Ignoring price"), 1);
-}
+INSTANTIATE_TEST_SUITE_P(
+    Entries, AttributeDictionary,
+    testing::Values(
+        AttributeCase{"twentyFirstKept", 20, false, "new", 1, 21, "new", 1, {}},
+        AttributeCase{"twentySecondDropped", 21, false, "new", 22, 21, {}, {}, kTooMany + "new:22"},
+        AttributeCase{"sameKeyIsNoNewEntry", 21, false, "key01", "b", 21, "key01", "b", {}},
+        AttributeCase{"hundredCharactersFit", 0, false, xs(100), xs(100), 1, xs(100), xs(100), {}},
+        AttributeCase{"longValueCut", 0, false, "long", xs(150), 1, "long", xs(100), kTooLong},
+        AttributeCase{"longKeyCut", 0, false, xs(101), "v", 1, xs(100), "v", kTooLong},
+        AttributeCase{"booleanAsText", 0, false, "yes", true, 1, "yes", "true", {}},
+        AttributeCase{"numberKept", 0, false, "count", 3, 1, "count", 3, {}},
+        AttributeCase{"listDropped", 0, false, "list", QStringList{"a"}, 0, {}, {}, kWrongType},
+        AttributeCase{"priceInMicros", 0, true, "item_price", 12.5, 1, "item_price", 12500000, {}},
+        AttributeCase{"priceBeyondMicrosDropped", 0, true, "p", 1e13, 0, {}, {}, kPriceTooHigh}),
+    tarnwell::test::caseName);
 
 TEST(EventLine, IsTimestampNameByteLengthAndCompactJson) {
     const EVTEvent event =

@@ -2,7 +2,15 @@
 
 #include <zlib.h>
 
+#include <QFile>
+#include <QJsonDocument>
+
 namespace tarnwell::test {
+
+QByteArray readAll(const QString &path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
 
 QByteArray gunzip(const QByteArray &compressed) {
     z_stream stream{};
@@ -49,12 +57,17 @@ UnpackedUpload unpack(const QByteArray &body, const QByteArray &boundary) {
     return upload;
 }
 
-QString lineName(const QByteArray &line) {
-    return QString::fromUtf8(line.split('\t').value(1));
+QJsonObject linePayload(const QByteArray &line) {
+    return QJsonDocument::fromJson(line.trimmed().split('\t').value(3)).object();
 }
 
-QByteArray linePayload(const QByteArray &line) {
-    return line.trimmed().split('\t').value(3);
+QStringList lineNames(const QList<QByteArray> &lines) {
+    QStringList names;
+    for (const QByteArray &line : lines) {
+        const QString customType = linePayload(line).value("custom_type").toString();
+        names << (QString::fromUtf8(line.split('\t').value(1)) + ' ' + customType).trimmed();
+    }
+    return names;
 }
 
 }  // namespace tarnwell::test

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <QByteArray>
+#include <QJsonObject>
 #include <QList>
-#include <QString>
+#include <QStringList>
 
 namespace tarnwell::test {
 
 // Reading back what the kit wrote or sent.
+QByteArray readAll(const QString &path);  // empty when it cannot be read
 QByteArray gunzip(const QByteArray &compressed);
 
 struct UnpackedUpload {
@@ -17,8 +19,9 @@ struct UnpackedUpload {
 UnpackedUpload unpack(const QByteArray &body, const QByteArray &boundary);
 QByteArray boundaryOf(const QByteArray &contentType);
 
-// The name (second field) of an event line.
-QString lineName(const QByteArray &line);
-QByteArray linePayload(const QByteArray &line);
+// The JSON payload (last field) of an event line.
+QJsonObject linePayload(const QByteArray &line);
+// Each line's name (second field), then its custom event's name if it has one.
+QStringList lineNames(const QList<QByteArray> &lines);
 
 }  // namespace tarnwell::test

@@ -27,23 +27,18 @@ namespace {
 
 using namespace tarnwell::testing;
 
-QByteArray readAll(const QString &path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 // A file of each kind as the kit writes it, by name.
 QMap<QString, QByteArray> kitFiles(const QString &staging) {
     const QDir dir(staging);
     const EVTMetadata metadata = EVTMetadata::current(EVTConfiguration{});
     const QString log = dir.filePath("0A1B2C3D-0000-4000-8000-00000000000A.log");
     EVTWriteEventOperation(log, EVTEvent::custom("kept", {}), metadata).run();
-    QMap<QString, QByteArray> files{{QFileInfo(log).fileName(), readAll(log)}};
+    QMap<QString, QByteArray> files{{QFileInfo(log).fileName(), test::readAll(log)}};
     const QString compressed = *EVTFilePackager::compress(log);
-    files.insert(QFileInfo(compressed).fileName(), readAll(compressed));
+    files.insert(QFileInfo(compressed).fileName(), test::readAll(compressed));
     const QString packaged =
         *EVTFilePackager::package(compressed, "Boundary-0123456789abcdef0123456789abcdef");
-    files.insert(QFileInfo(packaged).fileName(), readAll(packaged));
+    files.insert(QFileInfo(packaged).fileName(), test::readAll(packaged));
     files.insert("install_id", "INSTALL-1");
     files.insert("settings.json", "{}");
     return files;
@@ -86,9 +81,7 @@ TEST_P(HostileEventFiles, AreNeitherSentNorTouched) {
             const test::UnpackedUpload upload =
                 test::unpack(request.body, test::boundaryOf(request.headers.value("content-type")));
             ASSERT_FALSE(upload.lines.isEmpty()) << "not an event file: " << request.body.data();
-            const QJsonObject metadata =
-                QJsonDocument::fromJson(test::linePayload(upload.lines.first())).object();
-            EXPECT_LE(metadata["install_id"].toString().size(), 64);
+            EXPECT_LE(test::linePayload(upload.lines.first())["install_id"].toString().size(), 64);
             sent += upload.lines.join() + request.body;
         }
     }
@@ -100,7 +93,8 @@ TEST_P(HostileEventFiles, AreNeitherSentNorTouched) {
     }
     for (const QString &name : QDir(outside.path()).entryList(QDir::Files)) {
         const QString original = name.mid(QStringLiteral("foreign-").size());
-        EXPECT_EQ(readAll(QDir(outside.path()).filePath(name)), files[original] + kForeignBytes);
+        EXPECT_EQ(test::readAll(QDir(outside.path()).filePath(name)),
+                  files[original] + kForeignBytes);
     }
 }
 

@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -34,20 +35,15 @@ ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds) {
         return end;
     }
     // A pidfd becomes readable when the child ends, so the deadline is one poll.
-    const int pidfd = int(syscall(SYS_pidfd_open, pid, 0));
-    pollfd watch{pidfd, POLLIN, 0};
-    if (pidfd < 0 || poll(&watch, 1, deadlineSeconds * 1000) != 1) {
+    pollfd watch{int(syscall(SYS_pidfd_open, pid, 0)), POLLIN, 0};
+    end.finished = watch.fd >= 0 && poll(&watch, 1, deadlineSeconds * 1000) == 1;
+    if (!end.finished) {
         kill(pid, SIGKILL);
-    } else {
-        end.finished = true;
     }
-    if (pidfd >= 0) {
-        close(pidfd);
-    }
+    close(watch.fd);
     int status = 0;
     waitpid(pid, &status, 0);
-    end.signaled = WIFSIGNALED(status);
-    end.signal = end.signaled ? WTERMSIG(status) : 0;
+    end.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     end.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return end;
 }
@@ -112,21 +108,16 @@ std::vector<RecordValue> parsedRecords(const std::string &path) {
 }
 
 std::string crashLogOutput(const std::function<void()> &body) {
-    int fds[2];
-    if (pipe(fds) != 0) {
-        ADD_FAILURE() << "no pipe for the crash log";
-        return {};
-    }
-    setCrashLogDescriptor(fds[1]);
+    FILE *log = tmpfile();
+    setCrashLogDescriptor(fileno(log));
     body();
     setCrashLogDescriptor(-1);
-    close(fds[1]);
+    rewind(log);
     std::string text;
-    char chunk[256];
-    for (ssize_t length; (length = read(fds[0], chunk, sizeof chunk)) > 0;) {
-        text.append(chunk, size_t(length));
+    for (int c; (c = fgetc(log)) != EOF;) {
+        text += char(c);
     }
-    close(fds[0]);
+    fclose(log);
     return text;
 }
 

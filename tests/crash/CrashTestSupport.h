@@ -11,8 +11,7 @@ namespace tarnwell::crash::testing {
 // How a child process ended.
 struct ChildEnd {
     bool finished = false;  // false: the deadline passed and the child was killed
-    bool signaled = false;
-    int signal = 0;
+    int signal = 0;         // 0: the child exited
     int exitStatus = -1;
 };
 

@@ -73,23 +73,5 @@ INSTANTIATE_TEST_SUITE_P(
                       "int", ""}),
     tarnwell::test::caseName);
 
-TEST(UncaughtExceptionTest, PreviousTerminateHandlerStillRuns) {
-    TemporaryDirectory reports;
-    const ChildEnd end = runCapturedInChild(
-        reports.path(), [] { throw std::runtime_error("chained"); },
-        [] { std::set_terminate([] { _exit(42); }); });
-    EXPECT_EQ(end.exitStatus, 42);
-    EXPECT_EQ(activeRecords(reports.path(), "exception.crsrecord").size(), 2u);
-}
-
-TEST(UncaughtExceptionTest, TerminateWithoutExceptionRecordsNothing) {
-    TemporaryDirectory reports;
-    const ChildEnd end = runCapturedInChild(reports.path(), [] { std::terminate(); });
-    EXPECT_EQ(end.signal, SIGABRT);
-    EXPECT_TRUE(activeRecords(reports.path(), "exception.crsrecord").empty());
-    // Capture was not claimed, so the abort itself is recorded as a signal.
-    EXPECT_EQ(activeRecords(reports.path(), "signal.crsrecord").size(), 2u);
-}
-
 }  // namespace
 }  // namespace tarnwell::crash

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <climits>
 #include <cstring>
 #include <fstream>
@@ -12,6 +13,7 @@
 
 #include "CrashTestSupport.h"
 #include "crash/CrashLog.h"
+#include "crash/RecordParser.h"
 #include "crash/SafeFormat.h"
 
 namespace tarnwell::crash {
@@ -78,13 +80,18 @@ protected:
     TemporaryDirectory directory_;
 };
 
-TEST_F(RecordWriterTest, WritesRecordForms) {
+// Keys and strings go out unescaped: a reader must take a stray quote inside a value.
+TEST_F(RecordWriterTest, WritesRecordFormsThatReadBack) {
+    const std::string expected =
+        "{\"signal\":{\"number\":18446744073709551615,\"code\":-6,\"min\":-9223372036854775808,"
+        "\"name\":\"SIG\"SEGV\",\"code_name\":null,\"flag\":false,\"codes\":[1,2,{}],"
+        "\"hex\":\"01ab5461726e77656c6c207265636f7264732121\",\"none\":null}}\n";
     for (const bool buffered : {false, true}) {
         RecordWriter writer;
         ASSERT_TRUE(writer.open(path().c_str(), false, buffered));
         writer.beginKeyedObject("signal");
         writer.beginObject();
-        writer.writeUnsigned("number", 11);
+        writer.writeUnsigned("number", UINT64_MAX);
         writer.writeSigned("code", -6);
         writer.writeSigned("min", INT64_MIN);
         writer.writeString("name", "SIG\"SEGV");
@@ -105,12 +112,30 @@ TEST_F(RecordWriterTest, WritesRecordForms) {
         writer.endRecord();
         uint64_t offset = 0;
         ASSERT_TRUE(writer.close(&offset));
-        const std::string expected =
-            "{\"signal\":{\"number\":11,\"code\":-6,\"min\":-9223372036854775808,"
-            "\"name\":\"SIG\"SEGV\",\"code_name\":null,\"flag\":false,\"codes\":[1,2,{}],"
-            "\"hex\":\"01ab5461726e77656c6c207265636f7264732121\",\"none\":null}}\n";
         EXPECT_EQ(contents(), expected) << (buffered ? "buffered" : "unbuffered");
         EXPECT_EQ(offset, expected.size());
+    }
+    const auto record = parseRecordLine(expected.substr(0, expected.size() - 1));
+    ASSERT_TRUE(record && record->find("signal"));
+    const RecordValue &signal = *record->find("signal");
+    EXPECT_EQ(signal.unsignedAt("number"), UINT64_MAX);
+    EXPECT_EQ(signal.stringAt("name"), "SIG\"SEGV");
+    EXPECT_EQ(signal.unsignedAt("name", 7), 7u);
+    EXPECT_EQ(signal.stringAt("number"), "");
+    EXPECT_EQ(signal.find("code_name")->type, RecordValue::Type::Null);
+    EXPECT_EQ(signal.find("codes")->items.size(), 3u);
+}
+
+// A crash can cut a record anywhere; such a line is refused whole, never read in part.
+TEST(RecordParserTest, AcceptsWholeRecordsOnly) {
+    for (const char *line : {R"({"a":{},"b":[]})", R"({"e":{"reason":"say "hi" now","k":2}})"}) {
+        EXPECT_TRUE(parseRecordLine(line).has_value()) << line;
+    }
+    for (const char *line :
+         {R"({"signal":{"name":"SIGSE)", R"({"thread":{"frames":[{"pc":1},)", R"({"a":1)",
+          R"({"a":1}x)", R"({"a":nul})", "",
+          "{\"a\":[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[1]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]}"}) {
+        EXPECT_FALSE(parseRecordLine(line).has_value()) << line;
     }
 }
 
@@ -156,10 +181,22 @@ TEST_F(RecordWriterTest, FailuresAreReportedNotHidden) {
     EXPECT_FALSE(writer.open((directory_.path() + "/missing/x").c_str(), false, false));
     EXPECT_FALSE(writer.writeString("x"));
     EXPECT_FALSE(writer.close());
+    // A full disk: every write fails alike, so the log says it once for the file.
     ASSERT_TRUE(writer.open(path().c_str(), false, false));
-    writer.setWriteCall([](int, const void *, size_t) -> ssize_t { return 0; });
-    EXPECT_FALSE(writer.writeUnsigned(1));
+    writer.setWriteCall([](int, const void *, size_t) -> ssize_t {
+        errno = ENOSPC;
+        return -1;
+    });
+    const std::string log = crashLogOutput([&] {
+        EXPECT_FALSE(writer.writeUnsigned(1));
+        EXPECT_FALSE(writer.writeString("x"));
+        EXPECT_FALSE(writer.close());
+    });
     EXPECT_EQ(writer.bytesWritten(), 0u);
+    const std::string line =
+        "Error: Unable to write file " + path() + " (No space left on device)\n";
+    EXPECT_TRUE(log.ends_with(line)) << log;
+    EXPECT_EQ(log.find("Unable to write"), log.rfind("Unable to write")) << log;
 }
 
 }  // namespace

@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <barrier>
+#include <exception>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -99,60 +101,62 @@ INSTANTIATE_TEST_SUITE_P(
                                 R"(5,"code":-6,"address":N,"name":"SIGTRAP","code_name":null)"}),
     tarnwell::test::caseName);
 
-struct ChainCase {
+void killSelf(int) {
+    raise(SIGKILL);
+}
+
+struct OutcomeCase {
     const char *name;
-    int signal;
-    void (*crash)();
-    void (*previous)(int);
-    int endSignal;
+    void (*before)();  // in place when capture starts
+    void (*body)();
+    int endSignal;  // 0: the process exits with exitStatus
+    int exitStatus;
+    size_t signalLines, exceptionLines;
 };
 
-class ForeignHandlerChainTest : public ::testing::TestWithParam<ChainCase> {};
+class CaptureOutcomeTest : public ::testing::TestWithParam<OutcomeCase> {};
 
-// A handler installed before crash capture must still run after the record is written,
-// and only one record is written however that handler ends.
-TEST_P(ForeignHandlerChainTest, PreviousHandlerRunsAfterRecord) {
-    const ChainCase &c = GetParam();
+TEST_P(CaptureOutcomeTest, EndsAsExpectedWithOneRecordAtMost) {
+    const OutcomeCase &c = GetParam();
     TemporaryDirectory reports;
-    const ChildEnd end =
-        runCapturedInChild(reports.path(), c.crash, [&] { signal(c.signal, c.previous); });
-    ASSERT_TRUE(end.finished);
+    const ChildEnd end = runCapturedInChild(reports.path(), c.body, c.before);
+    ASSERT_TRUE(end.finished) << "child hung";
     EXPECT_EQ(end.signal, c.endSignal);
-    EXPECT_EQ(activeRecords(reports.path(), "signal.crsrecord").size(), 2u);
+    EXPECT_EQ(end.exitStatus, c.endSignal == 0 ? c.exitStatus : -1);
+    EXPECT_EQ(activeRecords(reports.path(), "signal.crsrecord").size(), c.signalLines);
+    EXPECT_EQ(activeRecords(reports.path(), "exception.crsrecord").size(), c.exceptionLines);
 }
 
-// SIGKILL ends the process only when the stand-in runs. The last one faults again while
-// the signal it handles is blocked: the kernel ends the process with no second record.
-INSTANTIATE_TEST_SUITE_P(Chains, ForeignHandlerChainTest,
-                         ::testing::Values(ChainCase{"HardwareFault", SIGSEGV, nullStore,
-                                                     [](int) { raise(SIGKILL); }, SIGKILL},
-                                           ChainCase{"Abort", SIGABRT, [] { crashAs("abort"); },
-                                                     [](int) { raise(SIGKILL); }, SIGKILL},
-                                           ChainCase{"RaisedTrap", SIGTRAP, [] { raise(SIGTRAP); },
-                                                     [](int) { raise(SIGKILL); }, SIGKILL},
-                                           ChainCase{"FaultingAgain", SIGSEGV, nullStore,
-                                                     [](int) { nullStore(); }, SIGSEGV}),
-                         tarnwell::test::caseName);
-
-TEST(SignalCaptureTest, HandlerLeavesQuietlyWhenAnotherPathIsRecording) {
-    TemporaryDirectory reports;
-    const ChildEnd end = runCapturedInChild(reports.path(), [] {
-        testAndSetCrashOccurred(*crashContext());
-        nullStore();
-    });
-    EXPECT_EQ(end.exitStatus, 1) << "signal " << end.signal;
-    EXPECT_TRUE(activeRecords(reports.path(), "signal.crsrecord").empty());
-}
-
-// Started with SIGTRAP ignored, a kill of it is no crash: the process goes on and
-// nothing is recorded.
-TEST(SignalCaptureTest, SignalIgnoredAtStartStaysIgnored) {
-    TemporaryDirectory reports;
-    const ChildEnd end = runCapturedInChild(
-        reports.path(), [] { raise(SIGTRAP); }, [] { signal(SIGTRAP, SIG_IGN); });
-    EXPECT_EQ(end.exitStatus, 0) << "signal " << end.signal;
-    EXPECT_TRUE(activeRecords(reports.path(), "signal.crsrecord").empty());
-}
+// A handler that was there before capture runs after the record is written (SIGKILL
+// ends the process only when it does); one that faults again while its signal is
+// blocked is ended by the kernel, with no second record. Another path already
+// recording makes the handler leave with status 1; a signal ignored at start stays
+// ignored. An uncaught exception is recorded before the previous terminate handler
+// runs; a terminate without one is left to the abort it makes.
+INSTANTIATE_TEST_SUITE_P(
+    Cases, CaptureOutcomeTest,
+    ::testing::Values(
+        OutcomeCase{"FaultThenPreviousHandler", [] { signal(SIGSEGV, killSelf); }, nullStore,
+                    SIGKILL, 0, 2, 0},
+        OutcomeCase{"AbortThenPreviousHandler", [] { signal(SIGABRT, killSelf); },
+                    [] { crashAs("abort"); }, SIGKILL, 0, 2, 0},
+        OutcomeCase{"RaisedTrapThenPreviousHandler", [] { signal(SIGTRAP, killSelf); },
+                    [] { raise(SIGTRAP); }, SIGKILL, 0, 2, 0},
+        OutcomeCase{"PreviousHandlerFaultsAgain", [] { signal(SIGSEGV, [](int) { nullStore(); }); },
+                    nullStore, SIGSEGV, 0, 2, 0},
+        OutcomeCase{"AnotherPathIsRecording", [] {},
+                    [] {
+                        testAndSetCrashOccurred(*crashContext());
+                        nullStore();
+                    },
+                    0, 1, 0, 0},
+        OutcomeCase{"SignalIgnoredAtStart", [] { signal(SIGTRAP, SIG_IGN); },
+                    [] { raise(SIGTRAP); }, 0, 0, 0, 0},
+        OutcomeCase{"ExceptionThenPreviousTerminate", [] { std::set_terminate([] { _exit(42); }); },
+                    [] { throw std::runtime_error("chained"); }, 0, 42, 0, 2},
+        OutcomeCase{"TerminateWithoutException", [] {}, [] { std::terminate(); }, SIGABRT, 0, 2,
+                    0}),
+    tarnwell::test::caseName);
 
 // Threads faulting together must neither hang nor both write a report, nor may a later
 // one end the process before the first has written its own.

@@ -132,7 +132,7 @@ INSTANTIATE_TEST_SUITE_P(
                   kFeedRule},
         RangeCase{"FeedToLookalikeHost", Setting::FeedURL, QUrl("http://127.example.org/"),
                   kFeedRule},
-        RangeCase{"FeedFromAFile", Setting::FeedURL, QUrl("file:///tmp/a.xml"), kFeedRule},
+        RangeCase{"FeedFromAFile", Setting::FeedURL, QUrl("file:///tmp/a.xml"), kFeedRule}),
     tarnwell::test::caseName);
 
 }  // namespace

@@ -88,14 +88,6 @@ TEST_F(SettingsCommandTest, ValueSetIsWhatTheNextRunReads) {
     EXPECT_EQ(run({"AppleLanguages"}).out, "ukr,en\n");
 }
 
-TEST_F(SettingsCommandTest, MonitoredListRoundTripsAsJson) {
-    const QString list =
-        R"([{"DidActivate":true,"DidLaunch":false,"ID":"org.gnome.TextEditor.desktop",)"
-        R"("name":"Текст"}])";
-    ASSERT_EQ(run({"applicationsAndUtilitiesToMonitoring", list}).exitCode, 0);
-    EXPECT_EQ(run({"applicationsAndUtilitiesToMonitoring"}).out, list + "\n");
-}
-
 TEST_F(SettingsCommandTest, ResetNamesAndRemovesWhatIsStored) {
     run({"refreshRate", "9"});
     const Outcome result = run({"--reset"});

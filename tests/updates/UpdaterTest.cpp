@@ -81,8 +81,9 @@ protected:
     QStringList filesInDownloads() const { return QDir(downloads()).entryList(QDir::Files); }
 
     // A feed with one release whose package is kPackage, as the server sends it.
-    QByteArray feed(const QByteArray &version, qint64 length = kPackage.size(),
-                    const QByteArray &signedBytes = kPackage, const QByteArray &extra = {}) const {
+    QByteArray feed(const QByteArray &version, const QByteArray &extra = {},
+                    qint64 length = kPackage.size(),
+                    const QByteArray &signedBytes = kPackage) const {
         return R"(<?xml version="1.0"?><rss version="2.0"
             xmlns:sparkle="http://www.andymatuschak.org/xml-namespaces/sparkle"><channel>
             <item><sparkle:version>)" +
@@ -104,6 +105,18 @@ protected:
         (updater_.get()->*how)();
         finishSession();
     }
+    // The user asks, and 101 is found.
+    void findUpdate() {
+        serve(feed("101"));
+        check(&QRMUpdater::checkForUpdates);
+    }
+    // A background check finds 101 and downloads it.
+    void downloadInBackground() {
+        updater_->setAutomaticallyDownloadsUpdates(true);
+        serve(feed("101"));
+        serve(kPackage);
+        check(&QRMUpdater::checkForUpdatesInBackground);
+    }
 
     QTemporaryDir dir_;
     QRMPreferencesManager preferences_;
@@ -115,28 +128,33 @@ protected:
     std::unique_ptr<QRMUpdater> updater_;
 };
 
-TEST_F(UpdaterTest, UserCheckAnswersUpToDateForEqualOlderOrNoReleases) {
-    for (const QByteArray &version : {QByteArray("100"), QByteArray("99"), QByteArray("100.0")}) {
-        serve(feed(version));
+TEST_F(UpdaterTest, UserCheckAnswersWithTheNewestReleaseForThisSystem) {
+    const auto ok = [](const QByteArray &body) { return ScriptedReply::respond(200, {}, body); };
+    const struct {
+        QList<ScriptedReply> replies;
+        const char *answer;
+    } rows[] = {
+        {{ok(feed("100"))}, "up to date 1.0"},
+        {{ok(feed("99"))}, "up to date 1.0"},
+        {{ok(feed("101", "<sparkle:minimumSystemVersion>13</sparkle:minimumSystemVersion>"))},
+         "up to date 1.0"},
+        {{ScriptedReply::respond(301, {{"Location", "/moved.xml"}}), ok(feed("100"))},
+         "up to date 1.0"},
+        {{ok(feed("101", "<sparkle:releaseNotesLink>/notes.html</sparkle:releaseNotesLink>")),
+          ok("<h1>New</h1>")},
+         "found 101 ready=0 notes=<h1>New</h1>"},
+        {{ok(feed("102", "<description>Inline</description>"))}, "found 102 ready=0 notes=Inline"},
+    };
+    for (const auto &row : rows) {
+        ui_.calls.clear();
+        for (const ScriptedReply &reply : row.replies) {
+            server_.script(reply);
+        }
         check(&QRMUpdater::checkForUpdates);
+        EXPECT_THAT(ui_.calls, ElementsAre(row.answer));
     }
-    serve(feed("101", kPackage.size(), kPackage,
-               "<sparkle:minimumSystemVersion>13</sparkle:minimumSystemVersion>"));
-    check(&QRMUpdater::checkForUpdates);
-    EXPECT_THAT(ui_.calls, ElementsAre("up to date 1.0", "up to date 1.0", "up to date 1.0",
-                                       "up to date 1.0"));
-}
-
-TEST_F(UpdaterTest, UserCheckShowsTheNewVersionWithReleaseNotesFromTheLinkOrTheDescription) {
-    serve(feed("101", kPackage.size(), kPackage,
-               "<sparkle:releaseNotesLink>/notes.html</sparkle:releaseNotesLink>"));
-    server_.script(ScriptedReply::respond(200, {}, "<h1>New</h1>"));
-    check(&QRMUpdater::checkForUpdates);
-    serve(feed("102", kPackage.size(), kPackage, "<description>Inline</description>"));
-    check(&QRMUpdater::checkForUpdates);
-    EXPECT_THAT(ui_.calls, ElementsAre("found 101 ready=0 notes=<h1>New</h1>",
-                                       "found 102 ready=0 notes=Inline"));
-    EXPECT_EQ(server_.requests()[1].path, "/notes.html");
+    EXPECT_EQ(server_.requests()[4].path, "/moved.xml");
+    EXPECT_EQ(server_.requests()[6].path, "/notes.html");
 }
 
 struct FeedFault {
@@ -201,13 +219,6 @@ TEST_F(UpdaterTest, AUserCheckDuringABackgroundCheckIsAnsweredAfterIt) {
     EXPECT_THAT(ui_.calls, ElementsAre("up to date 1.0"));
 }
 
-TEST_F(UpdaterTest, ARedirectOnTheSameHostIsFollowed) {
-    server_.script(ScriptedReply::respond(301, {{"Location", "/moved.xml"}}));
-    serve(feed("100"));
-    check(&QRMUpdater::checkForUpdates);
-    EXPECT_THAT(ui_.calls, ElementsAre("up to date 1.0"));
-}
-
 TEST_F(UpdaterTest, BackgroundCheckNotifiesOnlyOfNewNotSkippedVersions) {
     serve(feed("100"));
     check(&QRMUpdater::checkForUpdatesInBackground);
@@ -227,10 +238,7 @@ TEST_F(UpdaterTest, BackgroundCheckNotifiesOnlyOfNewNotSkippedVersions) {
 }
 
 TEST_F(UpdaterTest, AutomaticDownloadWaitsVerifiedAndTheUserIsAskedOnlyToInstall) {
-    updater_->setAutomaticallyDownloadsUpdates(true);
-    serve(feed("101"));
-    server_.script(ScriptedReply::respond(200, {}, kPackage));
-    check(&QRMUpdater::checkForUpdatesInBackground);
+    downloadInBackground();
     EXPECT_THAT(ui_.calls, ElementsAre("notify 101 ready=1"));
     EXPECT_THAT(filesInDownloads(), ElementsAre("tarnwell-101.deb"));
 
@@ -241,18 +249,6 @@ TEST_F(UpdaterTest, AutomaticDownloadWaitsVerifiedAndTheUserIsAskedOnlyToInstall
     EXPECT_THAT(ui_.calls.mid(2), ElementsAre("installing", "restart 101"));
     EXPECT_THAT(filesInDownloads(), IsEmpty());
     EXPECT_EQ(server_.requests().size(), 2);
-}
-
-TEST_F(UpdaterTest, InstallDownloadsWithProgressThenInstallsAndOffersRestart) {
-    serve(feed("101"));
-    check(&QRMUpdater::checkForUpdates);
-    server_.script(ScriptedReply::respond(200, {}, kPackage));
-    updater_->installUpdate();
-    finishSession();
-    EXPECT_EQ(server_.requests()[1].path, "/tarnwell.deb");
-    EXPECT_EQ(ui_.progressTotal, kPackage.size());
-    EXPECT_THAT(ui_.calls.mid(1), ElementsAre("installing", "restart 101"));
-    EXPECT_THAT(installer_.installed, ElementsAre(kPackage));
 }
 
 struct PackageFault {
@@ -267,7 +263,7 @@ class PackageFaultTest : public UpdaterTest, public ::testing::WithParamInterfac
 
 TEST_P(PackageFaultTest, NothingIsInstalledNothingIsLeftAndTheUserIsTold) {
     const PackageFault &fault = GetParam();
-    serve(feed("101", fault.announcedLength, fault.signedBytes));
+    serve(feed("101", {}, fault.announcedLength, fault.signedBytes));
     check(&QRMUpdater::checkForUpdates);
     server_.script(fault.reply);
     updater_->installUpdate();
@@ -280,22 +276,24 @@ TEST_P(PackageFaultTest, NothingIsInstalledNothingIsLeftAndTheUserIsTold) {
     // Downloaded silently, the same fault is only logged.
     ui_.calls.clear();
     updater_->setAutomaticallyDownloadsUpdates(true);
-    serve(feed("101", fault.announcedLength, fault.signedBytes));
+    serve(feed("101", {}, fault.announcedLength, fault.signedBytes));
     server_.script(fault.reply);
     check(&QRMUpdater::checkForUpdatesInBackground);
     EXPECT_THAT(ui_.calls, IsEmpty());
     EXPECT_THAT(filesInDownloads(), IsEmpty());
 }
 
+const ScriptedReply kPackageServed = ScriptedReply::respond(200, {}, kPackage);
+
 INSTANTIATE_TEST_SUITE_P(
     Table, PackageFaultTest,
     ::testing::Values(
-        PackageFault{"Truncated", kPackage.size() + 10, kPackage,
-                     ScriptedReply::respond(200, {}, kPackage), UpdateFailure::Download},
-        PackageFault{"Oversized", kPackage.size() - 10, kPackage,
-                     ScriptedReply::respond(200, {}, kPackage), UpdateFailure::Download},
-        PackageFault{"WrongSignature", kPackage.size(), "other bytes",
-                     ScriptedReply::respond(200, {}, kPackage), UpdateFailure::Verification},
+        PackageFault{"Truncated", kPackage.size() + 10, kPackage, kPackageServed,
+                     UpdateFailure::Download},
+        PackageFault{"Oversized", kPackage.size() - 10, kPackage, kPackageServed,
+                     UpdateFailure::Download},
+        PackageFault{"WrongSignature", kPackage.size(), "other bytes", kPackageServed,
+                     UpdateFailure::Verification},
         PackageFault{"TamperedInTransit", kPackage.size(), kPackage,
                      ScriptedReply::respond(200, {}, QByteArray(kPackage).replace('p', 'q')),
                      UpdateFailure::Verification},
@@ -306,8 +304,7 @@ INSTANTIATE_TEST_SUITE_P(
     tarnwell::test::caseName);
 
 TEST_F(UpdaterTest, ACancelledOrAbandonedDownloadLeavesNoFile) {
-    serve(feed("101"));
-    check(&QRMUpdater::checkForUpdates);
+    findUpdate();
     server_.script(ScriptedReply::stall());
     updater_->installUpdate();
     ASSERT_TRUE(QSignalSpy(&server_, &TestHttpServer::requestReceived).wait(5000));
@@ -324,26 +321,28 @@ TEST_F(UpdaterTest, ACancelledOrAbandonedDownloadLeavesNoFile) {
     EXPECT_THAT(filesInDownloads(), IsEmpty());
 }
 
-TEST_F(UpdaterTest, InstallerRefusalAndFailureAreReportedAndTheFileKeptForAnotherTry) {
-    serve(feed("101"));
-    check(&QRMUpdater::checkForUpdates);
+// Refused, failed, then installed: one download, with its progress, serves all three.
+TEST_F(UpdaterTest, InstallerFailuresAreReportedAndTheVerifiedFileKeptForAnotherTry) {
+    findUpdate();
     installer_.outcome = PackageInstaller::Outcome::Refused;
-    server_.script(ScriptedReply::respond(200, {}, kPackage));
+    serve(kPackage);
     updater_->installUpdate();
     finishSession();
+    EXPECT_EQ(server_.requests()[1].path, "/tarnwell.deb");
+    EXPECT_EQ(ui_.progressTotal, kPackage.size());
     installer_.outcome = PackageInstaller::Outcome::Failed;
     updater_->installUpdate();
-    EXPECT_THAT(ui_.calls.mid(1),
-                ElementsAre("installing", "failure 3", "installing", "failure 3"));
     EXPECT_EQ(ui_.lastDetail, "dpkg: error");
-    EXPECT_EQ(server_.requests().size(), 2) << "the verified file is reused";
+    installer_.outcome = PackageInstaller::Outcome::Installed;
+    updater_->installUpdate();
+    EXPECT_THAT(ui_.calls.mid(1), ElementsAre("installing", "failure 3", "installing", "failure 3",
+                                              "installing", "restart 101"));
+    EXPECT_THAT(installer_.installed, ElementsAre(kPackage, kPackage, kPackage));
+    EXPECT_EQ(server_.requests().size(), 2);
 }
 
 TEST_F(UpdaterTest, APackageChangedAfterVerificationIsNotInstalled) {
-    updater_->setAutomaticallyDownloadsUpdates(true);
-    serve(feed("101"));
-    server_.script(ScriptedReply::respond(200, {}, kPackage));
-    check(&QRMUpdater::checkForUpdatesInBackground);
+    downloadInBackground();
     QFile ready(QDir(downloads()).filePath("tarnwell-101.deb"));
     ASSERT_TRUE(ready.open(QIODevice::ReadWrite));
     ready.seek(100);
@@ -432,7 +431,7 @@ TEST_F(UpdaterTest, TheWindowTakesTheUserThroughNotificationDecisionInstallAndRe
     EXPECT_FALSE(window.isVisible());
 
     click();
-    server_.script(ScriptedReply::respond(200, {}, kPackage));
+    serve(kPackage);
     button(window, "install")->click();
     finishSession();
     EXPECT_THAT(installer_.installed, ElementsAre(kPackage));

@@ -6,7 +6,6 @@
 #include <QSlider>
 #include <QToolButton>
 
-#include "CaseName.h"
 #include "PreferencesRig.h"
 #include "ui/preferences/CleaningTab.h"
 #include "ui/preferences/QRMStepper.h"
@@ -14,57 +13,43 @@
 namespace tarnwell::testing {
 namespace {
 
-enum class Field { Free, Inactive };
-
-struct ClampCase {
-    const char *name;
-    Field field;
-    const char *typed;
-    qint64 stored;
-};
-
-void PrintTo(const ClampCase &row, std::ostream *os) {
-    *os << row.name;
-}
-
-class ThresholdClamp : public ::testing::TestWithParam<ClampCase> {};
-
-// With 8 GiB installed the bound is 4096 MB and the minimum 1.
-TEST_P(ThresholdClamp, TypedValueIsClampedStoredAndShown) {
-    const ClampCase &c = GetParam();
+// With 8 GiB installed the bound is 4096 MB and the minimum 1; read unsigned,
+// a negative number is huge.
+TEST(CleaningTab, TypedThresholdIsClampedStoredAndShown) {
     PreferencesRig rig;
     auto window = rig.open();
     CleaningTab &tab = *window->tabCleaning;
-    QLineEdit *field = c.field == Field::Free ? tab.autoCleanByFreeSizeTextField
-                                              : tab.autoCleanByInactiveSizeTextField;
-    QRMStepper *stepper = c.field == Field::Free ? tab.autoCleanByFreeSizeStepper
-                                                 : tab.autoCleanByInactiveSizeStepper;
+    const struct {
+        bool free;  // else the inactive-memory threshold
+        const char *typed;
+        qint64 stored;
+    } rows[] = {{true, "5000", 4096},
+                {true, "4096", 4096},
+                {true, "0", 1},
+                {true, "-1", 4096},
+                {true, "abc", 1},
+                {false, "", 1},
+                {false, " 12MB", 12},
+                {false, "99999999999999999999999", 4096},
+                {false, "-99999999999999999999999", 4096}};
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.typed);
+        QLineEdit *field =
+            row.free ? tab.autoCleanByFreeSizeTextField : tab.autoCleanByInactiveSizeTextField;
+        field->selectAll();
+        QTest::keyClick(field, Qt::Key_Backspace);
+        QTest::keyClicks(field, QString::fromUtf8(row.typed));
+        QTest::keyClick(field, Qt::Key_Return);
 
-    field->selectAll();
-    QTest::keyClick(field, Qt::Key_Backspace);
-    QTest::keyClicks(field, QString::fromUtf8(c.typed));
-    QTest::keyClick(field, Qt::Key_Return);
-
-    const qint64 stored = c.field == Field::Free ? rig.preferences.autoCleanByFreeSize()
-                                                 : rig.preferences.autoCleanByInactiveSize();
-    EXPECT_EQ(stored, c.stored);
-    EXPECT_EQ(field->text(), QString::number(c.stored));
-    EXPECT_EQ(stepper->value(), double(c.stored));
+        EXPECT_EQ(row.free ? rig.preferences.autoCleanByFreeSize()
+                           : rig.preferences.autoCleanByInactiveSize(),
+                  row.stored);
+        EXPECT_EQ(field->text(), QString::number(row.stored));
+        EXPECT_EQ((row.free ? tab.autoCleanByFreeSizeStepper : tab.autoCleanByInactiveSizeStepper)
+                      ->value(),
+                  double(row.stored));
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, ThresholdClamp,
-    ::testing::Values(
-        ClampCase{"AboveHalfTheMemory", Field::Free, "5000", 4096},
-        ClampCase{"AtTheBound", Field::Free, "4096", 4096}, ClampCase{"Zero", Field::Free, "0", 1},
-        // Read unsigned, a negative number is huge.
-        ClampCase{"MinusOne", Field::Free, "-1", 4096}, ClampCase{"Letters", Field::Free, "abc", 1},
-        ClampCase{"Empty", Field::Inactive, "", 1},
-        ClampCase{"DigitsThenLetters", Field::Inactive, " 12MB", 12},
-        ClampCase{"BeyondSixtyFourBits", Field::Inactive, "99999999999999999999999", 4096},
-        ClampCase{"BeyondSixtyFourBitsNegative", Field::Inactive, "-99999999999999999999999",
-                  4096}),
-    test::caseName);
 
 TEST(CleaningTab, StepperAndArrowKeysStayWithinTheBounds) {
     PreferencesRig rig;

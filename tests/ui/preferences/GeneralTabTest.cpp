@@ -7,7 +7,6 @@
 #include <QSlider>
 #include <QTabWidget>
 
-#include "CaseName.h"
 #include "PreferencesRig.h"
 #include "ui/preferences/CleaningTab.h"
 #include "ui/preferences/GeneralTab.h"
@@ -21,70 +20,54 @@ const QString kSize = QStringLiteral("Free memory, size");
 const QStringList kIcons{"Static icon, monochrome", "Static icon, 3D greyscale",
                          "Pie chart, monochrome", "Pie chart, colour"};
 
-enum class PopUp { Text, Icon };
-
-struct NoneCase {
-    const char *name;
-    int textType;
-    int iconType;
-    PopUp popUp;
-    int index;  // the item chosen
-    int storedText;
-    int storedIcon;
-    bool textOffersNone;  // afterwards
-    bool iconOffersNone;
-    const char *panelTitle;
-};
-
-void PrintTo(const NoneCase &row, std::ostream *os) {
-    *os << row.name;
-}
-
-class NoneAdjustment : public ::testing::TestWithParam<NoneCase> {};
-
 // Text and icon are never both "None": each pop-up offers "None" only while
 // the other choice is not none, and its indexes shift by one when it does not.
-TEST_P(NoneAdjustment, ChoosingStoresTheTypeBehindTheItem) {
-    const NoneCase &c = GetParam();
-    PreferencesRig rig;
-    rig.store("statusBarText", c.textType);
-    rig.store("statusBarIcon", c.iconType);
-    rig.store("statusBarTextWithInfo", true);
-    auto window = rig.open();
-    GeneralTab &tab = *window->tabGeneral;
-
-    choose(c.popUp == PopUp::Text ? tab.statusBarTextComboBox : tab.statusBarIconComboBox, c.index);
-
-    EXPECT_EQ(rig.preferences.statusBarTextType(), c.storedText);
-    EXPECT_EQ(rig.preferences.statusBarIconType(), c.storedIcon);
-    EXPECT_EQ(items(tab.statusBarTextComboBox).contains(kNone), c.textOffersNone);
-    EXPECT_EQ(items(tab.statusBarIconComboBox).contains(kNone), c.iconOffersNone);
-    EXPECT_EQ(tab.statusBarTextComboBox->currentText(),
-              c.storedText == 0 ? kNone : (c.storedText == 1 ? kPercent : kSize));
-    EXPECT_EQ(tab.statusBarIconComboBox->currentText(),
-              c.storedIcon == 0 ? kNone : kIcons[c.storedIcon - 1]);
-    // The label box means nothing without a text, but keeps its setting.
-    EXPECT_EQ(tab.statusBarTextWithInfo->isEnabled(), c.storedText != 0);
-    EXPECT_TRUE(rig.preferences.statusBarTextWithInfo());
-    // The status item follows at once.
-    ASSERT_FALSE(rig.statusItem.titles.empty());
-    EXPECT_EQ(rig.statusItem.titles.back(), QString::fromUtf8(c.panelTitle));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, NoneAdjustment,
-    ::testing::Values(
+TEST(GeneralTab, ChoosingTextOrIconStoresTheTypeBehindTheItem) {
+    const struct {
+        const char *name;
+        int textType, iconType;
+        bool inTextPopUp;  // else in the icon pop-up
+        int index;         // the item chosen
+        int storedText, storedIcon;
+        bool textOffersNone, iconOffersNone;  // afterwards
+        const char *panelTitle;
+    } rows[] = {
         // No icon: the first text item is "per cent", type 1 (index 0 minus -1).
-        NoneCase{"FirstTextItemWithoutIcon", 2, 0, PopUp::Text, 0, 1, 0, false, true,
-                 "Free: 0.00 %"},
+        {"FirstTextItemWithoutIcon", 2, 0, true, 0, 1, 0, false, true, "Free: 0.00 %"},
         // Icon "None" while the text shows the size: the text loses its "None".
-        NoneCase{"IconNoneWhileTextShowsSize", 2, 3, PopUp::Icon, 0, 2, 0, false, true,
-                 "Free: 512.00 MB"},
-        NoneCase{"TextNoneDisablesLabelBox", 1, 3, PopUp::Text, 0, 0, 3, true, false, ""},
+        {"IconNoneWhileTextShowsSize", 2, 3, false, 0, 2, 0, false, true, "Free: 512.00 MB"},
+        {"TextNoneDisablesLabelBox", 1, 3, true, 0, 0, 3, true, false, ""},
         // No text: the first icon item is the 2D icon, type 1.
-        NoneCase{"FirstIconItemWithoutText", 0, 4, PopUp::Icon, 0, 0, 1, true, false, ""},
-        NoneCase{"LastIconItem", 2, 1, PopUp::Icon, 4, 2, 4, true, true, "Free: 512.00 MB"}),
-    test::caseName);
+        {"FirstIconItemWithoutText", 0, 4, false, 0, 0, 1, true, false, ""},
+        {"LastIconItem", 2, 1, false, 4, 2, 4, true, true, "Free: 512.00 MB"},
+    };
+    for (const auto &c : rows) {
+        SCOPED_TRACE(c.name);
+        PreferencesRig rig;
+        rig.store("statusBarText", c.textType);
+        rig.store("statusBarIcon", c.iconType);
+        rig.store("statusBarTextWithInfo", true);
+        auto window = rig.open();
+        GeneralTab &tab = *window->tabGeneral;
+
+        choose(c.inTextPopUp ? tab.statusBarTextComboBox : tab.statusBarIconComboBox, c.index);
+
+        EXPECT_EQ(rig.preferences.statusBarTextType(), c.storedText);
+        EXPECT_EQ(rig.preferences.statusBarIconType(), c.storedIcon);
+        EXPECT_EQ(items(tab.statusBarTextComboBox).contains(kNone), c.textOffersNone);
+        EXPECT_EQ(items(tab.statusBarIconComboBox).contains(kNone), c.iconOffersNone);
+        EXPECT_EQ(tab.statusBarTextComboBox->currentText(),
+                  c.storedText == 0 ? kNone : (c.storedText == 1 ? kPercent : kSize));
+        EXPECT_EQ(tab.statusBarIconComboBox->currentText(),
+                  c.storedIcon == 0 ? kNone : kIcons[c.storedIcon - 1]);
+        // The label box means nothing without a text, but keeps its setting.
+        EXPECT_EQ(tab.statusBarTextWithInfo->isEnabled(), c.storedText != 0);
+        EXPECT_TRUE(rig.preferences.statusBarTextWithInfo());
+        // The status item follows at once.
+        ASSERT_FALSE(rig.statusItem.titles.empty());
+        EXPECT_EQ(rig.statusItem.titles.back(), QString::fromUtf8(c.panelTitle));
+    }
+}
 
 TEST(GeneralTab, PanelTextPlacementAndColourAreStoredAsChosen) {
     PreferencesRig rig;
@@ -200,7 +183,6 @@ QStringList windowTexts(const QRMPreferencesWindowController &window) {
 
 // The letters after '&' in a page's check boxes and control labels.
 QStringList mnemonics(const QWidget &page) {
-    QStringList letters;
     QStringList texts;
     for (const QCheckBox *box : page.findChildren<QCheckBox *>()) {
         texts << box->text();
@@ -210,6 +192,7 @@ QStringList mnemonics(const QWidget &page) {
             texts << label->text();
         }
     }
+    QStringList letters;
     for (const QString &text : texts) {
         const qsizetype at = text.indexOf(u'&');
         letters << (at >= 0 && at + 1 < text.size() ? text.mid(at + 1, 1).toLower() : QString());
@@ -217,10 +200,15 @@ QStringList mnemonics(const QWidget &page) {
     return letters;
 }
 
-TEST(GeneralTab, EveryControlHasItsOwnMnemonicInEachLanguage) {
+// Each language in turn, Russian last: every text changes at once, and every
+// control keeps a mnemonic of its own.
+TEST(GeneralTab, LanguageSwitchRetitlesEveryTextAtOnce) {
     PreferencesRig rig;
     auto window = rig.open();
-    for (const int language : {1, 2, 3}) {
+    const QStringList english = windowTexts(*window);
+    ASSERT_TRUE(english.contains("General"));
+
+    for (const int language : {1, 3, 2}) {
         choose(window->tabGeneral->languageComboBox, language);
         for (const QWidget *page : {static_cast<QWidget *>(window->tabGeneral),
                                     static_cast<QWidget *>(window->tabCleaning)}) {
@@ -228,32 +216,18 @@ TEST(GeneralTab, EveryControlHasItsOwnMnemonicInEachLanguage) {
             ASSERT_FALSE(letters.isEmpty());
             EXPECT_FALSE(letters.contains(QString())) << letters.join(u',').toStdString();
             EXPECT_EQ(QSet<QString>(letters.begin(), letters.end()).size(), letters.size())
-                << letters.join(u',').toStdString();
+                << language << ": " << letters.join(u',').toStdString();
         }
     }
-}
-
-bool hasCyrillic(const QString &text) {
-    return std::any_of(text.begin(), text.end(),
-                       [](QChar c) { return c.script() == QChar::Script_Cyrillic; });
-}
-
-TEST(GeneralTab, LanguageSwitchRetitlesEveryTextAtOnce) {
-    PreferencesRig rig;
-    auto window = rig.open();
-    const QStringList english = windowTexts(*window);
-    ASSERT_TRUE(english.contains("General"));
-
-    choose(window->tabGeneral->languageComboBox, 2);
     EXPECT_EQ(rig.preferences.selectedLanguage(), 2);
     EXPECT_EQ(rig.preferences.appleLanguages(), QStringList{"ru"});
-    EXPECT_EQ(window->windowTitle(), "Настройки");
-    EXPECT_EQ(window->tabView->tabText(0), "Основные");
     EXPECT_EQ(window->tabGeneral->updateEverySec->text(), "5 сек");
     const QStringList russian = windowTexts(*window);
     EXPECT_EQ(russian.size(), english.size());
     for (const QString &text : russian) {
-        EXPECT_TRUE(hasCyrillic(text)) << text.toStdString();
+        EXPECT_TRUE(std::any_of(text.begin(), text.end(), [](QChar c) {
+            return c.script() == QChar::Script_Cyrillic;
+        })) << text.toStdString();
     }
     // Refilled in the new language, the pop-up still shows the choice.
     EXPECT_EQ(window->tabGeneral->languageComboBox->currentIndex(), 2);

@@ -1,13 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <QCheckBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPointer>
 #include <QSignalSpy>
 #include <QSlider>
 
-#include "CaseName.h"
 #include "PreferencesRig.h"
 #include "ui/preferences/ButtonImages.h"
 #include "ui/preferences/CleaningTab.h"
@@ -45,51 +43,23 @@ TEST(PreferencesWindow, OneWindowAtATimeAndAFreshOneAfterClosing) {
     EXPECT_EQ(rig.usageEvents.contentViews.size(), 2u);
 }
 
-struct KeyCase {
-    const char *name;
-    Qt::KeyboardModifiers modifiers;
-    bool closes;
-};
-
-void PrintTo(const KeyCase &row, std::ostream *os) {
-    *os << row.name;
-}
-
-class CloseKey : public ::testing::TestWithParam<KeyCase> {};
-
-TEST_P(CloseKey, OnlyControlWCloses) {
+TEST(PreferencesWindow, OnlyControlWCloses) {
     PreferencesRig rig;
     PreferencesWindowOpener opener(rig.services());
     opener.showPreferencesWindow();
     QPointer<QRMPreferencesWindowController> window = opener.preferencesWindowController();
     ASSERT_TRUE(QTest::qWaitForWindowActive(window));
-
-    QTest::keyClick(window->tabGeneral->refreshRateSlider, Qt::Key_W, GetParam().modifiers);
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    EXPECT_EQ(window.isNull(), GetParam().closes);
+    for (const Qt::KeyboardModifiers modifiers :
+         {Qt::ControlModifier | Qt::ShiftModifier, Qt::ControlModifier | Qt::AltModifier,
+          Qt::KeyboardModifiers(Qt::NoModifier), Qt::KeyboardModifiers(Qt::ControlModifier)}) {
+        ASSERT_FALSE(window.isNull()) << "closed by an earlier key";
+        QTest::keyClick(window->tabGeneral->refreshRateSlider, Qt::Key_W, modifiers);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        EXPECT_EQ(window.isNull(), modifiers == Qt::ControlModifier) << modifiers.toInt();
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Keys, CloseKey,
-    ::testing::Values(KeyCase{"Control", Qt::ControlModifier, true},
-                      KeyCase{"ControlShift", Qt::ControlModifier | Qt::ShiftModifier, false},
-                      KeyCase{"ControlAlt", Qt::ControlModifier | Qt::AltModifier, false},
-                      KeyCase{"Plain", Qt::NoModifier, false}),
-    test::caseName);
-
-struct BadValueCase {
-    const char *name;
-    const char *key;
-    QVariant stored;
-    const char *shown;  // by the control that shows the setting
-};
-
-void PrintTo(const BadValueCase &row, std::ostream *os) {
-    *os << row.name;
-}
-
-class BadSettings : public ::testing::TestWithParam<BadValueCase> {};
-
+// What the control showing key shows.
 QString shownFor(const QRMPreferencesWindowController &window, const QString &key) {
     const GeneralTab &general = *window.tabGeneral;
     if (key == u"refreshRate") {
@@ -113,34 +83,33 @@ QString shownFor(const QRMPreferencesWindowController &window, const QString &ke
 }
 
 // An edited settings file opens the window with the defaults shown.
-TEST_P(BadSettings, OpenWithTheDefaultShown) {
-    const BadValueCase &c = GetParam();
-    PreferencesRig rig;
-    rig.store(QString::fromLatin1(c.key), c.stored);
-    auto window = rig.open();
-    EXPECT_EQ(shownFor(*window, QString::fromLatin1(c.key)), QString::fromUtf8(c.shown));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, BadSettings,
-    ::testing::Values(BadValueCase{"RefreshRateHuge", "refreshRate", 86400, "5|5 sec"},
-                      BadValueCase{"RefreshRateText", "refreshRate", "fast", "5|5 sec"},
-                      BadValueCase{"TextTypeNegative", "statusBarText", -1, "Free memory, size"},
-                      BadValueCase{"IconTypeTooLarge", "statusBarIcon", 9, "Pie chart, monochrome"},
-                      BadValueCase{"IconTypeText", "statusBarIcon", "pie", "Pie chart, monochrome"},
-                      BadValueCase{"LanguageTooLarge", "selectedLanguage", 7, "Automatic"},
-                      BadValueCase{"IntervalHuge", "autoCleanEveryTime", 100000, "10|10 min"},
-                      // 1 % of 8 GiB in MB, the store's own default.
-                      BadValueCase{"ThresholdText", "autoCleanByFreeSize", "lots", "81"}),
-    test::caseName);
-
-TEST(PreferencesWindow, BothNoneInTheFileShowsTheDefaults) {
-    PreferencesRig rig;
-    rig.store("statusBarText", 0);
-    rig.store("statusBarIcon", 0);
-    auto window = rig.open();
-    EXPECT_EQ(window->tabGeneral->statusBarTextComboBox->currentText(), "Free memory, size");
-    EXPECT_EQ(window->tabGeneral->statusBarIconComboBox->currentText(), "Pie chart, monochrome");
+TEST(PreferencesWindow, UnusableStoredValuesOpenWithTheDefaultShown) {
+    const std::pair<const char *, const char *> rows[] = {
+        {"refreshRate=86400", "5|5 sec"},
+        {"refreshRate=fast", "5|5 sec"},
+        {"statusBarText=-1", "Free memory, size"},
+        {"statusBarIcon=9", "Pie chart, monochrome"},
+        {"statusBarIcon=pie", "Pie chart, monochrome"},
+        // Both "None" would leave the panel empty.
+        {"statusBarText=0 statusBarIcon=0", "Free memory, size|Pie chart, monochrome"},
+        {"selectedLanguage=7", "Automatic"},
+        {"autoCleanEveryTime=100000", "10|10 min"},
+        // 1 % of 8 GiB in MB, the store's own default.
+        {"autoCleanByFreeSize=lots", "81"},
+    };
+    for (const auto &[stored, shown] : rows) {
+        PreferencesRig rig;
+        const QStringList entries = QString::fromLatin1(stored).split(u' ');
+        for (const QString &entry : entries) {
+            rig.store(entry.section(u'=', 0, 0), entry.section(u'=', 1));
+        }
+        auto window = rig.open();
+        QStringList texts;
+        for (const QString &entry : entries) {
+            texts << shownFor(*window, entry.section(u'=', 0, 0));
+        }
+        EXPECT_EQ(texts.join(u'|'), QString::fromUtf8(shown)) << stored;
+    }
 }
 
 TEST(PreferencesWindow, PlusAndMinusFollowTheThemeHalfASecondAfterItChanges) {

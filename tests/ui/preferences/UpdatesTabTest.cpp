@@ -4,7 +4,6 @@
 #include <QLabel>
 
 #include "BuildInfo.h"
-#include "CaseName.h"
 #include "PreferencesRig.h"
 #include "preferences/QRMConstants.h"
 #include "preferences/Updater.h"
@@ -36,41 +35,37 @@ QString feedURL(Feed feed) {
     return QStringLiteral("https://old.site.test/appcast.xml");
 }
 
-struct FeedCase {
-    const char *name;
-    Feed stored;
-    int shownIndex;
-    int chosenIndex;
-    bool switches;  // stores the chosen feed and runs a silent check
-};
+// The pop-up shows the feed in use; choosing another stores it and runs a
+// silent check, choosing the shown one does nothing.
+TEST(UpdatesTab, FeedPopUpSwitchesOnlyToAnotherFeed) {
+    const struct {
+        Feed stored;
+        int shownIndex, chosenIndex;
+        bool switches;
+    } rows[] = {{kStable, 0, 0, false},
+                {kAlpha, 2, 2, false},
+                {kStable, 0, 1, true},
+                {kBeta, 1, 2, true},
+                // An unknown feed shows as stable, so choosing stable switches.
+                {kUnknown, 0, 0, true}};
+    for (const auto &c : rows) {
+        SCOPED_TRACE(feedURL(c.stored).toStdString() + " to " + std::to_string(c.chosenIndex));
+        PreferencesRig rig;
+        rig.store("FeedURL", feedURL(c.stored));
+        RecordingFeedUpdater updater;
+        rig.preferences.setUpdater(&updater);
+        auto window = rig.open();
+        QComboBox *popUp = window->tabUpdates->updatesFeedNSPopUpButton;
+        EXPECT_EQ(popUp->currentIndex(), c.shownIndex);
 
-class FeedPopUp : public ::testing::TestWithParam<FeedCase> {};
-
-TEST_P(FeedPopUp, ShowsTheFeedInUseAndSwitchesOnlyToAnother) {
-    const FeedCase &c = GetParam();
-    PreferencesRig rig;
-    rig.store("FeedURL", feedURL(c.stored));
-    RecordingFeedUpdater updater;
-    rig.preferences.setUpdater(&updater);
-    auto window = rig.open();
-    QComboBox *popUp = window->tabUpdates->updatesFeedNSPopUpButton;
-    EXPECT_EQ(popUp->currentIndex(), c.shownIndex);
-
-    choose(popUp, c.chosenIndex);
-    const QString chosen = feedURL(Feed(c.chosenIndex));
-    EXPECT_EQ(rig.preferences.updatesFeedURL().toString(), c.switches ? chosen : feedURL(c.stored));
-    EXPECT_EQ(updater.calls, c.switches ? QStringList({chosen, "check"}) : QStringList());
-    rig.preferences.setUpdater(nullptr);
+        choose(popUp, c.chosenIndex);
+        const QString chosen = feedURL(Feed(c.chosenIndex));
+        EXPECT_EQ(rig.preferences.updatesFeedURL().toString(),
+                  c.switches ? chosen : feedURL(c.stored));
+        EXPECT_EQ(updater.calls, c.switches ? QStringList({chosen, "check"}) : QStringList());
+        rig.preferences.setUpdater(nullptr);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Rows, FeedPopUp,
-                         ::testing::Values(FeedCase{"ReselectingStable", kStable, 0, 0, false},
-                                           FeedCase{"ReselectingAlpha", kAlpha, 2, 2, false},
-                                           FeedCase{"StableToBeta", kStable, 0, 1, true},
-                                           FeedCase{"BetaToAlpha", kBeta, 1, 2, true},
-                                           FeedCase{"UnknownShowsStableAndChoosingItSwitches",
-                                                    kUnknown, 0, 0, true}),
-                         test::caseName);
 
 TEST(UpdatesTab, AutomaticChecksIntervalAndDownloadsFollowTheUpdater) {
     PreferencesRig rig;

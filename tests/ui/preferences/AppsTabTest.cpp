@@ -8,12 +8,8 @@
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTableWidget>
-#include <QTemporaryDir>
 
-#include "AppFakes.h"
-
-#include "app/PreferencesAppSettings.h"
-#include "preferences/QRMPreferencesManager.h"
+#include "PreferencesRig.h"
 #include "ui/preferences/AppsTab.h"
 #include "ui/preferences/QRMPopUpButton.h"
 #include "ui/preferences/QRMTextFieldCell.h"
@@ -21,34 +17,21 @@
 namespace tarnwell::testing {
 namespace {
 
-// The tab over a store of its own, a controller whose application events the
+// The tab over the rig's store and controller, whose application events the
 // test sees, and "running applications" the test chooses.
 class AppsTabTest : public ::testing::Test {
 protected:
     AppsTabTest() {
-        preferences.setShowApplicationsFromApplicationsFolder(false);
-        // The controller reads the list from the same store, as in the program.
-        delegate = std::make_unique<QRMAppDelegate>(
-            QRMAppDelegate::Services{rig.engine,
-                                     settings,
-                                     rig.localized,
-                                     rig.urlOpener,
-                                     nullptr,
-                                     nullptr,
-                                     [](std::function<void()> task) { task(); },
-                                     nullptr,
-                                     nullptr,
-                                     nullptr,
-                                     {},
-                                     &rig.applicationEvents,
-                                     {}});
+        rig.preferences.setShowApplicationsFromApplicationsFolder(false);
+        rig.preferences.setShowRunningApplicationsAndUtilities(true);
+        rig.start();
     }
 
     AppsTab &open() {
         tab = std::make_unique<AppsTab>(
-            preferences, *delegate, fakeLocalizer(),
+            rig.preferences, *rig.delegate, fakeLocalizer(),
             AppsTabSources{nullptr, [this](const QString &) { return running; },
-                           home.filePath("data/app.tarnwell.Tarnwell/icons"), true, "en"});
+                           rig.dir.filePath("icons"), true, "en"});
         waitForMenu();
         return *tab;
     }
@@ -64,22 +47,15 @@ protected:
     QStringList storedIds() {
         QStringList ids;
         for (const QVariantMap &record :
-             preferences.applicationsAndUtilitiesToMonitoring().value_or(QList<QVariantMap>())) {
+             rig.preferences.applicationsAndUtilitiesToMonitoring().value_or(
+                 QList<QVariantMap>())) {
             ids.append(record.value("ID").toString());
         }
         return ids;
     }
-    QString iconFile(const QString &id) const {
-        return home.filePath("data/app.tarnwell.Tarnwell/icons/" + id + ".png");
-    }
+    QString iconFile(const QString &id) const { return rig.dir.filePath("icons/" + id + ".png"); }
 
-    QTemporaryDir home;
-    QRMPreferencesManager preferences{home.filePath("Tarnwell.conf"),
-                                      [] { return std::optional<uint64_t>(8ull << 30); },
-                                      QUrl("https://site.test/a.xml")};
-    ControllerRig rig;
-    PreferencesAppSettings settings{preferences};
-    std::unique_ptr<QRMAppDelegate> delegate;
+    PreferencesRig rig;
     QList<ApplicationCandidate> running{{"zeta", "zeta.desktop", ""},
                                         {"Alpha", "alpha.desktop", ""},
                                         {"Alpha", "alpha.desktop", ""},
@@ -88,7 +64,6 @@ protected:
 };
 
 TEST_F(AppsTabTest, MenuOffersEachNameAndIdOnceSortedAndOnlyFromChosenSources) {
-    preferences.setShowRunningApplicationsAndUtilities(true);
     open();
     QStringList names;
     for (const AppsTab::Entry &entry : tab->menu()) {
@@ -101,7 +76,7 @@ TEST_F(AppsTabTest, MenuOffersEachNameAndIdOnceSortedAndOnlyFromChosenSources) {
 
     tab->showRunningApplicationsAndUtilities->click();
     waitForMenu();
-    EXPECT_FALSE(preferences.showRunningApplicationsAndUtilities());
+    EXPECT_FALSE(rig.preferences.showRunningApplicationsAndUtilities());
     EXPECT_FALSE(tab->addButton->isEnabled());
     std::unique_ptr<QMenu> empty(tab->menuForPopUp());
     ASSERT_EQ(empty->actions().size(), 1);
@@ -109,12 +84,11 @@ TEST_F(AppsTabTest, MenuOffersEachNameAndIdOnceSortedAndOnlyFromChosenSources) {
 }
 
 TEST_F(AppsTabTest, ChoosingStoresAtOnceInOrderAndChoosingAgainOnlySelects) {
-    preferences.setShowRunningApplicationsAndUtilities(true);
     open();
     choose(2);  // zeta
     choose(0);  // Alpha
     EXPECT_EQ(storedIds(), (QStringList{"alpha.desktop", "zeta.desktop"}));
-    const QVariantMap stored = preferences.applicationsAndUtilitiesToMonitoring()->at(1);
+    const QVariantMap stored = rig.preferences.applicationsAndUtilitiesToMonitoring()->at(1);
     for (const char *event :
          {"DidLaunch", "DidTerminate", "DidHide", "DidUnhide", "DidActivate", "DidDeactivate"}) {
         EXPECT_EQ(stored.value(event), QVariant(false)) << event;
@@ -129,13 +103,12 @@ TEST_F(AppsTabTest, ChoosingStoresAtOnceInOrderAndChoosingAgainOnlySelects) {
 }
 
 TEST_F(AppsTabTest, CheckBoxRewritesTheListAndTheControllerWatchesAtOnce) {
-    preferences.setShowRunningApplicationsAndUtilities(true);
     open();
     choose(2);
     EXPECT_TRUE(tab->appsBasicCleaning->isVisibleTo(tab.get()));
     EXPECT_EQ(rig.applicationEvents.starts, 0);
     tab->buttonDidActivate->click();
-    EXPECT_EQ(preferences.applicationsAndUtilitiesToMonitoring()->at(0).value("DidActivate"),
+    EXPECT_EQ(rig.preferences.applicationsAndUtilitiesToMonitoring()->at(0).value("DidActivate"),
               QVariant(true));
     EXPECT_EQ(rig.applicationEvents.starts, 1);
 
@@ -146,7 +119,6 @@ TEST_F(AppsTabTest, CheckBoxRewritesTheListAndTheControllerWatchesAtOnce) {
 }
 
 TEST_F(AppsTabTest, RecordWhoseIconFileIsGoneIsDroppedAtTheNextOpening) {
-    preferences.setShowRunningApplicationsAndUtilities(true);
     open();
     choose(0);
     choose(2);
@@ -163,8 +135,8 @@ TEST_F(AppsTabTest, RecordWhoseIconFileIsGoneIsDroppedAtTheNextOpening) {
 }
 
 TEST_F(AppsTabTest, WaylandSessionSaysEventsAreNotAvailable) {
-    tab = std::make_unique<AppsTab>(preferences, *delegate, fakeLocalizer(),
-                                    AppsTabSources{nullptr, {}, home.path(), false, "en"});
+    tab = std::make_unique<AppsTab>(rig.preferences, *rig.delegate, fakeLocalizer(),
+                                    AppsTabSources{nullptr, {}, rig.dir.path(), false, "en"});
     EXPECT_TRUE(tab->applicationEventsNotAvailable->isVisibleTo(tab.get()));
     EXPECT_EQ(tab->applicationEventsNotAvailable->text(), "ApplicationEventsNotAvailable");
 }

@@ -1,16 +1,20 @@
 // Runs the real executable: crashes it on purpose, then reads the report back through
-// `tarnwell crash-reports`, as support would on a user's machine.
+// `tarnwell crash-reports`, as support would on a user's machine; and runs it in the
+// terminal to see what both kits write.
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <signal.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <string>
 #include <vector>
 
-#include "CaseName.h"
 #include "CrashTestSupport.h"
 #include "crash/RecordParser.h"
 #include "support/HostileEntries.h"
@@ -18,9 +22,10 @@
 namespace tarnwell::crash {
 namespace {
 
+namespace fs = std::filesystem;
 using namespace testing;
 
-class DebugCrashTest : public ::testing::Test {
+class EndToEndTest : public ::testing::Test {
 protected:
     ChildEnd runTarnwell(std::vector<std::string> arguments, const std::string &output = {}) {
         return runInChild([&] {
@@ -46,40 +51,29 @@ protected:
         return readText(output);
     }
 
-    std::filesystem::path pendingDirectory() const {
-        return std::filesystem::path(data_.path()) / "telemetry.data" / "app.tarnwell.Tarnwell" /
-               "reports" / "pending";
+    fs::path pendingDirectory() const {
+        return fs::path(data_.path()) / "telemetry.data" / "app.tarnwell.Tarnwell" / "reports" /
+               "pending";
     }
 
     TemporaryDirectory data_;
 };
 
-struct DebugCrashCase {
-    const char *name;
-    int signal;
-    const char *title;
-    const char *reason;
-    const char *recordFile;
-};
-
-class DebugCrashOptionTest : public DebugCrashTest,
-                             public ::testing::WithParamInterface<DebugCrashCase> {};
-
 // Read back once as JSON; then, with a line of the record cut short as a crash
 // mid-write leaves it, as text that still shows the crash and names the damaged line.
-TEST_P(DebugCrashOptionTest, CrashIsReportedAtNextStart) {
-    const DebugCrashCase &c = GetParam();
-    const ChildEnd end = runTarnwell({std::string("--debug-crash=") + c.name});
+// Other ways of crashing are run in process by the capture tests.
+TEST_F(EndToEndTest, DebugCrashIsReportedAtNextStart) {
+    const ChildEnd end = runTarnwell({"--debug-crash=segv"});
     ASSERT_TRUE(end.finished);
-    EXPECT_EQ(end.signal, c.signal) << "exit status " << end.exitStatus;
+    EXPECT_EQ(end.signal, SIGSEGV) << "exit status " << end.exitStatus;
 
     const std::string json = crashReports({"crash-reports", "--json"});
     const auto parsed = parseRecordLine(json.substr(0, json.find_last_not_of('\n') + 1));
     ASSERT_TRUE(parsed.has_value()) << json;
     ASSERT_EQ(parsed->items.size(), 1u) << json;
     const RecordValue &report = parsed->items[0];
-    EXPECT_EQ(report.stringAt("title"), c.title);
-    EXPECT_EQ(report.stringAt("reason"), c.reason);
+    EXPECT_EQ(report.stringAt("title"), "SIGSEGV");
+    EXPECT_EQ(report.stringAt("reason"), "");
     bool inExecutable = false;
     for (const RecordValue &frame : report.find("frames")->items) {
         inExecutable = inExecutable || frame.stringAt("image") == TARNWELL_EXECUTABLE;
@@ -89,25 +83,15 @@ TEST_P(DebugCrashOptionTest, CrashIsReportedAtNextStart) {
     EXPECT_EQ(report.find("metadata")->find("application")->stringAt("bundle_id"),
               "app.tarnwell.Tarnwell");
 
-    for (const auto &pending : std::filesystem::directory_iterator(pendingDirectory())) {
-        std::ofstream(pending.path() / c.recordFile, std::ios::app) << "{\"thread\":{\"ti";
+    for (const auto &pending : fs::directory_iterator(pendingDirectory())) {
+        std::ofstream(pending.path() / "signal.crsrecord", std::ios::app) << "{\"thread\":{\"ti";
     }
     const std::string text = crashReports({"crash-reports"});
-    EXPECT_NE(text.find(c.title), std::string::npos) << text;
-    EXPECT_NE(text.find(std::string("damaged record: ") + c.recordFile + " line 3"),
-              std::string::npos)
-        << text;
+    EXPECT_NE(text.find("SIGSEGV"), std::string::npos) << text;
+    EXPECT_NE(text.find("damaged record: signal.crsrecord line 3"), std::string::npos) << text;
 }
 
-// The other ways are crashed in process by the capture tests; here one of each path.
-INSTANTIATE_TEST_SUITE_P(
-    Ways, DebugCrashOptionTest,
-    ::testing::Values(DebugCrashCase{"segv", SIGSEGV, "SIGSEGV", "", "signal.crsrecord"},
-                      DebugCrashCase{"throw", SIGABRT, "std::runtime_error", "deliberate crash",
-                                     "exception.crsrecord"}),
-    tarnwell::test::caseName);
-
-class HostileReportRecord : public DebugCrashTest,
+class HostileReportRecord : public EndToEndTest,
                             public ::testing::WithParamInterface<tarnwell::testing::HostileEntry> {
 };
 
@@ -126,7 +110,7 @@ TEST_P(HostileReportRecord, IsReadWithinLimitsAndPrintedEscaped) {
     const bool oddFolder = GetParam().kind == HostileKind::OddName;
     const std::string report =
         (pendingDirectory() / "20261123T093012Z-001").string() + (oddFolder ? kOddSuffix : "");
-    std::filesystem::create_directories(report);
+    fs::create_directories(report);
     if (oddFolder) {
         std::ofstream(report + "/signal.crsrecord") << record;
     } else {
@@ -156,14 +140,70 @@ INSTANTIATE_TEST_SUITE_P(Entries, HostileReportRecord,
                          ::testing::ValuesIn(tarnwell::testing::kHostileEntries),
                          tarnwell::testing::hostileCaseName);
 
-TEST_F(DebugCrashTest, NoReportsSaysSo) {
+TEST_F(EndToEndTest, NoReportsSaysSo) {
     EXPECT_EQ(crashReports({"crash-reports"}), "No crash reports.\n");
     EXPECT_EQ(crashReports({"crash-reports", "--json"}), "[]\n");
 }
 
-TEST_F(DebugCrashTest, UnknownWayIsUsageError) {
+TEST_F(EndToEndTest, UnknownWayIsUsageError) {
     EXPECT_EQ(runTarnwell({"--debug-crash=gently"}).exitStatus, 2);
     EXPECT_EQ(runTarnwell({"crash-reports", "--xml"}).exitStatus, 2);
+}
+
+// One installation and one run: both kits of a process must name the same ones, as the
+// real program in the terminal writes them.
+TEST_F(EndToEndTest, BothKitsOfARunNameTheSameOne) {
+    const fs::path telemetry = fs::path(data_.path()) / "telemetry.data/app.tarnwell.Tarnwell";
+    const fs::path eventsMetadata = telemetry / "analytics/v2/crash_metadata";
+    fs::create_directories(data_.path() + "/runtime");
+    const pid_t pid = fork();
+    if (pid == 0) {
+        for (const char *folder : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME"}) {
+            setenv(folder, data_.path().c_str(), 1);
+        }
+        setenv("XDG_RUNTIME_DIR", (data_.path() + "/runtime").c_str(), 1);
+        setenv("TARNWELL_MEMORY_ROOT", TARNWELL_TEST_DATA_DIR "/memory/debian12-6.18-noswap", 1);
+        setenv("TARNWELL_EVENTS_URL", "http://127.0.0.1:9/events", 1);
+        setenv("TARNWELL_EVENTS_KEY", "shared-account-key", 1);
+        unsetenv("DISPLAY");
+        unsetenv("WAYLAND_DISPLAY");
+        freopen("/dev/null", "w", stdout);
+        freopen("/dev/null", "w", stderr);
+        execl(TARNWELL_EXECUTABLE, TARNWELL_EXECUTABLE, "--console", nullptr);
+        _exit(127);
+    }
+    ASSERT_GT(pid, 0);
+    // The events kit writes its metadata when it starts; poll for it with a deadline.
+    const int pidfd = int(syscall(SYS_pidfd_open, pid, 0));
+    pollfd ended{pidfd, POLLIN, 0};
+    for (int waited = 0; waited < 300 && !fs::exists(eventsMetadata); ++waited) {
+        if (poll(&ended, 1, 100) == 1) {
+            break;
+        }
+    }
+    kill(pid, SIGINT);
+    int status = 0;
+    waitpid(pid, &status, 0);
+    close(pidfd);
+    ASSERT_TRUE(WIFEXITED(status)) << "status " << status;
+
+    const auto eventsRecords = parsedRecords(eventsMetadata.string());
+    ASSERT_EQ(eventsRecords.size(), 1u);
+    const RecordValue *events = &eventsRecords[0];
+    const std::vector<RecordValue> crash = parsedRecords(
+        (telemetry / ("reports/active-" + std::to_string(pid)) / "metadata.crsrecord").string());
+    ASSERT_EQ(crash.size(), 4u);
+    const RecordValue *identity = crash[0].find("identity");
+    const RecordValue *executable = crash[3].find("executable");
+    ASSERT_TRUE(identity != nullptr && executable != nullptr);
+    EXPECT_TRUE(std::regex_match(identity->stringAt("install_id"),
+                                 std::regex("[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}")));
+    EXPECT_EQ(events->stringAt("install_id"), identity->stringAt("install_id"));
+    EXPECT_EQ(events->stringAt("session_id"), identity->stringAt("session_id"));
+    EXPECT_EQ(identity->stringAt("api_key"), "shared-account-key");
+    EXPECT_EQ(events->stringAt("api_key"), "shared-account-key");
+    EXPECT_EQ(events->stringAt("instance_id"), executable->stringAt("uuid"));
+    EXPECT_NE(executable->stringAt("uuid"), std::string(32, '0'));
 }
 
 }  // namespace
