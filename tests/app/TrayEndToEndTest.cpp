@@ -2,9 +2,11 @@
 // under its own dbus-run-session): this test is the panel's
 // StatusNotifierWatcher and the desktop's notification service. It reads the
 // item's label and menu, clicks the clean command through dbusmenu and sees
-// the notification arrive. The program reads a small captured /proc whose
-// free memory the test raises before the click, so the cleaning frees a
-// known amount without touching more than a few MiB of real memory.
+// the notification arrive; a second start hands over to the first, and the
+// terminal mode (no status item) may run beside it. The program reads a
+// small captured /proc whose free memory the test raises before the click,
+// so the cleaning frees a known amount without touching more than a few MiB
+// of real memory.
 #include <filesystem>
 
 #include <QRegularExpression>
@@ -112,9 +114,6 @@ protected:
     test::TestNotificationServer notifications;
 };
 
-// One run of the tray: the item reaches the panel, a click on the menu
-// cleans and notifies, a second start hands over to it, and the terminal
-// mode (no status item) may run beside it.
 TEST_F(TrayEndToEnd, CleansFromTheMenuAndStaysTheOnlyItem) {
     QSignalSpy registered(&watcher, &test::TestStatusNotifierWatcher::itemRegistered);
     run.start();

@@ -44,8 +44,6 @@ protected:
     void SetUp() override { registerDBusTypes(); }
     void TearDown() override { QDBusConnection::disconnectFromBus(QStringLiteral("host")); }
 
-    // Starts a watcher and the item, with the picture given, and waits for
-    // the item's registration.
     void startItem(const QImage &image = {}, bool isTemplate = false) {
         watcher.emplace(QStringLiteral("watcher"));
         view = std::make_unique<StatusNotifierItemView>(QDBusConnection::sessionBus(), appearance);
