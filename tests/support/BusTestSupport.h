@@ -80,13 +80,6 @@ public:
         return result;
     }
 
-    void waitForCount(int count) {
-        QSignalSpy recorded(this, &BusSignalRecorder::recorded);
-        while (received.size() < count) {
-            ASSERT_TRUE(recorded.wait(10000)) << "no signal after " << received.size();
-        }
-    }
-
     void waitFor(const QString &name) {
         QSignalSpy recorded(this, &BusSignalRecorder::recorded);
         while (!names().contains(name)) {
