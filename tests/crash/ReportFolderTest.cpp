@@ -1,10 +1,15 @@
+// The reports folder: where it is, which reports it keeps, and how one report reads.
+#include "crash/CrashReportReader.h"
 #include "crash/ReportStore.h"
+#include "crash/TelemetryDirectory.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -101,6 +106,97 @@ TEST_F(ReportStoreTest, UnwritableRootFailsCleanly) {
     std::ofstream(root() / "file") << "x";
     ReportStore store(root() / "file" / "reports");
     EXPECT_FALSE(store.prepare());
+}
+
+TEST(CrashReportReaderTest, TiesFramesToImagesAndListsDamagedLines) {
+    TemporaryDirectory report;
+    std::ofstream(report.path() + "/binary_images.crsrecord")
+        << R"({"load":{"path":"/usr/bin/a","uuid":"aa","base":4096,"size":100}}
+{"unload":{"path":"/usr/bin/a","uuid":"aa","base":4096,"size":0}}
+{"load":{"path":"/usr/lib/b.so","uuid":"bb","base":4096,"size":100}}
+{"load":{"path":"/usr/lib/c.so","uu
+)";
+    std::ofstream(report.path() + "/signal.crsrecord")
+        << R"({"signal":{"number":6,"code":-6,"address":0,"name":"SIGABRT","code_name":"ABORT","errno":0,"time":1700000000}}
+{"thread":{"tid":5,"crashed":true,"frames":[{"pc":4106,"image_base":4096,"offset":10,"trust":"context"},{"pc":9,"trust":"scan"}]}}
+{"thread":{"tid":5,"crashed":true,"frames":[{"pc":4)";
+
+    const CrashReport read = readCrashReport(report.path());
+    EXPECT_EQ(read.kind, "signal");
+    EXPECT_EQ(read.title, "SIGABRT");
+    EXPECT_EQ(read.reason, "ABORT");
+    EXPECT_EQ(read.time, 1700000000u);
+    EXPECT_EQ(read.signalCode, -6);
+    EXPECT_EQ(read.faultAddress, 0u);
+    ASSERT_EQ(read.frames.size(), 2u);
+    // The latest load at that base wins: the first image was unloaded before.
+    EXPECT_EQ(read.frames[0].imagePath, "/usr/lib/b.so");
+    EXPECT_EQ(read.frames[0].imageUuid, "bb");
+    EXPECT_EQ(read.frames[0].offset, 10u);
+    EXPECT_EQ(read.frames[1].imagePath, "");
+    EXPECT_EQ(read.frames[1].trust, "scan");
+
+    ASSERT_EQ(read.damaged.size(), 2u);
+    EXPECT_EQ(read.damaged[0].file, "binary_images.crsrecord");
+    EXPECT_EQ(read.damaged[0].lineNumber, 4u);
+    EXPECT_EQ(read.damaged[1].file, "signal.crsrecord");
+    EXPECT_EQ(read.damaged[1].lineNumber, 3u);
+    EXPECT_FALSE(read.metadata.has_value());
+}
+
+TEST(CrashReportReaderTest, ExceptionReportAndMissingFolder) {
+    TemporaryDirectory report;
+    std::ofstream(report.path() + "/exception.crsrecord")
+        << R"({"exception":{"kind":2,"type":"std::runtime_error","reason":"x","time":5}})" << '\n';
+    std::ofstream(report.path() + "/metadata.crsrecord") << R"({"identity":{"session_id":"s"}}
+{"host":{"platform":"linux"}}
+)";
+    const CrashReport read = readCrashReport(report.path());
+    EXPECT_EQ(read.kind, "exception");
+    EXPECT_EQ(read.title, "std::runtime_error");
+    EXPECT_EQ(read.reason, "x");
+    ASSERT_TRUE(read.metadata.has_value());
+    EXPECT_EQ(read.metadata->find("host")->stringAt("platform"), "linux");
+    EXPECT_TRUE(read.damaged.empty());
+
+    const CrashReport missing = readCrashReport(report.path() + "/missing");
+    EXPECT_EQ(missing.kind, "");
+    EXPECT_TRUE(missing.frames.empty() && missing.damaged.empty());
+}
+
+void assign(const char *name, const std::optional<std::string> &value) {
+    if (value) {
+        setenv(name, value->c_str(), 1);
+    } else {
+        unsetenv(name);
+    }
+}
+
+std::optional<std::string> valueOf(const char *name) {
+    const char *value = std::getenv(name);
+    return value == nullptr ? std::nullopt : std::optional<std::string>(value);
+}
+
+TEST(TelemetryDirectoryTest, BuildsFolderFromDataHomeOrHome) {
+    const std::optional<std::string> dataHome = valueOf("XDG_DATA_HOME"), home = valueOf("HOME");
+    const struct {
+        std::optional<std::string> dataHome, home;
+        const char *bundleIdentifier, *expected;
+    } cases[] = {
+        {"/d", "/h", "app.tarnwell.Tarnwell", "/d/telemetry.data/app.tarnwell.Tarnwell"},
+        {{}, "/h", "app.tarnwell.Tarnwell", "/h/.local/share/telemetry.data/app.tarnwell.Tarnwell"},
+        {"", "/h", "x", "/h/.local/share/telemetry.data/x"},         // empty: ignored
+        {"rel/dir", "/h", "x", "/h/.local/share/telemetry.data/x"},  // relative: ignored
+        {"/d", {}, "/a/b//c", "/d/telemetry.data/_a_b__c"},
+        {{}, {}, "x", ""},
+        {{}, "", "x", ""}};
+    for (const auto &c : cases) {
+        assign("XDG_DATA_HOME", c.dataHome);
+        assign("HOME", c.home);
+        EXPECT_EQ(telemetryDirectory(c.bundleIdentifier), c.expected) << "row " << (&c - cases);
+    }
+    assign("XDG_DATA_HOME", dataHome);
+    assign("HOME", home);
 }
 
 }  // namespace
