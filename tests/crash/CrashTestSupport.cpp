@@ -19,7 +19,8 @@
 
 namespace tarnwell::crash::testing {
 
-ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds) {
+ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds,
+                    const std::function<bool()> &interruptWhen) {
     const pid_t pid = fork();
     if (pid == 0) {
         for (int number : kCapturedSignals) {
@@ -34,9 +35,17 @@ ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds) {
     if (pid < 0) {
         return end;
     }
-    // A pidfd becomes readable when the child ends, so the deadline is one poll.
+    // A pidfd becomes readable when the child ends; polled in tenths of a second so that
+    // `interruptWhen` is asked as the child runs.
     pollfd watch{int(syscall(SYS_pidfd_open, pid, 0)), POLLIN, 0};
-    end.finished = watch.fd >= 0 && poll(&watch, 1, deadlineSeconds * 1000) == 1;
+    bool interrupted = false;
+    for (int tenths = 0; watch.fd >= 0 && !end.finished && tenths < deadlineSeconds * 10;
+         ++tenths) {
+        end.finished = poll(&watch, 1, 100) == 1;
+        if (!end.finished && !interrupted && interruptWhen && interruptWhen()) {
+            interrupted = kill(pid, SIGINT) == 0;
+        }
+    }
     if (!end.finished) {
         kill(pid, SIGKILL);
     }

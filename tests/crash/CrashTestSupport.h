@@ -16,9 +16,11 @@ struct ChildEnd {
 };
 
 // Runs `body` in a forked child whose seven crash signals start at the default action
-// (the sanitizers' own handlers removed), then waits up to `deadlineSeconds` for it.
-// A body that returns exits with status 0; an exception leaving it is uncaught.
-ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds = 30);
+// (the sanitizers' own handlers removed), then waits up to `deadlineSeconds` for it,
+// sending it SIGINT once `interruptWhen` says so. A body that returns exits with status 0;
+// an exception leaving it is uncaught.
+ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds = 30,
+                    const std::function<bool()> &interruptWhen = {});
 
 // runInChild, with crash reporting started in the child before `body` and its reports under
 // `reports` (no image watcher, no foreign-handler check; exit status 99 if it cannot

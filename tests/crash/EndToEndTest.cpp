@@ -2,15 +2,13 @@
 // `tarnwell crash-reports`, as support would on a user's machine; and runs it in the
 // terminal to see what both kits write.
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <signal.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <regex>
 #include <string>
 #include <vector>
@@ -27,12 +25,23 @@ using namespace testing;
 
 class EndToEndTest : public ::testing::Test {
 protected:
-    ChildEnd runTarnwell(std::vector<std::string> arguments, const std::string &output = {}) {
-        return runInChild([&] {
-            setenv("XDG_DATA_HOME", data_.path().c_str(), 1);
-            if (!output.empty()) {
-                freopen(output.c_str(), "w", stdout);
+    // Everything the program finds about it in the environment is the test's: its
+    // folders, a captured machine, an events server that is not there, no display.
+    ChildEnd runTarnwell(std::vector<std::string> arguments, const std::string &output = {},
+                         const std::function<bool()> &interruptWhen = {}) {
+        const auto run = [&] {
+            for (const char *folder : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME"}) {
+                setenv(folder, data_.path().c_str(), 1);
             }
+            fs::create_directories(data_.path() + "/runtime");
+            setenv("XDG_RUNTIME_DIR", (data_.path() + "/runtime").c_str(), 1);
+            setenv("TARNWELL_MEMORY_ROOT", TARNWELL_TEST_DATA_DIR "/memory/debian12-6.18-noswap",
+                   1);
+            setenv("TARNWELL_EVENTS_URL", "http://127.0.0.1:9/events", 1);
+            setenv("TARNWELL_EVENTS_KEY", "shared-account-key", 1);
+            unsetenv("DISPLAY");
+            unsetenv("WAYLAND_DISPLAY");
+            freopen(output.empty() ? "/dev/null" : output.c_str(), "w", stdout);
             freopen("/dev/null", "w", stderr);
             std::vector<char *> argv{const_cast<char *>(TARNWELL_EXECUTABLE)};
             for (std::string &argument : arguments) {
@@ -41,7 +50,8 @@ protected:
             argv.push_back(nullptr);
             execv(TARNWELL_EXECUTABLE, argv.data());
             _exit(127);
-        });
+        };
+        return runInChild(run, 30, interruptWhen);
     }
 
     std::string crashReports(const std::vector<std::string> &arguments) {
@@ -155,43 +165,15 @@ TEST_F(EndToEndTest, UnknownWayIsUsageError) {
 TEST_F(EndToEndTest, BothKitsOfARunNameTheSameOne) {
     const fs::path telemetry = fs::path(data_.path()) / "telemetry.data/app.tarnwell.Tarnwell";
     const fs::path eventsMetadata = telemetry / "analytics/v2/crash_metadata";
-    fs::create_directories(data_.path() + "/runtime");
-    const pid_t pid = fork();
-    if (pid == 0) {
-        for (const char *folder : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME"}) {
-            setenv(folder, data_.path().c_str(), 1);
-        }
-        setenv("XDG_RUNTIME_DIR", (data_.path() + "/runtime").c_str(), 1);
-        setenv("TARNWELL_MEMORY_ROOT", TARNWELL_TEST_DATA_DIR "/memory/debian12-6.18-noswap", 1);
-        setenv("TARNWELL_EVENTS_URL", "http://127.0.0.1:9/events", 1);
-        setenv("TARNWELL_EVENTS_KEY", "shared-account-key", 1);
-        unsetenv("DISPLAY");
-        unsetenv("WAYLAND_DISPLAY");
-        freopen("/dev/null", "w", stdout);
-        freopen("/dev/null", "w", stderr);
-        execl(TARNWELL_EXECUTABLE, TARNWELL_EXECUTABLE, "--console", nullptr);
-        _exit(127);
-    }
-    ASSERT_GT(pid, 0);
-    // The events kit writes its metadata when it starts; poll for it with a deadline.
-    const int pidfd = int(syscall(SYS_pidfd_open, pid, 0));
-    pollfd ended{pidfd, POLLIN, 0};
-    for (int waited = 0; waited < 300 && !fs::exists(eventsMetadata); ++waited) {
-        if (poll(&ended, 1, 100) == 1) {
-            break;
-        }
-    }
-    kill(pid, SIGINT);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    close(pidfd);
-    ASSERT_TRUE(WIFEXITED(status)) << "status " << status;
+    // The events kit writes its metadata when it starts; then the run is ended as Ctrl-C would.
+    const ChildEnd end = runTarnwell({"--console"}, {}, [&] { return fs::exists(eventsMetadata); });
+    ASSERT_TRUE(end.finished);
+    ASSERT_EQ(end.exitStatus, 0) << "signal " << end.signal;
 
     const auto eventsRecords = parsedRecords(eventsMetadata.string());
     ASSERT_EQ(eventsRecords.size(), 1u);
     const RecordValue *events = &eventsRecords[0];
-    const std::vector<RecordValue> crash = parsedRecords(
-        (telemetry / ("reports/active-" + std::to_string(pid)) / "metadata.crsrecord").string());
+    const auto crash = activeRecords((telemetry / "reports").string(), "metadata.crsrecord");
     ASSERT_EQ(crash.size(), 4u);
     const RecordValue *identity = crash[0].find("identity");
     const RecordValue *executable = crash[3].find("executable");
