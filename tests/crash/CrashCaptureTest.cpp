@@ -6,18 +6,30 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <barrier>
+#include <climits>
+#include <cstdlib>
 #include <exception>
+#include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include <QCoreApplication>
+
 #include "CrashTestSupport.h"
+#include "analytics/EVTSerialQueue.h"
 #include "crash/CrashReporter.h"
 #include "crash/DeliberateCrash.h"
+#include "memory/FakeMemorySource.h"
+#include "memory/QRMMemoryInfo.h"
+#include "threads/StartThread.h"
+#include "threads/ThreadSignalStack.h"
 
 #include "CaseName.h"
 
@@ -45,6 +57,53 @@ std::string masked(std::string line, const std::string &expected) {
         }
     }
     return line;
+}
+
+// Runs out of stack long before depth could reach its limit.
+[[gnu::noinline]] int recurseDeeply(int depth) {
+    volatile char frame[256];
+    frame[0] = char(depth);
+    if (depth == INT_MAX) {
+        return 0;
+    }
+    return recurseDeeply(depth + 1) + frame[0];
+}
+
+void overflowThisThread() {
+    errno = EMFILE;
+    recurseDeeply(0);
+}
+
+// An allocator whose cleaning overflows the cleaning thread's stack.
+class OverflowingAllocator : public MemoryBlockAllocator {
+public:
+    void *allocate(size_t bytes) override { return std::malloc(bytes); }
+    void makeResident(void *, size_t, const std::function<bool()> &) override {
+        overflowThisThread();
+    }
+    void release(void *block, size_t) override { std::free(block); }
+};
+
+void overflowCleaningThread() {
+    auto state = std::make_shared<test::FakeMemorySource::State>();
+    state->vmStatistics = test::smallMachine();
+    state->hardwarePhysicalMemory = uint64_t{4} << 30;
+    QRMMemoryInfo engine(std::make_unique<test::FakeMemorySource>(state),
+                         std::make_unique<OverflowingAllocator>());
+    engine.refresh();
+    for (bool started = engine.cleanMemoryNow().started(); started;) {
+        pause();  // until the cleaning thread's crash ends the process
+    }
+}
+
+void overflowEventsWorker() {
+    int argc = 1;
+    char name[] = "tarnwell_test";
+    char *argv[] = {name, nullptr};
+    const QCoreApplication application(argc, argv);
+    EVTSerialQueue queue;
+    queue.post(overflowThisThread);
+    queue.waitUntilIdle();
 }
 
 struct CrashCase {
@@ -82,8 +141,11 @@ TEST_P(SignalCaptureTest, RecordsSignalAndThreadThenDiesOfIt) {
 }
 
 // A fault comes back by itself when the handler returns; a sent signal, a trap and a bad
-// system call must be sent again, each by its own path. Codes: SEGV_MAPERR 1, ILL_ILLOPN
-// 2, FPE_INTDIV 1, BUS_ADRERR 2, SI_TKILL -6; a sent signal's "address" is the sender.
+// system call must be sent again, each by its own path. Every kind of thread the program
+// starts records the overflow of its own stack, which only a signal stack of its own
+// makes possible: the controller's tasks and the image watcher start theirs through
+// startThread, the engine its cleaning thread, the events kit its worker. Codes: SEGV_MAPERR 1,
+// ILL_ILLOPN 2, FPE_INTDIV 1, BUS_ADRERR 2, SI_TKILL -6; a sent signal's "address" is the sender.
 INSTANTIATE_TEST_SUITE_P(
     Faults, SignalCaptureTest,
     ::testing::Values(CrashCase{"NullStore", nullStore, SIGSEGV,
@@ -101,7 +163,14 @@ INSTANTIATE_TEST_SUITE_P(
                       CrashCase{"RaiseSys", [] { raise(SIGSYS); }, SIGSYS,
                                 R"(31,"code":-6,"address":N,"name":"SIGSYS","code_name":null)"},
                       CrashCase{"RaiseTrap", [] { raise(SIGTRAP); }, SIGTRAP,
-                                R"(5,"code":-6,"address":N,"name":"SIGTRAP","code_name":null)"}),
+                                R"(5,"code":-6,"address":N,"name":"SIGTRAP","code_name":null)"},
+                      CrashCase{"StartedThreadOverflow",
+                                [] { threads::startThread(overflowThisThread).join(); }, SIGSEGV,
+                                R"(11,"code":2,"address":N,"name":"SIGSEGV","code_name":null)"},
+                      CrashCase{"CleaningThreadOverflow", overflowCleaningThread, SIGSEGV,
+                                R"(11,"code":2,"address":N,"name":"SIGSEGV","code_name":null)"},
+                      CrashCase{"EventsWorkerOverflow", overflowEventsWorker, SIGSEGV,
+                                R"(11,"code":2,"address":N,"name":"SIGSEGV","code_name":null)"}),
     tarnwell::test::caseName);
 
 void killSelf(int) {
@@ -258,6 +327,21 @@ INSTANTIATE_TEST_SUITE_P(
                                     "std::out_of_range", "p"},
                       ExceptionCase{"DeliberateThrowInt", [] { crashAs("throw-int"); }, "int", ""}),
     tarnwell::test::caseName);
+
+// A crash is likeliest when free memory is nearly gone; a stack that still had to be
+// faulted in then might not be there for the handler.
+TEST(ThreadSignalStack, IsResidentBeforeUse) {
+    const size_t size = threads::ThreadSignalStack::kMinimumSize;
+    const size_t pageSize = size_t(sysconf(_SC_PAGESIZE));
+    void *stack = threads::ThreadSignalStack::mapGuarded(size);
+    ASSERT_NE(stack, nullptr);
+    std::vector<unsigned char> pages(size / pageSize);
+    ASSERT_EQ(mincore(stack, size, pages.data()), 0);
+    for (size_t i = 0; i < pages.size(); ++i) {
+        EXPECT_EQ(pages[i] & 1, 1) << "page " << i;
+    }
+    munmap(static_cast<char *>(stack) - pageSize, size + pageSize);
+}
 
 }  // namespace
 }  // namespace tarnwell::crash
