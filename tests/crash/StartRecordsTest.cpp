@@ -99,12 +99,7 @@ ElfFacts readelf(const std::string &path) {
 
 class BinaryImageLogTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        table_ = std::make_unique<ImageTable>();
-        logPath_ = directory_.path() + "/binary_images.crsrecord";
-        log_ = std::make_unique<BinaryImageLog>(*table_, logPath_);
-        log_->start();
-    }
+    BinaryImageLogTest() { log_.start(); }
 
     std::vector<RecordValue> linesFor(const char *kind) {
         std::vector<RecordValue> lines;
@@ -118,9 +113,9 @@ protected:
     }
 
     TemporaryDirectory directory_;
-    std::string logPath_;
-    std::unique_ptr<ImageTable> table_;
-    std::unique_ptr<BinaryImageLog> log_;
+    const std::string logPath_ = directory_.path() + "/binary_images.crsrecord";
+    std::unique_ptr<ImageTable> table_ = std::make_unique<ImageTable>();
+    BinaryImageLog log_{*table_, logPath_};
 };
 
 TEST_F(BinaryImageLogTest, StartLogsExecutableThenEveryImage) {
@@ -143,13 +138,13 @@ TEST_F(BinaryImageLogTest, StartLogsExecutableThenEveryImage) {
 
 TEST_F(BinaryImageLogTest, DlopenAndDlcloseAreNoticed) {
     const auto unchanged = parsedRecords(logPath_).size();
-    log_->refresh();
+    log_.refresh();
     EXPECT_EQ(parsedRecords(logPath_).size(), unchanged) << "a refresh with nothing new";
 
     void *library = dlopen(TARNWELL_TEST_LIBRARY, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(library, nullptr) << dlerror();
     const auto function = uint64_t(uintptr_t(dlsym(library, "tarnwellTestLibraryAnswer")));
-    log_->refresh();
+    log_.refresh();
     const auto loads = linesFor("load");
     ASSERT_EQ(loads.size(), 1u);
     const ElfFacts elf = readelf(TARNWELL_TEST_LIBRARY);
@@ -164,7 +159,7 @@ TEST_F(BinaryImageLogTest, DlopenAndDlcloseAreNoticed) {
     EXPECT_EQ(byUuid.node.base, found.base);
 
     ASSERT_EQ(dlclose(library), 0);
-    log_->refresh();
+    log_.refresh();
     const auto unloads = linesFor("unload");
     ASSERT_EQ(unloads.size(), 1u);
     EXPECT_EQ(unloads[0].unsignedAt("base"), found.base);
@@ -174,7 +169,7 @@ TEST_F(BinaryImageLogTest, DlopenAndDlcloseAreNoticed) {
     // Loading it again claims a fresh slot and logs a second load.
     library = dlopen(TARNWELL_TEST_LIBRARY, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(library, nullptr);
-    log_->refresh();
+    log_.refresh();
     EXPECT_EQ(linesFor("load").size(), 2u);
     dlclose(library);
 }
@@ -190,26 +185,26 @@ TEST(ExecutableDetailsTest, NothingToWriteToOrFindIsRefused) {
 
 class ReportMetadataTest : public ::testing::Test {
 protected:
-    ReportMetadataTest() {
-        values_.sessionId = "session";
-        values_.installId = "install";
-        values_.betaToken = "beta";
-        values_.bundleIdentifier = "app/tarnwell/Tarnwell";
-        values_.buildVersion = "7";
-        values_.displayVersion = "1.2.3";
-        values_.startedAt = 1700000000;
-        host_.machine = "x86_64";
-        host_.osBuildVersion = "#1 SMP";
-        host_.osDisplayVersion = "6.1.0";
-        host_.locale = "en_GB";
-    }
     std::vector<std::string> write() {
         recordMetadata(directory_.path(), values_, host_, BinaryImageLog::mainExecutableDetails());
         return readLines(directory_.path() + "/metadata.crsrecord");
     }
     TemporaryDirectory directory_;
-    MetadataValues values_;
-    HostValues host_;
+    MetadataValues values_{.apiKey = {},
+                           .sessionId = "session",
+                           .installId = "install",
+                           .betaToken = "beta",
+                           .bundleIdentifier = "app/tarnwell/Tarnwell",
+                           .customBundleIdentifier = {},
+                           .buildVersion = "7",
+                           .displayVersion = "1.2.3",
+                           .startedAt = 1700000000};
+    HostValues host_{.model = {},
+                     .machine = "x86_64",
+                     .cpu = {},
+                     .osBuildVersion = "#1 SMP",
+                     .osDisplayVersion = "6.1.0",
+                     .locale = "en_GB"};
 };
 
 // Absent values are null, or "(failed)" where the host could not say; none is left out.
