@@ -28,20 +28,16 @@ ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds = 30,
 ChildEnd runCapturedInChild(const std::string &reports, const std::function<void()> &body,
                             const std::function<void()> &beforeCapture = {});
 
-// The path of `file` in the one active report under `reports`: the child's, whose pid the
-// test does not know.
+// The path of `file` in the one active report under `reports` (the child's, whose pid the
+// test does not know), and the records in it.
 std::string activeFile(const std::string &reports, const char *file);
-
-// The records of activeFile(reports, file).
 std::vector<RecordValue> activeRecords(const std::string &reports, const char *file);
 
 // Every line of a record file, parsed; a line that does not parse fails the test.
 std::vector<RecordValue> parsedRecords(const std::string &path);
 
-// The lines of a text file; empty when it cannot be read.
+// The lines of a text file, or the whole of it; empty when it cannot be read.
 std::vector<std::string> readLines(const std::string &path);
-
-// The whole of a text file; empty when it cannot be read.
 std::string readText(const std::string &path);
 
 // What `body` writes to the crash log.
