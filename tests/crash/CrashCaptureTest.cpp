@@ -142,8 +142,9 @@ TEST_P(SignalCaptureTest, RecordsSignalAndThreadThenDiesOfIt) {
 // system call must be sent again, each by its own path. Every kind of thread the program
 // starts records the overflow of its own stack, which only a signal stack of its own
 // makes possible: the controller's tasks and the image watcher start theirs through
-// startThread, the engine its cleaning thread, the events kit its worker. Codes: SEGV_MAPERR 1,
-// ILL_ILLOPN 2, FPE_INTDIV 1, BUS_ADRERR 2, SI_TKILL -6; a sent signal's "address" is the sender.
+// startThread, the engine its cleaning thread, the events kit its worker. Codes:
+// SEGV_MAPERR 1, SEGV_ACCERR 2, ILL_ILLOPN 2, FPE_INTDIV 1, BUS_ADRERR 2, SI_TKILL -6;
+// a sent signal's "address" is the sender.
 INSTANTIATE_TEST_SUITE_P(
     Faults, SignalCaptureTest,
     ::testing::Values(CrashCase{"NullStore", nullStore, SIGSEGV,

@@ -121,11 +121,7 @@ std::string crashLogOutput(const std::function<void()> &body) {
     setCrashLogDescriptor(fileno(log));
     body();
     setCrashLogDescriptor(-1);
-    rewind(log);
-    std::string text;
-    for (int c; (c = fgetc(log)) != EOF;) {
-        text += char(c);
-    }
+    const std::string text = readText("/proc/self/fd/" + std::to_string(fileno(log)));
     fclose(log);
     return text;
 }
