@@ -30,7 +30,8 @@ protected:
 
 // An ended run's report with a crash record, even an empty one (opened by the handler
 // on a full disk), becomes pending; one without is dropped. A running process's report
-// (its lock held) and one still being made are left alone.
+// (its lock held) and one still being made are left alone. A root that cannot be made
+// fails.
 TEST_F(ReportStoreTest, EndedRunWithCrashRecordBecomesPending) {
     ReportStore running(root());
     ASSERT_TRUE(running.prepare());
@@ -63,6 +64,8 @@ TEST_F(ReportStoreTest, EndedRunWithCrashRecordBecomesPending) {
     EXPECT_TRUE(fs::exists(root() / "starting-abc123"));
     EXPECT_TRUE(store.activeDirectory().filename().string().starts_with("active-"));
     EXPECT_TRUE(fs::is_directory(store.activeDirectory()));
+    std::ofstream(root() / "file") << "x";
+    EXPECT_FALSE(ReportStore(root() / "file" / "reports").prepare()) << "a root under a file";
 }
 
 // Reports are ranked by the time their records carry, not by folder name; a time
@@ -100,12 +103,6 @@ TEST_F(ReportStoreTest, KeepsTheTenNewestRealReports) {
     for (const char *left : {"99999999T999999Z-999", "zz-not-a-report", "empty", "zz-file"}) {
         EXPECT_TRUE(fs::exists(pending / left)) << left;
     }
-}
-
-TEST_F(ReportStoreTest, UnwritableRootFailsCleanly) {
-    std::ofstream(root() / "file") << "x";
-    ReportStore store(root() / "file" / "reports");
-    EXPECT_FALSE(store.prepare());
 }
 
 TEST(CrashReportReaderTest, TiesFramesToImagesAndListsDamagedLines) {
