@@ -134,6 +134,9 @@ TEST_F(BinaryImageLogTest, StartLogsExecutableThenEveryImage) {
     EXPECT_EQ(load->stringAt("uuid"), self.buildId.substr(0, 32));
     EXPECT_EQ(load->unsignedAt("size"), self.codeSize);
     EXPECT_EQ(executable->unsignedAt("size"), self.codeSize);
+    RecordWriter closed;  // nothing to write the details to
+    EXPECT_FALSE(recordExecutableDetails(nullptr, BinaryImageLog::mainExecutableDetails()));
+    EXPECT_FALSE(recordExecutableDetails(&closed, BinaryImageLog::mainExecutableDetails()));
 }
 
 TEST_F(BinaryImageLogTest, DlopenAndDlcloseAreNoticed) {
@@ -165,6 +168,7 @@ TEST_F(BinaryImageLogTest, DlopenAndDlcloseAreNoticed) {
     EXPECT_EQ(unloads[0].unsignedAt("base"), found.base);
     EXPECT_FALSE(findImageForAddress(*table_, function, &found));
     EXPECT_FALSE(BinaryImageLog::findImageForUUID(loads[0].stringAt("uuid").c_str(), &byUuid));
+    EXPECT_FALSE(BinaryImageLog::findImageForUUID(nullptr, &byUuid));
 
     // Loading it again claims a fresh slot and logs a second load.
     library = dlopen(TARNWELL_TEST_LIBRARY, RTLD_NOW | RTLD_LOCAL);
@@ -172,15 +176,6 @@ TEST_F(BinaryImageLogTest, DlopenAndDlcloseAreNoticed) {
     log_.refresh();
     EXPECT_EQ(linesFor("load").size(), 2u);
     dlclose(library);
-}
-
-TEST(ExecutableDetailsTest, NothingToWriteToOrFindIsRefused) {
-    EXPECT_FALSE(recordExecutableDetails(nullptr, BinaryImageLog::mainExecutableDetails()));
-    RecordWriter closed;
-    EXPECT_FALSE(recordExecutableDetails(&closed, BinaryImageLog::mainExecutableDetails()));
-    ImageDetails details;
-    EXPECT_FALSE(BinaryImageLog::findImageForUUID("00000000000000000000000000000000", &details));
-    EXPECT_FALSE(BinaryImageLog::findImageForUUID(nullptr, &details));
 }
 
 class ReportMetadataTest : public ::testing::Test {
