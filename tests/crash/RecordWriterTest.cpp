@@ -2,12 +2,11 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
-#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <utility>
@@ -145,9 +144,7 @@ TEST_F(RecordWriterTest, AppendStartsCountAtFileSizeAndTruncateReplaces) {
     writer.writeNull();
     writer.close();
     EXPECT_EQ(contents(), "null");
-    struct stat status;
-    ASSERT_EQ(stat(path().c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777, 0644u);
+    EXPECT_EQ(std::filesystem::status(path()).permissions(), std::filesystem::perms(0644));
 }
 
 TEST_F(RecordWriterTest, BufferedWriterHoldsTextUntilFullOrClosed) {
