@@ -209,8 +209,11 @@ TEST_P(CaptureOutcomeTest, EndsAsExpectedWithOneRecordAtMost) {
     ASSERT_TRUE(end.finished) << "child hung";
     EXPECT_EQ(end.signal, c.endSignal);
     EXPECT_EQ(end.exitStatus, c.endSignal == 0 ? c.exitStatus : -1);
-    EXPECT_EQ(activeRecords(reports.path(), "signal.crsrecord").size(), c.signalLines);
-    EXPECT_EQ(activeRecords(reports.path(), "exception.crsrecord").size(), c.exceptionLines);
+    const auto lines = [&](const char *file) {
+        return readLines(activeFile(reports.path(), file));
+    };
+    EXPECT_EQ(lines("signal.crsrecord").size(), c.signalLines);
+    EXPECT_EQ(lines("exception.crsrecord").size(), c.exceptionLines);
 }
 
 // Threads faulting together neither hang nor write twice: a later one waits for the
@@ -300,7 +303,7 @@ TEST_P(UncaughtExceptionTest, RecordedBeforeAbortReachesDefaultAction) {
     ASSERT_TRUE(thread && thread->find("thread")) << lines[1];
     EXPECT_FALSE(thread->find("thread")->find("frames")->items.empty());
     // The abort that follows is the exception's own end, not a second crash.
-    EXPECT_TRUE(activeRecords(reports.path(), "signal.crsrecord").empty());
+    EXPECT_TRUE(readLines(activeFile(reports.path(), "signal.crsrecord")).empty());
 }
 
 // One case for each way the type is found; the two deliberate crashes support can ask for

@@ -100,10 +100,6 @@ std::string activeFile(const std::string &reports, const char *file) {
     return {};
 }
 
-std::vector<RecordValue> activeRecords(const std::string &reports, const char *file) {
-    return parsedRecords(activeFile(reports, file));
-}
-
 std::vector<RecordValue> parsedRecords(const std::string &path) {
     std::vector<RecordValue> records;
     for (const std::string &line : readLines(path)) {

@@ -28,10 +28,9 @@ ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds = 30,
 ChildEnd runCapturedInChild(const std::string &reports, const std::function<void()> &body,
                             const std::function<void()> &beforeCapture = {});
 
-// The path of `file` in the one active report under `reports` (the child's, whose pid the
-// test does not know), and the records in it.
+// The path of `file` in the one active report under `reports`: the child's, whose pid the
+// test does not know.
 std::string activeFile(const std::string &reports, const char *file);
-std::vector<RecordValue> activeRecords(const std::string &reports, const char *file);
 
 // Every line of a record file, parsed; a line that does not parse fails the test.
 std::vector<RecordValue> parsedRecords(const std::string &path);
