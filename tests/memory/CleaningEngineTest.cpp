@@ -251,25 +251,25 @@ TEST_F(CleaningEngine, RemovingAnObserverWaitsForItsRunningCall) {
 // The block is sized to leave the reserve as things stood at the start;
 // when others take memory meanwhile, or the program quits, the cleaning
 // stops at its next part.
-TEST_F(CleaningEngine, StopsWhenAvailableMemoryFallsIntoTheReserve) {
+class CleaningStops : public CleaningEngine, public testing::WithParamInterface<bool> {};
+
+TEST_P(CleaningStops, WhenAvailableMemoryFallsIntoTheReserveOrTheProgramQuits) {
+    const bool quitting = GetParam();
+    allocator->untilStopped = quitting;
     ASSERT_TRUE(engine->cleanMemoryNow().started());
     allocator->entered.get_future().wait();
-    state->vmStatistics->availableBytes = 255 * MiB;  // the reserve is 256 MiB
+    if (!quitting) {
+        state->vmStatistics->availableBytes = 255 * MiB;  // the reserve is 256 MiB
+    }
     openGate.set_value();
     const auto keptGoing = allocator->keptGoing;
     engine.reset();
     EXPECT_FALSE(*keptGoing);
 }
 
-TEST_F(CleaningEngine, QuittingStopsTheCleaning) {
-    allocator->untilStopped = true;
-    openGate.set_value();
-    ASSERT_TRUE(engine->cleanMemoryNow().started());
-    allocator->entered.get_future().wait();
-    const auto keptGoing = allocator->keptGoing;
-    engine.reset();
-    EXPECT_FALSE(*keptGoing);
-}
+INSTANTIATE_TEST_SUITE_P(Causes, CleaningStops, testing::Values(false, true), [](const auto &info) {
+    return info.param ? "Quitting" : "LessAvailable";
+});
 
 TEST_F(CleaningEngine, RefusedRequestAllocatesNothing) {
     state->vmStatistics->freeCount = 0;

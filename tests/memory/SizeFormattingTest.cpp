@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <clocale>
-
 #include "memory/QRMInfo.h"
 #include "memory/QRMMemoryInfo.h"
 
@@ -67,29 +65,6 @@ INSTANTIATE_TEST_SUITE_P(
                     FormatSizeCase{"JustBelowAGigabyte", (1 << 30) - 1, "1024.00 MB"},
                     FormatSizeCase{"GigabytesAreTheLargestUnit", 3ull << 40, "3072.00 GB"}),
     tarnwell::test::caseName);
-
-TEST(SizeFormatting, KeepsThePointInACommaLocale) {
-    // The test machine may lack every comma locale; the check is only
-    // meaningful where one can be set.
-    const char *commaLocales[] = {"ru_RU.UTF-8", "uk_UA.UTF-8", "de_DE.UTF-8", "fr_FR.UTF-8"};
-    const char *previous = std::setlocale(LC_NUMERIC, nullptr);
-    const std::string saved = previous ? previous : "C";
-    bool switched = false;
-    for (const char *locale : commaLocales) {
-        if (std::setlocale(LC_NUMERIC, locale) != nullptr) {
-            switched = true;
-            break;
-        }
-    }
-    if (!switched) {
-        GTEST_SKIP() << "no locale with a decimal comma is installed";
-    }
-    const std::string adaptive = QRMMemoryInfo::adaptiveMemorySize(1342177280, true, false, false);
-    const auto binary = QRMInfo::formatSize(1536);
-    std::setlocale(LC_NUMERIC, saved.c_str());
-    EXPECT_EQ(adaptive, "1.25 GB");
-    EXPECT_EQ(binary, "1.50 KB");
-}
 
 }  // namespace
 }  // namespace tarnwell

@@ -2,11 +2,11 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include "CaseName.h"
+#include "app/ThrowAwayRun.h"
 #include "support/HostileEntries.h"
 
 namespace tarnwell::test {
@@ -18,23 +18,21 @@ struct Outcome {
     QString err;
 };
 
-// Runs the real executable against a settings folder of its own.
+// Runs the real executable's settings command, every run in the same
+// throw-away home.
 class SettingsCommandTest : public ::testing::Test {
 protected:
+    SettingsCommandTest() { home_.env.remove("TARNWELL_SITE_URL"); }
     Outcome run(const QStringList &arguments) {
-        QProcess process;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("XDG_CONFIG_HOME", config_.path());
-        environment.remove("TARNWELL_SITE_URL");
-        process.setProcessEnvironment(environment);
-        process.start(TARNWELL_BINARY_DIR "/src/tarnwell", QStringList{"settings"} + arguments);
-        EXPECT_TRUE(process.waitForFinished(30'000));
-        return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-                QString::fromUtf8(process.readAllStandardError())};
+        home_.start(QStringList{"settings"} + arguments);
+        EXPECT_TRUE(home_.process.waitForFinished(30'000));
+        return {home_.process.exitCode(), QString::fromUtf8(home_.process.readAllStandardOutput()),
+                QString::fromUtf8(home_.process.readAllStandardError())};
     }
-    QString settingsFile() const { return config_.filePath("Tarnwell/Tarnwell.conf"); }
+    QString settingsFile() const { return home_.settingsFile(); }
+    QString settingsFolder() const { return QFileInfo(settingsFile()).path(); }
 
-    QTemporaryDir config_;
+    testing::ThrowAwayRun home_;
 };
 
 struct Refusal {
@@ -88,14 +86,6 @@ TEST_F(SettingsCommandTest, ValueSetIsWhatTheNextRunReads) {
     EXPECT_EQ(run({"AppleLanguages"}).out, "ukr,en\n");
 }
 
-TEST_F(SettingsCommandTest, MonitoredListRoundTripsAsJson) {
-    const QString list =
-        R"([{"DidActivate":true,"DidLaunch":false,"ID":"org.gnome.TextEditor.desktop",)"
-        R"("name":"Текст"}])";
-    ASSERT_EQ(run({"applicationsAndUtilitiesToMonitoring", list}).exitCode, 0);
-    EXPECT_EQ(run({"applicationsAndUtilitiesToMonitoring"}).out, list + "\n");
-}
-
 TEST_F(SettingsCommandTest, ResetNamesAndRemovesWhatIsStored) {
     run({"refreshRate", "9"});
     const Outcome result = run({"--reset"});
@@ -105,7 +95,7 @@ TEST_F(SettingsCommandTest, ResetNamesAndRemovesWhatIsStored) {
 }
 
 TEST_F(SettingsCommandTest, UnwritableFileFailsWithOneMessage) {
-    ASSERT_TRUE(QDir(config_.path()).mkpath("Tarnwell/Tarnwell.conf"));
+    ASSERT_TRUE(QDir().mkpath(settingsFile()));
     const Outcome result = run({"refreshRate", "9"});
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.err.count("cannot write the settings file"), 1) << result.err.toStdString();
@@ -122,9 +112,9 @@ TEST_P(HostileSettingsFile, IsLeftAloneAndTheDefaultsApply) {
         GTEST_SKIP() << "device nodes need root";
     }
     QTemporaryDir outside;
-    QDir(config_.path()).mkpath("Tarnwell");
+    QDir().mkpath(settingsFolder());
     const std::string path =
-        placeHostile(GetParam(), config_.filePath("Tarnwell").toStdString(), "Tarnwell.conf",
+        placeHostile(GetParam(), settingsFolder().toStdString(), "Tarnwell.conf",
                      "[General]\nrefreshRate=7\n", outside.path().toStdString());
     const auto types = [&] { return std::pair(entryType(path), targetType(path)); };
     const auto before = types();

@@ -175,6 +175,7 @@ TEST_P(FeedFaultTest, UserIsToldWhyAndABackgroundCheckStaysSilentUntilTheNextInt
     ui_.calls.clear();
     server_.script(GetParam().reply);
     check(&QRMUpdater::checkForUpdatesInBackground);
+    EXPECT_EQ(server_.requests().size(), 2) << "the background check asked too";
     EXPECT_THAT(ui_.calls, IsEmpty());
     EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateInterval::kDaily));
 }
@@ -279,6 +280,7 @@ TEST_P(PackageFaultTest, NothingIsInstalledNothingIsLeftAndTheUserIsTold) {
     serve(feed("101", {}, fault.announcedLength, fault.signedBytes));
     server_.script(fault.reply);
     check(&QRMUpdater::checkForUpdatesInBackground);
+    EXPECT_EQ(server_.requests().size(), 4) << "the package was asked for again";
     EXPECT_THAT(ui_.calls, IsEmpty());
     EXPECT_THAT(filesInDownloads(), IsEmpty());
 }
@@ -372,8 +374,12 @@ TEST_F(UpdaterTest, ScheduleFollowsTheIntervalAndLastCheckAcrossRestarts) {
     updater_->setAutomaticallyChecksForUpdates(true);
     updater_->setUpdateCheckInterval(updateInterval::kWeekly);
     EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(0)) << "never checked";
-    serve(feed("100"));
-    check(&QRMUpdater::checkForUpdatesInBackground);
+    // Due, the check runs by itself when the updater starts.
+    serve(feed("101"));
+    updater_ = makeUpdater();
+    finishSession();
+    EXPECT_THAT(ui_.calls, ElementsAre("notify 101 ready=0"));
+    EXPECT_EQ(preferences_.value(Setting::LastUpdateCheckTime).toLongLong(), kNow);
 
     clock_ += 3600;
     updater_ = makeUpdater();
@@ -391,15 +397,6 @@ TEST_F(UpdaterTest, ScheduleFollowsTheIntervalAndLastCheckAcrossRestarts) {
             .setValue("SUScheduledCheckInterval", stored);
         EXPECT_EQ(makeUpdater()->updateCheckInterval(), used) << stored;
     }
-}
-
-TEST_F(UpdaterTest, ADueScheduledCheckRunsByItself) {
-    preferences_.setValue(Setting::AutomaticallyChecksForUpdates, true);
-    serve(feed("101"));
-    updater_ = makeUpdater();
-    finishSession();
-    EXPECT_THAT(ui_.calls, ElementsAre("notify 101 ready=0"));
-    EXPECT_EQ(preferences_.value(Setting::LastUpdateCheckTime).toLongLong(), kNow);
 }
 
 QPushButton *button(QWidget &window, const char *name) {

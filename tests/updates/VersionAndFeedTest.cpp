@@ -57,26 +57,21 @@ QStringList versionsOf(const QList<AppcastItem> &items) {
     return versions;
 }
 
-TEST(Appcast, NewestOfAShuffledFeedWinsByVersionNotByPosition) {
-    const auto parsed =
-        parseAppcast(rss(item("1.9") + item("1.10") + item("1.2") + item("1.10b3")), kFeedURL);
+TEST(Appcast, NewestItemForThisSystemWinsByVersionNotByPosition) {
+    const auto needs = [](const char *system) {
+        return "<sparkle:minimumSystemVersion>" + QByteArray(system) +
+               "</sparkle:minimumSystemVersion>";
+    };
+    const auto parsed = parseAppcast(rss(item("1.9") + item("1.10", needs("12")) + item("1.2") +
+                                         item("1.10b3") + item("5", needs("13"))),
+                                     kFeedURL);
     const auto &items = std::get<QList<AppcastItem>>(parsed);
-    ASSERT_EQ(items.size(), 4);
+    ASSERT_EQ(items.size(), 5);
     EXPECT_EQ(newestItem(items, "12")->version, "1.10");
-    // Addresses are relative to the feed's.
-    EXPECT_EQ(items[1].url, QUrl("https://updates.test/download/tarnwell-1.10.deb"));
-}
-
-TEST(Appcast, ItemsForANewerSystemAreLeftOut) {
-    const auto parsed = parseAppcast(
-        rss(item("5", "<sparkle:minimumSystemVersion>13</sparkle:minimumSystemVersion>") +
-            item("4", "<sparkle:minimumSystemVersion>12</sparkle:minimumSystemVersion>") +
-            item("3")),
-        kFeedURL);
-    const auto &items = std::get<QList<AppcastItem>>(parsed);
-    EXPECT_EQ(newestItem(items, "12")->version, "4");
     EXPECT_EQ(newestItem(items, "13")->version, "5");
     EXPECT_FALSE(newestItem({}, "12"));
+    // Addresses are relative to the feed's.
+    EXPECT_EQ(items[1].url, QUrl("https://updates.test/download/tarnwell-1.10.deb"));
 }
 
 TEST(Appcast, ReadsEveryFieldIncludingVersionsOnTheEnclosure) {

@@ -15,7 +15,7 @@ namespace {
 
 // With 8 GiB installed the bound is 4096 MB and the minimum 1; read unsigned,
 // a negative number is huge.
-TEST(CleaningTab, TypedThresholdIsClampedStoredAndShown) {
+TEST(CleaningTab, ThresholdsAreClampedWhenTypedOrStepped) {
     PreferencesRig rig;
     auto window = rig.open();
     CleaningTab &tab = *window->tabCleaning;
@@ -32,14 +32,17 @@ TEST(CleaningTab, TypedThresholdIsClampedStoredAndShown) {
                 {false, " 12MB", 12},
                 {false, "99999999999999999999999", 4096},
                 {false, "-99999999999999999999999", 4096}};
+    const auto type = [](QLineEdit *field, const char *text) {
+        field->selectAll();
+        QTest::keyClick(field, Qt::Key_Backspace);
+        QTest::keyClicks(field, QString::fromUtf8(text));
+        QTest::keyClick(field, Qt::Key_Return);
+    };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.typed);
         QLineEdit *field =
             row.free ? tab.autoCleanByFreeSizeTextField : tab.autoCleanByInactiveSizeTextField;
-        field->selectAll();
-        QTest::keyClick(field, Qt::Key_Backspace);
-        QTest::keyClicks(field, QString::fromUtf8(row.typed));
-        QTest::keyClick(field, Qt::Key_Return);
+        type(field, row.typed);
 
         EXPECT_EQ(row.free ? rig.preferences.autoCleanByFreeSize()
                            : rig.preferences.autoCleanByInactiveSize(),
@@ -49,24 +52,17 @@ TEST(CleaningTab, TypedThresholdIsClampedStoredAndShown) {
                       ->value(),
                   double(row.stored));
     }
-}
 
-TEST(CleaningTab, StepperAndArrowKeysStayWithinTheBounds) {
-    PreferencesRig rig;
-    rig.store("autoCleanByFreeSize", 4095);
-    auto window = rig.open();
-    CleaningTab &tab = *window->tabCleaning;
-
+    // The arrow key and the stepper move up to a bound and stop there.
+    type(tab.autoCleanByFreeSizeTextField, "4095");
     QTest::keyClick(tab.autoCleanByFreeSizeTextField, Qt::Key_Up);
     EXPECT_EQ(rig.preferences.autoCleanByFreeSize(), 4096);
     tab.autoCleanByFreeSizeStepper->upButton()->click();
     EXPECT_EQ(rig.preferences.autoCleanByFreeSize(), 4096);
     EXPECT_EQ(tab.autoCleanByFreeSizeTextField->text(), "4096");
-
-    rig.store("autoCleanByInactiveSize", 2);
-    window = rig.open();
-    window->tabCleaning->autoCleanByInactiveSizeStepper->downButton()->click();
-    window->tabCleaning->autoCleanByInactiveSizeStepper->downButton()->click();
+    type(tab.autoCleanByInactiveSizeTextField, "2");
+    tab.autoCleanByInactiveSizeStepper->downButton()->click();
+    tab.autoCleanByInactiveSizeStepper->downButton()->click();
     EXPECT_EQ(rig.preferences.autoCleanByInactiveSize(), 1);
 }
 

@@ -7,9 +7,11 @@
 #include <QSlider>
 
 #include "PreferencesRig.h"
+#include "ui/preferences/AppsTab.h"
 #include "ui/preferences/ButtonImages.h"
 #include "ui/preferences/CleaningTab.h"
 #include "ui/preferences/GeneralTab.h"
+#include "ui/preferences/QRMPopUpButton.h"
 #include "ui/preferences/PreferencesWindowOpener.h"
 
 namespace tarnwell::testing {
@@ -112,7 +114,7 @@ TEST(PreferencesWindow, UnusableStoredValuesOpenWithTheDefaultShown) {
     }
 }
 
-TEST(PreferencesWindow, PlusAndMinusFollowTheThemeHalfASecondAfterItChanges) {
+TEST(PreferencesWindow, PlusAndMinusAreDrawnAgainInTheNewPaletteHalfASecondAfterAThemeChange) {
     QPalette light;
     light.setColor(QPalette::ButtonText, Qt::black);
     QPalette dark;
@@ -132,12 +134,15 @@ TEST(PreferencesWindow, PlusAndMinusFollowTheThemeHalfASecondAfterItChanges) {
     PreferencesRig rig;
     auto window = rig.open();
     QSignalSpy themeChanged(window.get(), &QRMPreferencesWindowController::themeChanged);
-    window->setPalette(dark);
     window->setPalette(light);
+    window->setPalette(dark);
     EXPECT_EQ(themeChanged.size(), 0);
     EXPECT_TRUE(themeChanged.wait(1000));
     EXPECT_FALSE(themeChanged.wait(700));
     EXPECT_EQ(themeChanged.size(), 1);
+    const QImage redrawn = window->tabApps->addButton->icon().pixmap(16, 16).toImage();
+    EXPECT_EQ(redrawn.pixelColor(8, 8), QColor(Qt::white))
+        << "\"+\" drawn again in the dark palette";
 }
 
 }  // namespace

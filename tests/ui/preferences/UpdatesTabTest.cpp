@@ -18,36 +18,26 @@ struct RecordingFeedUpdater : Updater {
     QStringList calls;
 };
 
-enum Feed { kStable, kBeta, kAlpha, kUnknown };
-
-QString feedURL(Feed feed) {
-    const QRMConstants &constants = QRMConstants::sharedConstants();
-    switch (feed) {
-        case kStable:
-            return constants.updatesURL().toString();
-        case kBeta:
-            return constants.updatesBetaURL().toString();
-        case kAlpha:
-            return constants.updatesAlphaURL().toString();
-        case kUnknown:
-            break;
-    }
-    return QStringLiteral("https://old.site.test/appcast.xml");
+// The pop-up's feeds in its order (stable, beta, alpha), then one it does not offer.
+QString feedURL(int index) {
+    const char *paths[] = {"/download/appcast.xml", "/download/beta/appcast.xml",
+                           "/download/alpha/appcast.xml"};
+    return index < 3 ? QRMConstants::configuredSiteURL() + QLatin1String(paths[index])
+                     : QStringLiteral("https://old.site.test/appcast.xml");
 }
 
 // The pop-up shows the feed in use; choosing another stores it and runs a
 // silent check, choosing the shown one does nothing.
 TEST(UpdatesTab, FeedPopUpSwitchesOnlyToAnotherFeed) {
     const struct {
-        Feed stored;
-        int shownIndex, chosenIndex;
+        int stored, shownIndex, chosenIndex;
         bool switches;
-    } rows[] = {{kStable, 0, 0, false},
-                {kAlpha, 2, 2, false},
-                {kStable, 0, 1, true},
-                {kBeta, 1, 2, true},
+    } rows[] = {{0, 0, 0, false},
+                {2, 2, 2, false},
+                {0, 0, 1, true},
+                {1, 1, 2, true},
                 // An unknown feed shows as stable, so choosing stable switches.
-                {kUnknown, 0, 0, true}};
+                {3, 0, 0, true}};
     for (const auto &c : rows) {
         SCOPED_TRACE(feedURL(c.stored).toStdString() + " to " + std::to_string(c.chosenIndex));
         PreferencesRig rig;
@@ -59,7 +49,7 @@ TEST(UpdatesTab, FeedPopUpSwitchesOnlyToAnotherFeed) {
         EXPECT_EQ(popUp->currentIndex(), c.shownIndex);
 
         choose(popUp, c.chosenIndex);
-        const QString chosen = feedURL(Feed(c.chosenIndex));
+        const QString chosen = feedURL(c.chosenIndex);
         EXPECT_EQ(rig.preferences.updatesFeedURL().toString(),
                   c.switches ? chosen : feedURL(c.stored));
         EXPECT_EQ(updater.calls, c.switches ? QStringList({chosen, "check"}) : QStringList());
