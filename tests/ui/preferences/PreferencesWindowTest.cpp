@@ -129,7 +129,7 @@ TEST(PreferencesWindow, UnusableStoredValuesOpenWithTheDefaultShown) {
     }
 }
 
-TEST(PreferencesWindow, PlusAndMinusTakeThePaletteAndThemeChangesAreSignalledHalfASecondLater) {
+TEST(PreferencesWindow, PlusAndMinusAreDrawnAgainInTheNewPaletteHalfASecondAfterAThemeChange) {
     QPalette light;
     light.setColor(QPalette::ButtonText, Qt::black);
     QPalette dark;
@@ -149,12 +149,15 @@ TEST(PreferencesWindow, PlusAndMinusTakeThePaletteAndThemeChangesAreSignalledHal
     PreferencesRig rig;
     auto window = rig.open();
     QSignalSpy themeChanged(window.get(), &QRMPreferencesWindowController::themeChanged);
-    window->setPalette(dark);
     window->setPalette(light);
+    window->setPalette(dark);
     EXPECT_EQ(themeChanged.size(), 0);
     EXPECT_TRUE(themeChanged.wait(1000));
     EXPECT_FALSE(themeChanged.wait(700));
     EXPECT_EQ(themeChanged.size(), 1);
+    const QImage redrawn = window->tabApps->addButton->icon().pixmap(16, 16).toImage();
+    EXPECT_EQ(redrawn.pixelColor(8, 8), QColor(Qt::white))
+        << "\"+\" drawn again in the dark palette";
 }
 
 const QString kNone = QStringLiteral("None");
