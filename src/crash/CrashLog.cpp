@@ -17,10 +17,6 @@ void setCrashLogDescriptor(int fd) {
     logDescriptor.store(fd);
 }
 
-int crashLogDescriptor() {
-    return logDescriptor.load();
-}
-
 void crashLogWrite(const char *format, ...) {
     const int fd = logDescriptor.load();
     if (fd < 0) {

@@ -135,15 +135,4 @@ void checkForeignSignalHandlersOnce() {
     std::call_once(checked, [] { checkForeignSignalHandlers(STDERR_FILENO); });
 }
 
-void refreshBinaryImages() {
-    if (imageLog) {
-        imageLog->refresh();
-    }
-}
-
-std::string activeReportDirectory() {
-    const CrashContext *context = crashContext();
-    return context != nullptr ? context->reportDirectory : std::string();
-}
-
 }  // namespace tarnwell::crash

@@ -31,10 +31,4 @@ bool startCrashReporting(const CrashReportingOptions &options);
 // installs its own signal handlers does so after crash reporting started. Normal context.
 void checkForeignSignalHandlersOnce();
 
-// Brings the image table and log up to date now (normally the watcher does it).
-void refreshBinaryImages();
-
-// The active report directory, or empty before crash reporting started.
-std::string activeReportDirectory();
-
 }  // namespace tarnwell::crash

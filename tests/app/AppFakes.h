@@ -3,7 +3,6 @@
 #include <atomic>
 #include <map>
 #include <mutex>
-#include <ostream>
 #include <vector>
 
 #include <QCoreApplication>
@@ -11,6 +10,7 @@
 #include <QHash>
 #include <QUrl>
 
+#include "../support/QtPrinters.h"
 #include "app/AppSettings.h"
 #include "app/ApplicationEventSource.h"
 #include "app/MemoryEngine.h"
@@ -21,11 +21,6 @@
 #include "app/UsageEvents.h"
 #include "app/UserNotifier.h"
 #include "memory/QRMRecordKeys.h"
-
-// Readable QString values in failure messages.
-inline void PrintTo(const QString &text, std::ostream *os) {
-    *os << '"' << text.toStdString() << '"';
-}
 
 namespace tarnwell::testing {
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "CaseName.h"
 #include "AppFakes.h"
+#include "CaseName.h"
 
 namespace tarnwell::testing {
 namespace {
@@ -33,52 +33,29 @@ TEST_P(MatchingRuleTest, CleansForTheFirstRecordWithTheFlagOn) {
     EXPECT_EQ(rig.engine.cleaningRequests, GetParam().expectedCleanings);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Rows, MatchingRuleTest,
-    ::testing::Values(
-        Match{"FlagOn",
-              {monitored("a.desktop", {{"DidLaunch", true}})},
-              ApplicationEvent::DidLaunch,
-              "a.desktop",
-              1},
-        Match{"EachEventReadsItsOwnFlag",
-              {monitored("a.desktop", {{"DidLaunch", false}, {"DidDeactivate", true}})},
-              ApplicationEvent::DidDeactivate,
-              "a.desktop",
-              1},
-        Match{"OtherFlagOn",
-              {monitored("a.desktop", {{"DidHide", true}})},
-              ApplicationEvent::DidUnhide,
-              "a.desktop",
-              0},
-        Match{"MissingFlagCountsAsOff",
-              {monitored("a.desktop", {{"DidHide", true}})},
-              ApplicationEvent::DidTerminate,
-              "a.desktop",
-              0},
-        Match{"TextTrueIsNoFlag",
-              {monitored("a.desktop", {{"DidActivate", "true"}})},
-              ApplicationEvent::DidActivate,
-              "a.desktop",
-              0},
-        Match{"IdsAreCaseSensitive",
-              {monitored("A.desktop", {{"DidLaunch", true}})},
-              ApplicationEvent::DidLaunch,
-              "a.desktop",
-              0},
-        Match{"LaterRecordOfTheSameIdStillCounts",
-              {monitored("a.desktop", {{"DidLaunch", false}}), monitored("b.desktop", {}),
-               monitored("a.desktop", {{"DidLaunch", true}})},
-              ApplicationEvent::DidLaunch,
-              "a.desktop",
-              1},
-        Match{"NoIdNeverCleans",
-              {monitored("", {{"DidLaunch", true}})},
-              ApplicationEvent::DidLaunch,
-              "",
-              0},
-        Match{"EmptyList", {}, ApplicationEvent::DidLaunch, "a.desktop", 0}),
+using enum ApplicationEvent;
+const QVariantMap kLaunchOn{{"DidLaunch", true}};
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Rows, MatchingRuleTest, ::testing::Values(
+    Match{"FlagOn", {monitored("a.desktop", kLaunchOn)}, DidLaunch, "a.desktop", 1},
+    Match{"EachEventReadsItsOwnFlag",
+          {monitored("a.desktop", {{"DidLaunch", false}, {"DidDeactivate", true}})},
+          DidDeactivate, "a.desktop", 1},
+    Match{"OtherFlagOn", {monitored("a.desktop", {{"DidHide", true}})}, DidUnhide, "a.desktop", 0},
+    Match{"MissingFlagCountsAsOff", {monitored("a.desktop", {{"DidHide", true}})}, DidTerminate,
+          "a.desktop", 0},
+    Match{"TextTrueIsNoFlag", {monitored("a.desktop", {{"DidActivate", "true"}})}, DidActivate,
+          "a.desktop", 0},
+    Match{"IdsAreCaseSensitive", {monitored("A.desktop", kLaunchOn)}, DidLaunch, "a.desktop", 0},
+    Match{"LaterRecordOfTheSameIdStillCounts",
+          {monitored("a.desktop", {{"DidLaunch", false}}), monitored("b.desktop", {}),
+           monitored("a.desktop", kLaunchOn)},
+          DidLaunch, "a.desktop", 1},
+    Match{"NoIdNeverCleans", {monitored("", kLaunchOn)}, DidLaunch, "", 0},
+    Match{"EmptyList", {}, DidLaunch, "a.desktop", 0}),
     test::caseName);
+// clang-format on
 
 TEST(ApplicationEventsTest, WatchesOnlyWhileAFlagIsOnAndTakesNewListsAtOnce) {
     ControllerRig rig;

@@ -112,8 +112,8 @@ INSTANTIATE_TEST_SUITE_P(
         // The total keeps its stored unit: 1 MiB freed is 1024 KiB more.
         OutcomeCase{"TotalInKiB", 1000, 1001, true, 1, kMiB, 9 * kMiB, kMiB + 1024,
                     "1.00 MB cleaned"},
-        // Nothing free to measure from: no result, the title back to the
-        // figure (and, as designed, the command left disabled).
+        // Nothing free to measure from: no result, and the title back to the
+        // figure.
         OutcomeCase{"NothingFreeBefore", 0, 500, true, 0, 7, 9 * kMiB, kMiB, "500.00 MB"}),
     test::caseName);
 
@@ -293,9 +293,10 @@ INSTANTIATE_TEST_SUITE_P(
     test::caseName);
 
 // The controller over the real engine, whose cleanings run on threads of
-// their own, as in the program.
-class RealCleaningThread : public ::testing::Test {
-protected:
+// their own, as in the program. Memory short and the engine declining: one
+// attempt per refresh tick, never a loop from the hand-back, and nothing
+// counted as cleaned.
+TEST(RealCleaningThread, DeclinedThresholdCleaningWaitsForTheNextTick) {
     // Counts what the controller asks of the engine.
     struct CountingEngine : QRMMemoryInfoEngine {
         using QRMMemoryInfoEngine::QRMMemoryInfoEngine;
@@ -305,35 +306,19 @@ protected:
         }
         std::atomic<int> attempts{0};
     };
-
-    // 16 MiB free below a 1024 MiB threshold, available memory short of
-    // the 256 MiB reserve of a 4 GiB machine.
-    RealCleaningThread() {
-        state->vmStatistics = test::smallMachine();
-        state->vmStatistics->availableBytes = 100 * kMiB;
-        state->hardwarePhysicalMemory = uint64_t(4) << 30;
-        rig.settings.freeChecked = true;
-        rig.settings.freeThreshold = 1024;
-        rig.settings.last = 7;
-    }
-
-    std::unique_ptr<QRMAppDelegate> start() {
-        memory = std::make_unique<QRMMemoryInfo>(std::make_unique<test::FakeMemorySource>(state));
-        engine = std::make_unique<CountingEngine>(*memory);
-        return rig.start(engine.get());
-    }
-
-    std::shared_ptr<test::FakeMemorySource::State> state =
-        std::make_shared<test::FakeMemorySource::State>();
+    // 16 MiB free below a 1024 MiB threshold, available memory short of the
+    // 256 MiB reserve of a 4 GiB machine.
+    auto state = std::make_shared<test::FakeMemorySource::State>();
+    state->vmStatistics = test::smallMachine();
+    state->vmStatistics->availableBytes = 100 * kMiB;
+    state->hardwarePhysicalMemory = uint64_t(4) << 30;
+    QRMMemoryInfo memory(std::make_unique<test::FakeMemorySource>(state));
+    CountingEngine engine(memory);
     ControllerRig rig;
-    std::unique_ptr<QRMMemoryInfo> memory;
-    std::unique_ptr<CountingEngine> engine;
-};
-
-// Memory short and the engine declining: one attempt per refresh tick, never
-// a loop from the hand-back, and nothing counted as cleaned.
-TEST_F(RealCleaningThread, DeclinedThresholdCleaningWaitsForTheNextTick) {
-    auto delegate = start();  // the first sample crosses the threshold
+    rig.settings.freeChecked = true;
+    rig.settings.freeThreshold = 1024;
+    rig.settings.last = 7;
+    auto delegate = rig.start(&engine);  // the first sample crosses the threshold
     for (int tick = 0; tick < 3; ++tick) {
         ASSERT_TRUE(waitUntilIdle(*delegate));
         delegate->refreshMemoryInfo();
@@ -344,7 +329,7 @@ TEST_F(RealCleaningThread, DeclinedThresholdCleaningWaitsForTheNextTick) {
     while (!settle.hasExpired()) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
     }
-    EXPECT_EQ(engine->attempts, 4);
+    EXPECT_EQ(engine.attempts, 4);
     EXPECT_EQ(rig.usageEvents.cleanings, 0);
     EXPECT_EQ(rig.settings.last, 7u);
     EXPECT_TRUE(rig.notifier.sent.empty());

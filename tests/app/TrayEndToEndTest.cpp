@@ -2,9 +2,11 @@
 // under its own dbus-run-session): this test is the panel's
 // StatusNotifierWatcher and the desktop's notification service. It reads the
 // item's label and menu, clicks the clean command through dbusmenu and sees
-// the notification arrive. The program reads a small captured /proc whose
-// free memory the test raises before the click, so the cleaning frees a
-// known amount without touching more than a few MiB of real memory.
+// the notification arrive; a second start hands over to the first, and the
+// terminal mode (no status item) may run beside it. The program reads a
+// small captured /proc whose free memory the test raises before the click,
+// so the cleaning frees a known amount without touching more than a few MiB
+// of real memory.
 #include <filesystem>
 
 #include <QRegularExpression>
@@ -13,6 +15,7 @@
 
 #include "BuildInfo.h"
 #include "BusTestSupport.h"
+#include "QtPrinters.h"
 #include "TestNotificationServer.h"
 #include "TestStatusNotifierWatcher.h"
 #include "ThrowAwayRun.h"
@@ -71,11 +74,6 @@ protected:
         labels.listen(QDBusConnection::sessionBus(), QString(), kItemPath, kItemInterface,
                       {QStringLiteral("XAyatanaNewLabel")});
 
-        const QString runtime = run.home.filePath("runtime");
-        QDir().mkpath(runtime);
-        QFile::setPermissions(
-            runtime, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-        run.env.insert("XDG_RUNTIME_DIR", runtime);
         run.env.insert("LC_ALL", "C.UTF-8");
         run.env.remove("LANGUAGE");
         run.env.insert("DISPLAY", ":9999");  // a desktop session, drawn offscreen
@@ -116,9 +114,6 @@ protected:
     test::TestNotificationServer notifications;
 };
 
-// One run of the tray: the item reaches the panel, a click on the menu
-// cleans and notifies, a second start hands over to it, and the terminal
-// mode (no status item) may run beside it.
 TEST_F(TrayEndToEnd, CleansFromTheMenuAndStaysTheOnlyItem) {
     QSignalSpy registered(&watcher, &test::TestStatusNotifierWatcher::itemRegistered);
     run.start();

@@ -1,45 +1,27 @@
 // The real executable where its output cannot be written and where the
 // environment gives no usable folders.
+#include "../app/ThrowAwayRun.h"
 #include "CaseName.h"
-#include <gtest/gtest.h>
-
-#include <QDir>
-#include <QProcess>
-#include <QTemporaryDir>
 
 namespace tarnwell::testing {
 namespace {
 
-struct Finished {
-    int exitCode;
-    QByteArray err;
-};
-
-Finished runTarnwell(const QStringList &arguments, const QProcessEnvironment &environment,
-                     const QString &workingDirectory = {}, const QString &output = {}) {
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.setWorkingDirectory(workingDirectory);
-    if (!output.isEmpty()) {
-        process.setStandardOutputFile(output);
-    }
-    process.start(TARNWELL_BINARY_DIR "/src/tarnwell", arguments);
-    EXPECT_TRUE(process.waitForFinished(20'000));
-    return {process.exitCode(), process.readAllStandardError()};
+// Runs the executable to its end; what it said on standard error.
+QByteArray finish(ThrowAwayRun &run, const QStringList &arguments) {
+    run.start(arguments);
+    EXPECT_TRUE(run.process.waitForFinished(20'000));
+    return run.process.readAllStandardError();
 }
 
 class UnwritableOutput : public ::testing::TestWithParam<QStringList> {};
 
 TEST_P(UnwritableOutput, FailsAndSaysWhy) {
-    QTemporaryDir home;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("HOME", home.path());
-    environment.remove("XDG_CONFIG_HOME");
-    environment.remove("XDG_DATA_HOME");
-    const Finished run = runTarnwell(GetParam(), environment, {}, "/dev/full");
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_TRUE(run.err.contains("cannot write the output: No space left on device"))
-        << run.err.toStdString();
+    ThrowAwayRun run;
+    run.process.setStandardOutputFile("/dev/full");
+    const QByteArray err = finish(run, GetParam());
+    EXPECT_EQ(run.process.exitCode(), 1);
+    EXPECT_TRUE(err.contains("cannot write the output: No space left on device"))
+        << err.toStdString();
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -60,22 +42,22 @@ class UserFolders : public ::testing::TestWithParam<FolderCase> {};
 // lands in the working directory; without a home the program does not start.
 TEST_P(UserFolders, NothingLandsOutsideTheHomeFolder) {
     const FolderCase &c = GetParam();
-    QTemporaryDir home, workingDirectory;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.remove("HOME");
+    ThrowAwayRun run;
+    QTemporaryDir workingDirectory;
+    run.env.remove("HOME");
     if (c.home != nullptr) {
-        environment.insert("HOME", QString(c.home) == "@" ? home.path() : c.home);
+        run.env.insert("HOME", QString(c.home) == "@" ? run.home.path() : c.home);
     }
     for (const char *variable :
          {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_RUNTIME_DIR"}) {
-        environment.insert(variable, "relative");
+        run.env.insert(variable, "relative");
     }
-    const Finished run =
-        runTarnwell({"settings", "refreshRate", "7"}, environment, workingDirectory.path());
-    EXPECT_EQ(run.exitCode, c.starts ? 0 : 1) << run.err.toStdString();
-    EXPECT_EQ(run.err.contains("no home folder"), !c.starts);
+    run.process.setWorkingDirectory(workingDirectory.path());
+    const QByteArray err = finish(run, {"settings", "refreshRate", "7"});
+    EXPECT_EQ(run.process.exitCode(), c.starts ? 0 : 1) << err.toStdString();
+    EXPECT_EQ(err.contains("no home folder"), !c.starts);
     EXPECT_TRUE(QDir(workingDirectory.path()).isEmpty());
-    EXPECT_EQ(QFile::exists(home.filePath(".config/Tarnwell/Tarnwell.conf")), c.starts);
+    EXPECT_EQ(QFile::exists(run.home.filePath(".config/Tarnwell/Tarnwell.conf")), c.starts);
 }
 
 INSTANTIATE_TEST_SUITE_P(Environments, UserFolders,

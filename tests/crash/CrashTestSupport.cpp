@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -18,7 +19,8 @@
 
 namespace tarnwell::crash::testing {
 
-ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds) {
+ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds,
+                    const std::function<bool()> &interruptWhen) {
     const pid_t pid = fork();
     if (pid == 0) {
         for (int number : kCapturedSignals) {
@@ -33,21 +35,24 @@ ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds) {
     if (pid < 0) {
         return end;
     }
-    // A pidfd becomes readable when the child ends, so the deadline is one poll.
-    const int pidfd = int(syscall(SYS_pidfd_open, pid, 0));
-    pollfd watch{pidfd, POLLIN, 0};
-    if (pidfd < 0 || poll(&watch, 1, deadlineSeconds * 1000) != 1) {
+    // A pidfd becomes readable when the child ends; polled in tenths of a second so that
+    // `interruptWhen` is asked as the child runs.
+    pollfd watch{int(syscall(SYS_pidfd_open, pid, 0)), POLLIN, 0};
+    bool interrupted = false;
+    for (int tenths = 0; watch.fd >= 0 && !end.finished && tenths < deadlineSeconds * 10;
+         ++tenths) {
+        end.finished = poll(&watch, 1, 100) == 1;
+        if (!end.finished && !interrupted && interruptWhen && interruptWhen()) {
+            interrupted = kill(pid, SIGINT) == 0;
+        }
+    }
+    if (!end.finished) {
         kill(pid, SIGKILL);
-    } else {
-        end.finished = true;
     }
-    if (pidfd >= 0) {
-        close(pidfd);
-    }
+    close(watch.fd);
     int status = 0;
     waitpid(pid, &status, 0);
-    end.signaled = WIFSIGNALED(status);
-    end.signal = end.signaled ? WTERMSIG(status) : 0;
+    end.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     end.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return end;
 }
@@ -95,10 +100,6 @@ std::string activeFile(const std::string &reports, const char *file) {
     return {};
 }
 
-std::vector<RecordValue> activeRecords(const std::string &reports, const char *file) {
-    return parsedRecords(activeFile(reports, file));
-}
-
 std::vector<RecordValue> parsedRecords(const std::string &path) {
     std::vector<RecordValue> records;
     for (const std::string &line : readLines(path)) {
@@ -112,21 +113,12 @@ std::vector<RecordValue> parsedRecords(const std::string &path) {
 }
 
 std::string crashLogOutput(const std::function<void()> &body) {
-    int fds[2];
-    if (pipe(fds) != 0) {
-        ADD_FAILURE() << "no pipe for the crash log";
-        return {};
-    }
-    setCrashLogDescriptor(fds[1]);
+    FILE *log = tmpfile();
+    setCrashLogDescriptor(fileno(log));
     body();
     setCrashLogDescriptor(-1);
-    close(fds[1]);
-    std::string text;
-    char chunk[256];
-    for (ssize_t length; (length = read(fds[0], chunk, sizeof chunk)) > 0;) {
-        text.append(chunk, size_t(length));
-    }
-    close(fds[0]);
+    const std::string text = readText("/proc/self/fd/" + std::to_string(fileno(log)));
+    fclose(log);
     return text;
 }
 

@@ -2,76 +2,58 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
+#include <tuple>
 #include <utility>
 
 namespace tarnwell::crash::mach {
 namespace {
 
-struct NameCase {
-    int type;
-    int64_t code;
-    const char *name;      // nullptr: null
-    const char *codeName;  // nullptr: null
-};
-
 std::string orNull(const char *text) {
-    return text == nullptr ? "null" : text;
+    return text == nullptr ? "-" : text;
 }
 
-class ExceptionNameTest : public ::testing::TestWithParam<NameCase> {};
-
-TEST_P(ExceptionNameTest, NamesTypeAndFirstCode) {
-    const NameCase &c = GetParam();
-    EXPECT_EQ(orNull(exceptionName(c.type)), orNull(c.name));
-    EXPECT_EQ(orNull(exceptionCodeName(c.type, c.code)), orNull(c.codeName));
-}
-
-// The ends of each table and the gaps between its named entries.
-INSTANTIATE_TEST_SUITE_P(
-    Types, ExceptionNameTest,
-    ::testing::Values(NameCase{1, 2, "EXC_BAD_ACCESS", "KERN_PROTECTION_FAILURE"},
-                      NameCase{1, 3, "EXC_BAD_ACCESS", nullptr},
-                      NameCase{2, 0, "EXC_BAD_INSTRUCTION", "EXC_I386_INVOP"},
-                      NameCase{3, 1, "EXC_ARITHMETIC", "EXC_I386_DIV"},
-                      NameCase{3, 8, "EXC_ARITHMETIC", "EXC_I386_SSEEXTERR"},
-                      NameCase{3, 0, "EXC_ARITHMETIC", nullptr},
-                      NameCase{3, 9, "EXC_ARITHMETIC", nullptr},
-                      NameCase{6, 0, "EXC_BREAKPOINT", "EXC_I386_DIVERR"},
-                      NameCase{6, 8, "EXC_BREAKPOINT", nullptr},
-                      NameCase{6, 17, "EXC_BREAKPOINT", "EXC_I386_ALIGNFLT"},
-                      NameCase{6, 25, "EXC_BREAKPOINT", nullptr},
-                      NameCase{6, 33, "EXC_BREAKPOINT", "EXC_I386_ENDPERR"},
-                      NameCase{6, 34, "EXC_BREAKPOINT", nullptr},
-                      NameCase{6, -1, "EXC_BREAKPOINT", nullptr},
-                      NameCase{12, 5, "EXC_GUARD", nullptr}, NameCase{4, 1, nullptr, nullptr}));
-
-TEST(ExceptionMaskTest, GuardFromVersionCode1070) {
-    EXPECT_EQ(exceptionMask(1060, {}), 0x4Eu);
-    EXPECT_EQ(exceptionMask(1070, {}), 0x104Eu);
-    EXPECT_EQ(exceptionMask(101600, {}), 0x104Eu);
+// The ends of each table and the gaps between its named entries: each type with its
+// name, then "code:name" for each first code tried ("-" stands for null).
+TEST(ExceptionNameTest, NamesTypeAndFirstCode) {
+    const std::tuple<int, const char *, const char *> types[] = {
+        {1, "EXC_BAD_ACCESS", "2:KERN_PROTECTION_FAILURE 3:-"},
+        {2, "EXC_BAD_INSTRUCTION", "0:EXC_I386_INVOP"},
+        {3, "EXC_ARITHMETIC", "0:- 1:EXC_I386_DIV 8:EXC_I386_SSEEXTERR 9:-"},
+        {6, "EXC_BREAKPOINT",
+         "-1:- 0:EXC_I386_DIVERR 8:- 17:EXC_I386_ALIGNFLT 25:- 33:EXC_I386_ENDPERR 34:-"},
+        {12, "EXC_GUARD", "5:-"},
+        {4, "-", "1:-"}};
+    for (const auto &[type, name, codes] : types) {
+        EXPECT_EQ(orNull(exceptionName(type)), name);
+        std::istringstream pairs(codes);
+        std::string codeName;
+        for (int64_t code; pairs >> code && pairs.ignore(1) >> codeName;) {
+            EXPECT_EQ(orNull(exceptionCodeName(type, code)), codeName) << type << " " << code;
+        }
+    }
 }
 
 // This kernel's numbers: SIGILL 4, SIGTRAP 5, SIGABRT 6, SIGBUS 7, SIGFPE 8, SIGKILL 9,
 // SIGSEGV 11, SIGSYS 31. Abort and bad system calls map to EXC_CRASH (1024), which is
 // never registered, so insisting on them changes nothing.
-TEST(ExceptionMaskTest, SignalsDeliveredAsSignalsAreLeftOut) {
-    const int badAccess[] = {11, 7};
-    EXPECT_EQ(exceptionMask(1070, badAccess), 0x104Cu);
-    const int eachFault[] = {4, 5, 8};
-    EXPECT_EQ(exceptionMask(1070, eachFault), 0x1002u);
-    const int crashOnly[] = {6, 31, 9};
-    EXPECT_EQ(exceptionMask(1070, crashOnly), 0x104Eu);
-    EXPECT_EQ(exceptionMaskForSignal(6), 1024u);
-    EXPECT_EQ(exceptionMaskForSignal(31), 1024u);
-}
-
-TEST(SystemVersionCodeTest, ByMinorNumberAlone) {
+// The version code comes from the minor number alone.
+TEST(ExceptionMaskTest, GuardFromVersionCode1070LessSignalsDeliveredAsSignals) {
     const std::pair<int, uint32_t> codes[] = {{5, 0},       {6, 1060},    {9, 1090},
                                               {10, 101000}, {16, 101600}, {17, 0}};
     for (const auto &[minor, code] : codes) {
         EXPECT_EQ(systemVersionCode(minor), code) << minor;
     }
+    EXPECT_EQ(exceptionMask(1060, {}), 0x4Eu);
+    EXPECT_EQ(exceptionMask(1070, {}), 0x104Eu);
+    EXPECT_EQ(exceptionMask(101600, {}), 0x104Eu);
+    const int badAccess[] = {11, 7}, eachFault[] = {4, 5, 8}, crashOnly[] = {6, 31, 9};
+    EXPECT_EQ(exceptionMask(1070, badAccess), 0x104Cu);
+    EXPECT_EQ(exceptionMask(1070, eachFault), 0x1002u);
+    EXPECT_EQ(exceptionMask(1070, crashOnly), 0x104Eu);
+    EXPECT_EQ(exceptionMaskForSignal(6), 1024u);
+    EXPECT_EQ(exceptionMaskForSignal(31), 1024u);
 }
 
 }  // namespace

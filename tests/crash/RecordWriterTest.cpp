@@ -2,16 +2,18 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <climits>
-#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
 
 #include "CrashTestSupport.h"
 #include "crash/CrashLog.h"
+#include "crash/RecordParser.h"
 #include "crash/SafeFormat.h"
 
 namespace tarnwell::crash {
@@ -35,39 +37,28 @@ TEST(SafeFormatTest, DirectivesAndTruncation) {
 }
 
 TEST(CrashLogTest, LineCarriesLevelFunctionAndLine) {
-    const int line = __LINE__ + 2;
-    const std::string text = crashLogOutput([] {
-        CRS_WARN("Signal: %d\n", 11);
-        CRS_ERROR("done\n");
-    });
-    EXPECT_EQ(text, "WARN  [operator():" + std::to_string(line) +
-                        "] Signal: 11\nERROR [operator():" + std::to_string(line + 1) + "] done\n");
+    const int line = __LINE__ + 1;
+    const std::string text = crashLogOutput([] { CRS_WARN("Signal: %d\n", 11); });
+    EXPECT_EQ(text, "WARN  [operator():" + std::to_string(line) + "] Signal: 11\n");
 }
 
-// A write(2) stand-in that passes one byte a call, or returns `override` when it is set.
-struct FakeWrite {
-    static inline ssize_t override = 0;
-    static inline int calls = 0;
-    static ssize_t write(int fd, const void *data, size_t length) {
-        ++calls;
-        return override != 0 ? override : ::write(fd, data, length == 0 ? 0 : 1);
-    }
-};
+// A write(2) that passes one byte a call.
+int writeCalls = 0;
+ssize_t writeOneByte(int fd, const void *data, size_t length) {
+    ++writeCalls;
+    return ::write(fd, data, length == 0 ? 0 : 1);
+}
 
 TEST(WriteLoopTest, GivesUpAfterFiftyCallsOrAnImpossibleCount) {
     const int fd = open("/dev/null", O_WRONLY);
     const std::string fiftyOne(51, 'x');
-    EXPECT_TRUE(writeFully(fd, fiftyOne.data(), 50, FakeWrite::write));
-    EXPECT_EQ(FakeWrite::calls, 50);
-    FakeWrite::calls = 0;
-    EXPECT_FALSE(writeFully(fd, fiftyOne.data(), 51, FakeWrite::write));
-    EXPECT_EQ(FakeWrite::calls, 50);
-    EXPECT_TRUE(writeFully(fd, "", 0, FakeWrite::write));
-    FakeWrite::override = -1;
-    EXPECT_FALSE(writeFully(fd, "abc", 3, FakeWrite::write));
-    FakeWrite::override = 4;
-    EXPECT_FALSE(writeFully(fd, "abc", 3, FakeWrite::write));
-    FakeWrite::override = 0;
+    EXPECT_TRUE(writeFully(fd, fiftyOne.data(), 50, writeOneByte));
+    EXPECT_EQ(std::exchange(writeCalls, 0), 50);
+    EXPECT_FALSE(writeFully(fd, fiftyOne.data(), 51, writeOneByte));
+    EXPECT_EQ(writeCalls, 50);
+    EXPECT_TRUE(writeFully(fd, "", 0, writeOneByte));
+    EXPECT_FALSE(writeFully(fd, "abc", 3, [](int, const void *, size_t) -> ssize_t { return -1; }));
+    EXPECT_FALSE(writeFully(fd, "abc", 3, [](int, const void *, size_t) -> ssize_t { return 4; }));
     close(fd);
 }
 
@@ -78,13 +69,18 @@ protected:
     TemporaryDirectory directory_;
 };
 
-TEST_F(RecordWriterTest, WritesRecordForms) {
+// Keys and strings go out unescaped: a reader must take a stray quote inside a value.
+TEST_F(RecordWriterTest, WritesRecordFormsThatReadBack) {
+    const std::string expected =
+        "{\"signal\":{\"number\":18446744073709551615,\"code\":-6,\"min\":-9223372036854775808,"
+        "\"name\":\"SIG\"SEGV\",\"code_name\":null,\"flag\":false,\"codes\":[1,2,{}],"
+        "\"hex\":\"01ab5461726e77656c6c207265636f7264732121\",\"none\":null}}\n";
     for (const bool buffered : {false, true}) {
         RecordWriter writer;
         ASSERT_TRUE(writer.open(path().c_str(), false, buffered));
         writer.beginKeyedObject("signal");
         writer.beginObject();
-        writer.writeUnsigned("number", 11);
+        writer.writeUnsigned("number", UINT64_MAX);
         writer.writeSigned("code", -6);
         writer.writeSigned("min", INT64_MIN);
         writer.writeString("name", "SIG\"SEGV");
@@ -105,12 +101,30 @@ TEST_F(RecordWriterTest, WritesRecordForms) {
         writer.endRecord();
         uint64_t offset = 0;
         ASSERT_TRUE(writer.close(&offset));
-        const std::string expected =
-            "{\"signal\":{\"number\":11,\"code\":-6,\"min\":-9223372036854775808,"
-            "\"name\":\"SIG\"SEGV\",\"code_name\":null,\"flag\":false,\"codes\":[1,2,{}],"
-            "\"hex\":\"01ab5461726e77656c6c207265636f7264732121\",\"none\":null}}\n";
         EXPECT_EQ(contents(), expected) << (buffered ? "buffered" : "unbuffered");
         EXPECT_EQ(offset, expected.size());
+    }
+    const auto record = parseRecordLine(expected.substr(0, expected.size() - 1));
+    ASSERT_TRUE(record && record->find("signal"));
+    const RecordValue &signal = *record->find("signal");
+    EXPECT_EQ(signal.unsignedAt("number"), UINT64_MAX);
+    EXPECT_EQ(signal.stringAt("name"), "SIG\"SEGV");
+    EXPECT_EQ(signal.unsignedAt("name", 7), 7u);
+    EXPECT_EQ(signal.stringAt("number"), "");
+    EXPECT_EQ(signal.find("code_name")->type, RecordValue::Type::Null);
+    EXPECT_EQ(signal.find("codes")->items.size(), 3u);
+}
+
+// A crash can cut a record anywhere; such a line is refused whole, never read in part.
+TEST(RecordParserTest, AcceptsWholeRecordsOnly) {
+    for (const char *line : {R"({"a":{},"b":[]})", R"({"e":{"reason":"say "hi" now","k":2}})"}) {
+        EXPECT_TRUE(parseRecordLine(line).has_value()) << line;
+    }
+    for (const char *line :
+         {R"({"signal":{"name":"SIGSE)", R"({"thread":{"frames":[{"pc":1},)", R"({"a":1)",
+          R"({"a":1}x)", R"({"a":nul})", "",
+          "{\"a\":[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[1]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]]}"}) {
+        EXPECT_FALSE(parseRecordLine(line).has_value()) << line;
     }
 }
 
@@ -130,9 +144,7 @@ TEST_F(RecordWriterTest, AppendStartsCountAtFileSizeAndTruncateReplaces) {
     writer.writeNull();
     writer.close();
     EXPECT_EQ(contents(), "null");
-    struct stat status;
-    ASSERT_EQ(stat(path().c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777, 0644u);
+    EXPECT_EQ(std::filesystem::status(path()).permissions(), std::filesystem::perms(0644));
 }
 
 TEST_F(RecordWriterTest, BufferedWriterHoldsTextUntilFullOrClosed) {
@@ -156,10 +168,22 @@ TEST_F(RecordWriterTest, FailuresAreReportedNotHidden) {
     EXPECT_FALSE(writer.open((directory_.path() + "/missing/x").c_str(), false, false));
     EXPECT_FALSE(writer.writeString("x"));
     EXPECT_FALSE(writer.close());
+    // A full disk: every write fails alike, so the log says it once for the file.
     ASSERT_TRUE(writer.open(path().c_str(), false, false));
-    writer.setWriteCall([](int, const void *, size_t) -> ssize_t { return 0; });
-    EXPECT_FALSE(writer.writeUnsigned(1));
+    writer.setWriteCall([](int, const void *, size_t) -> ssize_t {
+        errno = ENOSPC;
+        return -1;
+    });
+    const std::string log = crashLogOutput([&] {
+        EXPECT_FALSE(writer.writeUnsigned(1));
+        EXPECT_FALSE(writer.writeString("x"));
+        EXPECT_FALSE(writer.close());
+    });
     EXPECT_EQ(writer.bytesWritten(), 0u);
+    const std::string line =
+        "Error: Unable to write file " + path() + " (No space left on device)\n";
+    EXPECT_TRUE(log.ends_with(line)) << log;
+    EXPECT_EQ(log.find("Unable to write"), log.rfind("Unable to write")) << log;
 }
 
 }  // namespace

@@ -72,23 +72,15 @@ TEST_F(X11ApplicationEventMonitorTest, WindowChangesBecomeApplicationEventsInOrd
               (QStringList{"DidLaunch logo.desktop", "DidActivate logo.desktop"}));
 
     QProcess *calc = nullptr;
-    QString calcWindow;
     EXPECT_EQ(eventsAfter([&] { calc = launch("xcalc", "XCalc"); }, "DidActivate XCalc"),
               (QStringList{"DidLaunch XCalc", "DidDeactivate logo.desktop", "DidActivate XCalc"}));
-    calcWindow = desktop.windowOf("XCalc");
-
-    EXPECT_EQ(eventsAfter(
-                  [&] {
-                      desktop.run("xdotool", {"windowminimize", calcWindow});
-                  },
-                  "DidHide XCalc"),
+    const QString calcWindow = desktop.windowOf("XCalc");
+    const auto xdotool = [&](const char *command) {
+        return [this, command, calcWindow] { desktop.run("xdotool", {command, calcWindow}); };
+    };
+    EXPECT_EQ(eventsAfter(xdotool("windowminimize"), "DidHide XCalc"),
               (QStringList{"DidHide XCalc", "DidDeactivate XCalc", "DidActivate logo.desktop"}));
-
-    EXPECT_EQ(eventsAfter(
-                  [&] {
-                      desktop.run("xdotool", {"windowactivate", calcWindow});
-                  },
-                  "DidActivate XCalc"),
+    EXPECT_EQ(eventsAfter(xdotool("windowactivate"), "DidActivate XCalc"),
               (QStringList{"DidUnhide XCalc", "DidDeactivate logo.desktop", "DidActivate XCalc"}));
 
     EXPECT_EQ(

@@ -3,35 +3,30 @@
 
 #include <QUrl>
 
-#include "CaseName.h"
+#include "SigningKey.h"
 #include "updates/Appcast.h"
+#include "updates/UpdateSignature.h"
 #include "updates/VersionComparator.h"
 
 namespace tarnwell::test {
 namespace {
 
-struct VersionOrder {
-    const char *older;
-    const char *newer;
-};
-
-class VersionOrderTest : public ::testing::TestWithParam<VersionOrder> {};
-
-TEST_P(VersionOrderTest, OlderSortsBeforeNewerBothWays) {
-    const auto [older, newer] = GetParam();
-    EXPECT_LT(compareVersions(QString::fromUtf8(older), QString::fromUtf8(newer)), 0);
-    EXPECT_GT(compareVersions(QString::fromUtf8(newer), QString::fromUtf8(older)), 0);
+TEST(VersionOrder, EachVersionSortsAfterEveryOneBeforeIt) {
+    // Pre-releases, releases, then build numbers.
+    const QStringList ascending =
+        QStringLiteral(
+            "1.0a2 1.0b1 1.0b2 1.0b5 1.0b10 1.0 1.0.1 1.1 1.9 1.10 99 100 2024.9 2024.10 "
+            "18446744073709551615 18446744073709551616")
+            .split(u' ');
+    for (qsizetype newer = 1; newer < ascending.size(); ++newer) {
+        for (qsizetype older = 0; older < newer; ++older) {
+            const QString &a = ascending[older];
+            const QString &b = ascending[newer];
+            EXPECT_LT(compareVersions(a, b), 0) << a.toStdString() << " < " << b.toStdString();
+            EXPECT_GT(compareVersions(b, a), 0) << b.toStdString() << " > " << a.toStdString();
+        }
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, VersionOrderTest,
-    ::testing::Values(VersionOrder{"1.0", "1.0.1"}, VersionOrder{"1.0.1", "1.1"},
-                      VersionOrder{"1.1", "1.10"}, VersionOrder{"1.9", "1.10"},
-                      VersionOrder{"1.0b1", "1.0"}, VersionOrder{"1.0a2", "1.0b1"},
-                      VersionOrder{"1.0b2", "1.0b10"}, VersionOrder{"1.0b5", "1.0.1"},
-                      // build numbers
-                      VersionOrder{"99", "100"}, VersionOrder{"2024.9", "2024.10"},
-                      VersionOrder{"18446744073709551615", "18446744073709551616"}));
 
 TEST(VersionEquality, TrailingZerosLeadingZerosAndSeparatorsDoNotCount) {
     for (const auto &[a, b] : {std::pair{"1.0", "1.0.0"}, std::pair{"1.01", "1.1"},
@@ -64,28 +59,21 @@ QStringList versionsOf(const QList<AppcastItem> &items) {
     return versions;
 }
 
-TEST(Appcast, NewestOfAShuffledFeedWinsByVersionNotByPosition) {
-    const auto parsed =
-        parseAppcast(rss(item("1.9") + item("1.10") + item("1.2") + item("1.10b3")), kFeedURL);
+TEST(Appcast, NewestItemForThisSystemWinsByVersionNotByPosition) {
+    const auto needs = [](const char *system) {
+        return "<sparkle:minimumSystemVersion>" + QByteArray(system) +
+               "</sparkle:minimumSystemVersion>";
+    };
+    const auto parsed = parseAppcast(rss(item("1.9") + item("1.10", needs("12")) + item("1.2") +
+                                         item("1.10b3") + item("5", needs("13"))),
+                                     kFeedURL);
     const auto &items = std::get<QList<AppcastItem>>(parsed);
-    ASSERT_EQ(items.size(), 4);
+    ASSERT_EQ(items.size(), 5);
     EXPECT_EQ(newestItem(items, "12")->version, "1.10");
-    // Addresses are relative to the feed's.
-    EXPECT_EQ(items[1].url, QUrl("https://updates.test/download/tarnwell-1.10.deb"));
-    EXPECT_EQ(items[1].length, 1234);
-    EXPECT_EQ(items[1].edSignature, QByteArray("\0\0\0", 3));
-}
-
-TEST(Appcast, ItemsForANewerSystemAreLeftOut) {
-    const auto parsed = parseAppcast(
-        rss(item("5", "<sparkle:minimumSystemVersion>13</sparkle:minimumSystemVersion>") +
-            item("4", "<sparkle:minimumSystemVersion>12</sparkle:minimumSystemVersion>") +
-            item("3")),
-        kFeedURL);
-    const auto &items = std::get<QList<AppcastItem>>(parsed);
-    EXPECT_EQ(newestItem(items, "12")->version, "4");
     EXPECT_EQ(newestItem(items, "13")->version, "5");
     EXPECT_FALSE(newestItem({}, "12"));
+    // Addresses are relative to the feed's.
+    EXPECT_EQ(items[1].url, QUrl("https://updates.test/download/tarnwell-1.10.deb"));
 }
 
 TEST(Appcast, ReadsEveryFieldIncludingVersionsOnTheEnclosure) {
@@ -109,41 +97,28 @@ TEST(Appcast, ReadsEveryFieldIncludingVersionsOnTheEnclosure) {
     EXPECT_EQ(entry.edSignature, QByteArray("\1\2\3"));
 }
 
-struct UnusableItem {
-    const char *name;
-    QByteArray xml;
-};
-
-class UnusableItemTest : public ::testing::TestWithParam<UnusableItem> {};
-
-TEST_P(UnusableItemTest, IsDroppedAndTheRestOfTheFeedKept) {
-    const auto parsed = parseAppcast(rss(GetParam().xml + item("1.0")), kFeedURL);
-    ASSERT_TRUE(std::holds_alternative<QList<AppcastItem>>(parsed));
-    EXPECT_EQ(versionsOf(std::get<QList<AppcastItem>>(parsed)), QStringList{"1.0"});
-}
-
 QByteArray enclosure(const QByteArray &attributes) {
     return "<item><sparkle:version>9</sparkle:version><enclosure " + attributes + "/></item>";
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Table, UnusableItemTest,
-    ::testing::Values(
-        UnusableItem{"NoEnclosure", "<item><sparkle:version>9</sparkle:version></item>"},
-        UnusableItem{"NoVersion",
-                     "<item><enclosure url=\"a.deb\" length=\"5\" sparkle:edSignature=\"AA==\"/>"
-                     "</item>"},
-        UnusableItem{"NoURL", enclosure("length=\"5\" sparkle:edSignature=\"AA==\"")},
-        UnusableItem{"ZeroLength",
-                     enclosure("url=\"a.deb\" length=\"0\" sparkle:edSignature=\"AA==\"")},
-        UnusableItem{"NegativeLength",
-                     enclosure("url=\"a.deb\" length=\"-5\" sparkle:edSignature=\"AA==\"")},
-        UnusableItem{"LengthNotANumber",
-                     enclosure("url=\"a.deb\" length=\"5x\" sparkle:edSignature=\"AA==\"")},
-        UnusableItem{"NoSignature", enclosure("url=\"a.deb\" length=\"5\"")},
-        UnusableItem{"SignatureNotBase64",
-                     enclosure("url=\"a.deb\" length=\"5\" sparkle:edSignature=\"**\"")}),
-    tarnwell::test::caseName);
+TEST(Appcast, AnUnusableItemIsDroppedAndTheRestOfTheFeedKept) {
+    const QByteArray unusable[] = {
+        "<item><sparkle:version>9</sparkle:version></item>",
+        "<item><enclosure url=\"a.deb\" length=\"5\" sparkle:edSignature=\"AA==\"/></item>",
+        enclosure("length=\"5\" sparkle:edSignature=\"AA==\""),
+        enclosure("url=\"a.deb\" length=\"0\" sparkle:edSignature=\"AA==\""),
+        enclosure("url=\"a.deb\" length=\"-5\" sparkle:edSignature=\"AA==\""),
+        enclosure("url=\"a.deb\" length=\"5x\" sparkle:edSignature=\"AA==\""),
+        enclosure("url=\"a.deb\" length=\"5\""),
+        enclosure("url=\"a.deb\" length=\"5\" sparkle:edSignature=\"**\""),
+    };
+    for (const QByteArray &xml : unusable) {
+        const auto parsed = parseAppcast(rss(xml + item("1.0")), kFeedURL);
+        ASSERT_TRUE(std::holds_alternative<QList<AppcastItem>>(parsed)) << xml.data();
+        EXPECT_EQ(versionsOf(std::get<QList<AppcastItem>>(parsed)), QStringList{"1.0"})
+            << xml.data();
+    }
+}
 
 TEST(Appcast, MalformedFeedsAreErrorsAndAnEmptyOneIsNoUpdate) {
     for (const QByteArray &feed :
@@ -155,6 +130,44 @@ TEST(Appcast, MalformedFeedsAreErrorsAndAnEmptyOneIsNoUpdate) {
     const auto empty = parseAppcast(rss(""), kFeedURL);
     ASSERT_TRUE(std::holds_alternative<QList<AppcastItem>>(empty));
     EXPECT_TRUE(std::get<QList<AppcastItem>>(empty).isEmpty());
+}
+
+std::span<const unsigned char> bytesOf(const QByteArray &data) {
+    return {reinterpret_cast<const unsigned char *>(data.constData()), size_t(data.size())};
+}
+
+// RFC 8032, section 7.1, TEST 1: the empty message.
+TEST(Ed25519, PublishedVectorVerifies) {
+    const QByteArray key =
+        QByteArray::fromHex("d75a980182b10ab7d54bfed3c964073a0ee172f3daa62325af021a68f707511a");
+    const QByteArray signature = QByteArray::fromHex(
+        "e5564300c360ac729086e2cc806e828a84877f1eb8e5d974d873e06522490155"
+        "5fb8821590a33bacc61e39701cf9b46bd25bf5f0595bbe24655141438e7a100b");
+    EXPECT_TRUE(verifyEd25519(key, signature, {}));
+    EXPECT_FALSE(verifyEd25519(key, signature, bytesOf("x")));
+}
+
+TEST(Ed25519, AnyChangeToFileSignatureOrKeyFails) {
+    const SigningKey key;
+    const SigningKey otherKey;
+    const QByteArray package("a package's bytes\n");
+    const QByteArray signature = key.sign(package);
+    ASSERT_TRUE(verifyEd25519(key.publicKey(), signature, bytesOf(package)));
+
+    QByteArray changedPackage = package;
+    changedPackage[3] = 'X';
+    QByteArray changedSignature = signature;
+    changedSignature[10] = char(changedSignature[10] ^ 1);
+    EXPECT_FALSE(verifyEd25519(key.publicKey(), signature, bytesOf(changedPackage)));
+    EXPECT_FALSE(verifyEd25519(key.publicKey(), changedSignature, bytesOf(package)));
+    EXPECT_FALSE(verifyEd25519(otherKey.publicKey(), signature, bytesOf(package)));
+    EXPECT_FALSE(verifyEd25519(key.publicKey(), signature.left(63), bytesOf(package)));
+    EXPECT_FALSE(verifyEd25519(key.publicKey().left(31), signature, bytesOf(package)));
+    EXPECT_FALSE(verifyEd25519(QByteArray(), QByteArray(), bytesOf(package)));
+}
+
+TEST(Ed25519, TheBuiltInKeyIsAKey) {
+    EXPECT_EQ(builtInUpdatePublicKey().size(), 32);
 }
 
 }  // namespace

@@ -113,16 +113,14 @@ AppsTab::AppsTab(QRMPreferencesManager &preferences, QRMAppDelegate &appDelegate
             [this] { setViewToRow(selectedRow()); });
 
     addButton = new QRMPopUpButton;
-    addButton->setIcon(QPixmap::fromImage(imageForAddButton(palette(), devicePixelRatioF())));
     addButton->setFixedSize(22, 22);
     addButton->setMenuForPopUp([this] { return menuForPopUp(); });
     addButton->setEnabled(false);
     removeButton = new QPushButton;
-    removeButton->setIcon(
-        QPixmap::fromImage(imageForRemoveButton(palette(), devicePixelRatioF())));
     removeButton->setFixedSize(22, 22);
     removeButton->setFlat(true);
     connect(removeButton, &QPushButton::clicked, this, &AppsTab::removeButtonAction);
+    drawButtonImages();
 
     chooseApplication = new QLabel;
     applicationEventsNotAvailable = new QLabel;
@@ -220,6 +218,11 @@ QList<QCheckBox *> AppsTab::eventButtons() const {
     // In the order of the record's flags.
     return {buttonDidLaunch, buttonDidTerminate, buttonDidHide,
             buttonDidUnhide, buttonDidActivate,  buttonDidDeactivate};
+}
+
+void AppsTab::drawButtonImages() {
+    addButton->setIcon(QPixmap::fromImage(imageForAddButton(palette(), devicePixelRatioF())));
+    removeButton->setIcon(QPixmap::fromImage(imageForRemoveButton(palette(), devicePixelRatioF())));
 }
 
 void AppsTab::languageDidChanged() {

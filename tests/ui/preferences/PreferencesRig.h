@@ -34,6 +34,7 @@ struct PreferencesRig {
     FakeUrlOpener urlOpener;
     FakeUsageEvents usageEvents;
     FakeUpdateChecks updater;
+    FakeApplicationEvents applicationEvents;
     QRMLanguageNotifier languageNotifier;
     QRMLocalization localization{preferences, QStringLiteral(":/translations"),
                                  [] { return QStringList{"en-GB"}; }};
@@ -73,7 +74,7 @@ struct PreferencesRig {
         delegate = std::make_unique<QRMAppDelegate>(QRMAppDelegate::Services{
             engine, settings, fakeLocalizer(), urlOpener, &statusItem, nullptr,
             [this](std::function<void()> task) { pendingCleanings.push_back(std::move(task)); },
-            &usageEvents, nullptr, &loginItems, applicationPath});
+            &usageEvents, nullptr, &loginItems, applicationPath, &applicationEvents});
         delegate->awakeFromNib();
         delegate->applicationDidFinishLaunching();
         if (cleaning) {
