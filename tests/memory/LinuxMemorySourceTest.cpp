@@ -7,7 +7,7 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 #include <tuple>
 
 #include "CaseName.h"
@@ -163,12 +163,9 @@ TEST(LinuxMemorySource, FailsEverySampleWithoutProc) {
 }
 
 std::string fixture(const std::string &name) {
-    std::ifstream stream(std::string(TARNWELL_TEST_DATA_DIR) + "/memory/malformed/" + name,
-                         std::ios::binary);
+    std::ifstream stream(TARNWELL_TEST_DATA_DIR "/memory/malformed/" + name, std::ios::binary);
     EXPECT_TRUE(stream) << name;
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
+    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 TEST(ParseSwaps, DecodesEscapedBlanksAndKeepsEveryArea) {
