@@ -50,6 +50,20 @@ struct ThrowAwayRun {
         ASSERT_TRUE(process.waitForStarted());
     }
 
+    struct Finished {
+        int status;
+        QString out, err;
+    };
+
+    // Runs the program to its end, in a locale whose messages the tests know.
+    Finished finish(const QStringList &arguments) {
+        env.insert("LC_ALL", "C.UTF-8");
+        start(arguments);
+        EXPECT_TRUE(process.waitForFinished(30000));
+        return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+                QString::fromUtf8(process.readAllStandardError())};
+    }
+
     // Ends the program as a user or the session would: it must exit cleanly.
     void stopWith(int signal) {
         ASSERT_EQ(::kill(pid_t(process.processId()), signal), 0);
