@@ -104,9 +104,9 @@ void useMachine(ThrowAwayRun &run, const std::optional<std::string> &meminfo) {
     run.env.insert("TARNWELL_MEMORY_ROOT", QString::fromStdString(root.string()));
 }
 
-// A missing meminfo and a fifo in its place: the command fails, naming the
-// file and why, with nothing on stdout.
-TEST(UnreadableMemory, CommandSaysWhichFileAndWhy) {
+// A missing meminfo and a fifo in its place: each memory command fails,
+// naming the file and why, with nothing on stdout.
+TEST(UnreadableMemory, CommandsSayWhichFileAndWhy) {
     for (const bool fifo : {false, true}) {
         ThrowAwayRun run;
         useMachine(run, std::nullopt);
@@ -114,7 +114,8 @@ TEST(UnreadableMemory, CommandSaysWhichFileAndWhy) {
         if (fifo) {
             ASSERT_EQ(mkfifo(meminfo.toLocal8Bit().constData(), 0600), 0);
         }
-        const ThrowAwayRun::Finished finished = run.finish({"stats"});
+        const ThrowAwayRun::Finished finished =
+            run.finish(fifo ? QStringList{"clean", "--json"} : QStringList{"stats"});
         EXPECT_EQ(finished.status, 1);
         EXPECT_EQ(finished.err, "tarnwell: Memory figures unavailable: " + meminfo +
                                     (fifo ? ": not a regular file\n"

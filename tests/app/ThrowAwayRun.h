@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/stat.h>
+
 #include <csignal>
 
 #include <QDir>
@@ -24,10 +26,7 @@ struct ThrowAwayRun {
         env.insert("XDG_DATA_HOME", home.filePath("data"));
         env.insert("XDG_CACHE_HOME", home.filePath("cache"));
         // Its own runtime folder, so its cleaning lock is not the desktop's.
-        QDir().mkpath(home.filePath("runtime"));
-        QFile::setPermissions(home.filePath("runtime"), QFileDevice::ReadOwner |
-                                                            QFileDevice::WriteOwner |
-                                                            QFileDevice::ExeOwner);
+        ::mkdir(home.filePath("runtime").toLocal8Bit().constData(), 0700);
         env.insert("XDG_RUNTIME_DIR", home.filePath("runtime"));
         env.insert("TARNWELL_EVENTS_URL", "http://127.0.0.1:9/events");
         env.remove("WAYLAND_DISPLAY");
