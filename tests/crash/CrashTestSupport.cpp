@@ -19,7 +19,8 @@
 
 namespace tarnwell::crash::testing {
 
-ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds) {
+ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds,
+                    const std::function<bool()> &interruptWhen) {
     const pid_t pid = fork();
     if (pid == 0) {
         for (int number : kCapturedSignals) {
@@ -34,9 +35,17 @@ ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds) {
     if (pid < 0) {
         return end;
     }
-    // A pidfd becomes readable when the child ends, so the deadline is one poll.
+    // A pidfd becomes readable when the child ends; polled in tenths of a second so that
+    // `interruptWhen` is asked as the child runs.
     pollfd watch{int(syscall(SYS_pidfd_open, pid, 0)), POLLIN, 0};
-    end.finished = watch.fd >= 0 && poll(&watch, 1, deadlineSeconds * 1000) == 1;
+    bool interrupted = false;
+    for (int tenths = 0; watch.fd >= 0 && !end.finished && tenths < deadlineSeconds * 10;
+         ++tenths) {
+        end.finished = poll(&watch, 1, 100) == 1;
+        if (!end.finished && !interrupted && interruptWhen && interruptWhen()) {
+            interrupted = kill(pid, SIGINT) == 0;
+        }
+    }
     if (!end.finished) {
         kill(pid, SIGKILL);
     }
@@ -91,10 +100,6 @@ std::string activeFile(const std::string &reports, const char *file) {
     return {};
 }
 
-std::vector<RecordValue> activeRecords(const std::string &reports, const char *file) {
-    return parsedRecords(activeFile(reports, file));
-}
-
 std::vector<RecordValue> parsedRecords(const std::string &path) {
     std::vector<RecordValue> records;
     for (const std::string &line : readLines(path)) {
@@ -112,11 +117,7 @@ std::string crashLogOutput(const std::function<void()> &body) {
     setCrashLogDescriptor(fileno(log));
     body();
     setCrashLogDescriptor(-1);
-    rewind(log);
-    std::string text;
-    for (int c; (c = fgetc(log)) != EOF;) {
-        text += char(c);
-    }
+    const std::string text = readText("/proc/self/fd/" + std::to_string(fileno(log)));
     fclose(log);
     return text;
 }

@@ -16,9 +16,11 @@ struct ChildEnd {
 };
 
 // Runs `body` in a forked child whose seven crash signals start at the default action
-// (the sanitizers' own handlers removed), then waits up to `deadlineSeconds` for it.
-// A body that returns exits with status 0; an exception leaving it is uncaught.
-ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds = 30);
+// (the sanitizers' own handlers removed), then waits up to `deadlineSeconds` for it,
+// sending it SIGINT once `interruptWhen` says so. A body that returns exits with status 0;
+// an exception leaving it is uncaught.
+ChildEnd runInChild(const std::function<void()> &body, int deadlineSeconds = 30,
+                    const std::function<bool()> &interruptWhen = {});
 
 // runInChild, with crash reporting started in the child before `body` and its reports under
 // `reports` (no image watcher, no foreign-handler check; exit status 99 if it cannot
@@ -30,16 +32,11 @@ ChildEnd runCapturedInChild(const std::string &reports, const std::function<void
 // test does not know.
 std::string activeFile(const std::string &reports, const char *file);
 
-// The records of activeFile(reports, file).
-std::vector<RecordValue> activeRecords(const std::string &reports, const char *file);
-
 // Every line of a record file, parsed; a line that does not parse fails the test.
 std::vector<RecordValue> parsedRecords(const std::string &path);
 
-// The lines of a text file; empty when it cannot be read.
+// The lines of a text file, or the whole of it; empty when it cannot be read.
 std::vector<std::string> readLines(const std::string &path);
-
-// The whole of a text file; empty when it cannot be read.
 std::string readText(const std::string &path);
 
 // What `body` writes to the crash log.

@@ -2,15 +2,13 @@
 // `tarnwell crash-reports`, as support would on a user's machine; and runs it in the
 // terminal to see what both kits write.
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <signal.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <regex>
 #include <string>
 #include <vector>
@@ -27,12 +25,23 @@ using namespace testing;
 
 class EndToEndTest : public ::testing::Test {
 protected:
-    ChildEnd runTarnwell(std::vector<std::string> arguments, const std::string &output = {}) {
-        return runInChild([&] {
-            setenv("XDG_DATA_HOME", data_.path().c_str(), 1);
-            if (!output.empty()) {
-                freopen(output.c_str(), "w", stdout);
+    // Everything the program finds about it in the environment is the test's: its
+    // folders, a captured machine, an events server that is not there, no display.
+    ChildEnd runTarnwell(std::vector<std::string> arguments, const std::string &output = {},
+                         const std::function<bool()> &interruptWhen = {}) {
+        const auto run = [&] {
+            for (const char *folder : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME"}) {
+                setenv(folder, data_.path().c_str(), 1);
             }
+            fs::create_directories(data_.path() + "/runtime");
+            setenv("XDG_RUNTIME_DIR", (data_.path() + "/runtime").c_str(), 1);
+            setenv("TARNWELL_MEMORY_ROOT", TARNWELL_TEST_DATA_DIR "/memory/debian12-6.18-noswap",
+                   1);
+            setenv("TARNWELL_EVENTS_URL", "http://127.0.0.1:9/events", 1);
+            setenv("TARNWELL_EVENTS_KEY", "shared-account-key", 1);
+            unsetenv("DISPLAY");
+            unsetenv("WAYLAND_DISPLAY");
+            freopen(output.empty() ? "/dev/null" : output.c_str(), "w", stdout);
             freopen("/dev/null", "w", stderr);
             std::vector<char *> argv{const_cast<char *>(TARNWELL_EXECUTABLE)};
             for (std::string &argument : arguments) {
@@ -41,19 +50,20 @@ protected:
             argv.push_back(nullptr);
             execv(TARNWELL_EXECUTABLE, argv.data());
             _exit(127);
-        });
+        };
+        return runInChild(run, 30, interruptWhen);
     }
 
-    std::string crashReports(const std::vector<std::string> &arguments) {
+    // What `tarnwell crash-reports` prints, as text or as JSON.
+    std::string crashReports(bool json = false) {
         const std::string output = data_.path() + "/output";
-        const ChildEnd end = runTarnwell(arguments, output);
-        EXPECT_EQ(end.exitStatus, 0);
+        const std::vector<std::string> text{"crash-reports"}, asJson{"crash-reports", "--json"};
+        EXPECT_EQ(runTarnwell(json ? asJson : text, output).exitStatus, 0);
         return readText(output);
     }
 
-    fs::path pendingDirectory() const {
-        return fs::path(data_.path()) / "telemetry.data" / "app.tarnwell.Tarnwell" / "reports" /
-               "pending";
+    fs::path telemetry() const {
+        return fs::path(data_.path()) / "telemetry.data/app.tarnwell.Tarnwell";
     }
 
     TemporaryDirectory data_;
@@ -64,10 +74,9 @@ protected:
 // Other ways of crashing are run in process by the capture tests.
 TEST_F(EndToEndTest, DebugCrashIsReportedAtNextStart) {
     const ChildEnd end = runTarnwell({"--debug-crash=segv"});
-    ASSERT_TRUE(end.finished);
     EXPECT_EQ(end.signal, SIGSEGV) << "exit status " << end.exitStatus;
 
-    const std::string json = crashReports({"crash-reports", "--json"});
+    const std::string json = crashReports(true);
     const auto parsed = parseRecordLine(json.substr(0, json.find_last_not_of('\n') + 1));
     ASSERT_TRUE(parsed.has_value()) << json;
     ASSERT_EQ(parsed->items.size(), 1u) << json;
@@ -83,10 +92,10 @@ TEST_F(EndToEndTest, DebugCrashIsReportedAtNextStart) {
     EXPECT_EQ(report.find("metadata")->find("application")->stringAt("bundle_id"),
               "app.tarnwell.Tarnwell");
 
-    for (const auto &pending : fs::directory_iterator(pendingDirectory())) {
+    for (const auto &pending : fs::directory_iterator(telemetry() / "reports/pending")) {
         std::ofstream(pending.path() / "signal.crsrecord", std::ios::app) << "{\"thread\":{\"ti";
     }
-    const std::string text = crashReports({"crash-reports"});
+    const std::string text = crashReports();
     EXPECT_NE(text.find("SIGSEGV"), std::string::npos) << text;
     EXPECT_NE(text.find("damaged record: signal.crsrecord line 3"), std::string::npos) << text;
 }
@@ -108,8 +117,8 @@ TEST_P(HostileReportRecord, IsReadWithinLimitsAndPrintedEscaped) {
         "\"code_name\":\"\xff\xfe\",\"time\":1700000000}}\n";
     TemporaryDirectory outside;
     const bool oddFolder = GetParam().kind == HostileKind::OddName;
-    const std::string report =
-        (pendingDirectory() / "20261123T093012Z-001").string() + (oddFolder ? kOddSuffix : "");
+    const std::string report = (telemetry() / "reports/pending/20261123T093012Z-001").string() +
+                               (oddFolder ? kOddSuffix : "");
     fs::create_directories(report);
     if (oddFolder) {
         std::ofstream(report + "/signal.crsrecord") << record;
@@ -117,9 +126,7 @@ TEST_P(HostileReportRecord, IsReadWithinLimitsAndPrintedEscaped) {
         placeHostile(GetParam(), report, "signal.crsrecord", record, outside.path());
     }
     for (const bool json : {true, false}) {
-        const std::string output =
-            crashReports(json ? std::vector<std::string>{"crash-reports", "--json"}
-                              : std::vector<std::string>{"crash-reports"});
+        const std::string output = crashReports(json);
         EXPECT_LT(output.size(), 64u << 10);
         if (GetParam().kind == HostileKind::LinkOut) {
             EXPECT_EQ(output.find(kForeignBytes), std::string::npos) << output;
@@ -141,8 +148,8 @@ INSTANTIATE_TEST_SUITE_P(Entries, HostileReportRecord,
                          tarnwell::testing::hostileCaseName);
 
 TEST_F(EndToEndTest, NoReportsSaysSo) {
-    EXPECT_EQ(crashReports({"crash-reports"}), "No crash reports.\n");
-    EXPECT_EQ(crashReports({"crash-reports", "--json"}), "[]\n");
+    EXPECT_EQ(crashReports(), "No crash reports.\n");
+    EXPECT_EQ(crashReports(true), "[]\n");
 }
 
 TEST_F(EndToEndTest, UnknownWayIsUsageError) {
@@ -153,56 +160,26 @@ TEST_F(EndToEndTest, UnknownWayIsUsageError) {
 // One installation and one run: both kits of a process must name the same ones, as the
 // real program in the terminal writes them.
 TEST_F(EndToEndTest, BothKitsOfARunNameTheSameOne) {
-    const fs::path telemetry = fs::path(data_.path()) / "telemetry.data/app.tarnwell.Tarnwell";
-    const fs::path eventsMetadata = telemetry / "analytics/v2/crash_metadata";
-    fs::create_directories(data_.path() + "/runtime");
-    const pid_t pid = fork();
-    if (pid == 0) {
-        for (const char *folder : {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME"}) {
-            setenv(folder, data_.path().c_str(), 1);
-        }
-        setenv("XDG_RUNTIME_DIR", (data_.path() + "/runtime").c_str(), 1);
-        setenv("TARNWELL_MEMORY_ROOT", TARNWELL_TEST_DATA_DIR "/memory/debian12-6.18-noswap", 1);
-        setenv("TARNWELL_EVENTS_URL", "http://127.0.0.1:9/events", 1);
-        setenv("TARNWELL_EVENTS_KEY", "shared-account-key", 1);
-        unsetenv("DISPLAY");
-        unsetenv("WAYLAND_DISPLAY");
-        freopen("/dev/null", "w", stdout);
-        freopen("/dev/null", "w", stderr);
-        execl(TARNWELL_EXECUTABLE, TARNWELL_EXECUTABLE, "--console", nullptr);
-        _exit(127);
-    }
-    ASSERT_GT(pid, 0);
-    // The events kit writes its metadata when it starts; poll for it with a deadline.
-    const int pidfd = int(syscall(SYS_pidfd_open, pid, 0));
-    pollfd ended{pidfd, POLLIN, 0};
-    for (int waited = 0; waited < 300 && !fs::exists(eventsMetadata); ++waited) {
-        if (poll(&ended, 1, 100) == 1) {
-            break;
-        }
-    }
-    kill(pid, SIGINT);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    close(pidfd);
-    ASSERT_TRUE(WIFEXITED(status)) << "status " << status;
+    const fs::path eventsMetadata = telemetry() / "analytics/v2/crash_metadata";
+    // The events kit writes its metadata when it starts; then the run is ended as Ctrl-C would.
+    const ChildEnd end = runTarnwell({"--console"}, {}, [&] { return fs::exists(eventsMetadata); });
+    ASSERT_EQ(end.exitStatus, 0) << "signal " << end.signal;
 
-    const auto eventsRecords = parsedRecords(eventsMetadata.string());
-    ASSERT_EQ(eventsRecords.size(), 1u);
-    const RecordValue *events = &eventsRecords[0];
-    const std::vector<RecordValue> crash = parsedRecords(
-        (telemetry / ("reports/active-" + std::to_string(pid)) / "metadata.crsrecord").string());
+    const auto events = parsedRecords(eventsMetadata.string());
+    ASSERT_EQ(events.size(), 1u);
+    const auto crash =
+        parsedRecords(activeFile((telemetry() / "reports").string(), "metadata.crsrecord"));
     ASSERT_EQ(crash.size(), 4u);
     const RecordValue *identity = crash[0].find("identity");
     const RecordValue *executable = crash[3].find("executable");
     ASSERT_TRUE(identity != nullptr && executable != nullptr);
     EXPECT_TRUE(std::regex_match(identity->stringAt("install_id"),
                                  std::regex("[0-9a-f]{8}(-[0-9a-f]{4}){3}-[0-9a-f]{12}")));
-    EXPECT_EQ(events->stringAt("install_id"), identity->stringAt("install_id"));
-    EXPECT_EQ(events->stringAt("session_id"), identity->stringAt("session_id"));
+    EXPECT_EQ(events[0].stringAt("install_id"), identity->stringAt("install_id"));
+    EXPECT_EQ(events[0].stringAt("session_id"), identity->stringAt("session_id"));
     EXPECT_EQ(identity->stringAt("api_key"), "shared-account-key");
-    EXPECT_EQ(events->stringAt("api_key"), "shared-account-key");
-    EXPECT_EQ(events->stringAt("instance_id"), executable->stringAt("uuid"));
+    EXPECT_EQ(events[0].stringAt("api_key"), "shared-account-key");
+    EXPECT_EQ(events[0].stringAt("instance_id"), executable->stringAt("uuid"));
     EXPECT_NE(executable->stringAt("uuid"), std::string(32, '0'));
 }
 

@@ -35,32 +35,25 @@ TEST(ExceptionNameTest, NamesTypeAndFirstCode) {
     }
 }
 
-TEST(ExceptionMaskTest, GuardFromVersionCode1070) {
-    EXPECT_EQ(exceptionMask(1060, {}), 0x4Eu);
-    EXPECT_EQ(exceptionMask(1070, {}), 0x104Eu);
-    EXPECT_EQ(exceptionMask(101600, {}), 0x104Eu);
-}
-
 // This kernel's numbers: SIGILL 4, SIGTRAP 5, SIGABRT 6, SIGBUS 7, SIGFPE 8, SIGKILL 9,
 // SIGSEGV 11, SIGSYS 31. Abort and bad system calls map to EXC_CRASH (1024), which is
 // never registered, so insisting on them changes nothing.
-TEST(ExceptionMaskTest, SignalsDeliveredAsSignalsAreLeftOut) {
-    const int badAccess[] = {11, 7};
-    EXPECT_EQ(exceptionMask(1070, badAccess), 0x104Cu);
-    const int eachFault[] = {4, 5, 8};
-    EXPECT_EQ(exceptionMask(1070, eachFault), 0x1002u);
-    const int crashOnly[] = {6, 31, 9};
-    EXPECT_EQ(exceptionMask(1070, crashOnly), 0x104Eu);
-    EXPECT_EQ(exceptionMaskForSignal(6), 1024u);
-    EXPECT_EQ(exceptionMaskForSignal(31), 1024u);
-}
-
-TEST(SystemVersionCodeTest, ByMinorNumberAlone) {
+// The version code comes from the minor number alone.
+TEST(ExceptionMaskTest, GuardFromVersionCode1070LessSignalsDeliveredAsSignals) {
     const std::pair<int, uint32_t> codes[] = {{5, 0},       {6, 1060},    {9, 1090},
                                               {10, 101000}, {16, 101600}, {17, 0}};
     for (const auto &[minor, code] : codes) {
         EXPECT_EQ(systemVersionCode(minor), code) << minor;
     }
+    EXPECT_EQ(exceptionMask(1060, {}), 0x4Eu);
+    EXPECT_EQ(exceptionMask(1070, {}), 0x104Eu);
+    EXPECT_EQ(exceptionMask(101600, {}), 0x104Eu);
+    const int badAccess[] = {11, 7}, eachFault[] = {4, 5, 8}, crashOnly[] = {6, 31, 9};
+    EXPECT_EQ(exceptionMask(1070, badAccess), 0x104Cu);
+    EXPECT_EQ(exceptionMask(1070, eachFault), 0x1002u);
+    EXPECT_EQ(exceptionMask(1070, crashOnly), 0x104Eu);
+    EXPECT_EQ(exceptionMaskForSignal(6), 1024u);
+    EXPECT_EQ(exceptionMaskForSignal(31), 1024u);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include "memory/LinuxMemorySource.h"
+#include "memory/ProcParsers.h"
 
 #include <gtest/gtest.h>
 
@@ -6,6 +7,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <tuple>
 
 #include "CaseName.h"
@@ -13,21 +15,21 @@
 namespace tarnwell {
 namespace {
 
+using test::caseName;
+using namespace proc;
+
 // Expected figures were worked out by hand from each capture: meminfo's kB
 // times 1024, divided by the 4 KiB page for counts.
 struct Capture {
     const char *name;
     const char *folder;
-    uint64_t hardwareMemorySize;
-    uint64_t hardwarePhysicalMemory;
-    uint64_t userMemory;
+    uint64_t hardwareMemorySize, hardwarePhysicalMemory, userMemory;
     uint32_t freeCount, activeCount, inactiveCount, wireCount;
     uint32_t externalPageCount, internalPageCount, compressorPageCount;
     uint64_t totalUncompressedPagesInCompressor;
     uint64_t faults, reactivations, pageins, pageouts, purges, swapins, compressions,
         decompressions;
-    uint64_t availableBytes;
-    uint64_t swapTotal, swapAvailable, swapUsed;
+    uint64_t availableBytes, swapTotal, swapAvailable, swapUsed;
     bool swapEncrypted;
 };
 
@@ -106,8 +108,7 @@ TEST_P(LinuxCapture, Figures) {
               std::tuple(c.swapTotal, c.swapAvailable, c.swapUsed, 4096u, c.swapEncrypted));
 }
 
-INSTANTIATE_TEST_SUITE_P(Captures, LinuxCapture, testing::ValuesIn(kCaptures),
-                         tarnwell::test::caseName);
+INSTANTIATE_TEST_SUITE_P(Captures, LinuxCapture, testing::ValuesIn(kCaptures), caseName);
 
 struct SwapAreas {
     const char *name;
@@ -137,13 +138,14 @@ TEST_P(SwapEncryption, OnlyWhenEveryAreaIsDmCrypt) {
     EXPECT_EQ(swap->encrypted, GetParam().encrypted);
 }
 
+// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Areas, SwapEncryption,
     testing::Values(SwapAreas{"MapperName", "/dev/mapper/cryptswap partition 8 0 -2\n", true},
                     SwapAreas{"LvmVolume", "/dev/dm-0 partition 8 0 -2\n", false},
-                    SwapAreas{"CryptAndZram",
-                              "/dev/dm-1 partition 8 0 -2\n/dev/zram0 partition 8 0 100\n", false}),
-    tarnwell::test::caseName);
+                    SwapAreas{"CryptAndZram", "/dev/dm-1 partition 8 0 -2\n/dev/zram0 partition 8 0 100\n", false}),
+    caseName);
+// clang-format on
 
 // Replaying a capture reads nothing of this machine: _SC_PHYS_PAGES, which
 // glibc takes from the same kernel total as MemTotal, comes from the capture.
@@ -156,12 +158,78 @@ TEST(LinuxMemorySource, UnderACapturedRootPhysicalMemoryIsItsMemTotal) {
 TEST(LinuxMemorySource, FailsEverySampleWithoutProc) {
     LinuxMemorySource memory("/nonexistent/proc", "/nonexistent/sys", {4096, 10});
     const MemorySample sample = memory.sample();
-    EXPECT_FALSE(sample.vmStatistics.has_value());
-    EXPECT_FALSE(sample.swapUsage.has_value());
-    EXPECT_FALSE(sample.userMemory.has_value());
-    EXPECT_FALSE(memory.hardwareMemorySize().has_value());
-    EXPECT_FALSE(memory.hardwarePhysicalMemory().has_value());
+    EXPECT_FALSE(sample.vmStatistics || sample.swapUsage || sample.userMemory);
+    EXPECT_FALSE(memory.hardwareMemorySize() || memory.hardwarePhysicalMemory());
 }
+
+std::string fixture(const std::string &name) {
+    std::ifstream stream(std::string(TARNWELL_TEST_DATA_DIR) + "/memory/malformed/" + name,
+                         std::ios::binary);
+    EXPECT_TRUE(stream) << name;
+    std::ostringstream text;
+    text << stream.rdbuf();
+    return text.str();
+}
+
+TEST(ParseSwaps, DecodesEscapedBlanksAndKeepsEveryArea) {
+    const auto parsed = parseSwaps(
+        "Filename\tType\tSize\tUsed\tPriority\n"
+        "/dev/dm-1                               partition\t8388604\t0\t-2\n"
+        "/swap\\040file\\134x  file 1024 12 -3");
+    ASSERT_TRUE(std::holds_alternative<std::vector<SwapArea>>(parsed));
+    const auto &areas = std::get<std::vector<SwapArea>>(parsed);
+    ASSERT_EQ(areas.size(), 2u);
+    EXPECT_EQ(std::tie(areas[0].path, areas[0].type), std::tuple("/dev/dm-1", "partition"));
+    EXPECT_EQ(std::tie(areas[1].path, areas[1].type), std::tuple("/swap file\\x", "file"));
+}
+
+// Real files: see LinuxCapture, whose captures hold unknown keys, per-zone
+// counters of old kernels and a meminfo without MemAvailable.
+struct BadFile {
+    const char *name;
+    std::string (*parse)(std::string_view text);
+    const char *fixture;  // a capture under malformed/, or null to parse text
+    const char *text;
+    const char *error;  // "": accepted
+};
+
+// The error a parser gives, or "" when it accepts the text.
+template <auto parse>
+std::string errorOf(std::string_view text) {
+    const auto result = parse(text);
+    const auto *error = std::get_if<ParseError>(&result);
+    return error ? error->message : "";
+}
+constexpr auto meminfo = errorOf<parseMeminfo>;
+constexpr auto vmstat = errorOf<parseVmstat>;
+constexpr auto swaps = errorOf<parseSwaps>;
+
+class BadProcFile : public testing::TestWithParam<BadFile> {};
+
+TEST_P(BadProcFile, NamesWhatIsWrong) {
+    const BadFile &c = GetParam();
+    EXPECT_EQ(c.parse(c.fixture ? fixture(c.fixture) : c.text), c.error);
+}
+
+// "Active(anon)" shares its first letters with "Active"; only the whole key
+// may match.
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(
+    Files, BadProcFile,
+    testing::Values(
+        BadFile{"LineWithoutColonIgnored", meminfo, nullptr, "MemTotal: 1 kB\nMemFree: 1 kB\nNo colon here\nActive: 1 kB\nInactive: 1 kB\nSwapTotal: 0 kB\nSwapFree: 0 kB\n", ""},
+        BadFile{"MissingRequiredKey", meminfo, "meminfo-missing-memfree", "", "missing MemFree"},
+        BadFile{"GarbageInANumber", meminfo, "meminfo-garbage-value", "", "Inactive: not a number: '43852x2 kB'"},
+        BadFile{"TruncatedMidValue", meminfo, "meminfo-truncated", "", "Active: not a number: '97'"},
+        BadFile{"BinaryGarbage", meminfo, "meminfo-binary-garbage", "", "missing MemTotal"},
+        BadFile{"ActiveAnonIsNotActive", meminfo, nullptr, "MemTotal: 1 kB\nMemFree: 1 kB\nActive(anon): 5 kB\nInactive(file): 6 kB\nSwapTotal: 0 kB\nSwapFree: 0 kB\n", "missing Active"},
+        BadFile{"TooLargeForBytes", meminfo, nullptr, "MemTotal: 18014398509481984 kB\nMemFree: 1 kB\nActive: 1 kB\nInactive: 1 kB\nSwapTotal: 0 kB\nSwapFree: 0 kB\n", "MemTotal: not a number: '18014398509481984 kB'"},
+        BadFile{"NegativeCounter", vmstat, "vmstat-negative-value", "", "pgmajfault: not a number: '-1203344'"},
+        BadFile{"SwapsWithoutHeader", swaps, "swaps-no-header", "", "missing the Filename header"},
+        BadFile{"EmptySwaps", swaps, nullptr, "", "missing the Filename header"},
+        BadFile{"SwapsShortLine", swaps, "swaps-short-line", "", "malformed swap area: '/dev/sda2 partition 8388604'"}),
+    caseName);
+// clang-format on
 
 }  // namespace
 }  // namespace tarnwell

@@ -1,33 +1,49 @@
 #include "memory/QRMMemoryInfo.h"
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
+#include <future>
 #include <map>
 #include <sstream>
+#include <thread>
 
+#include "CaseName.h"
 #include "FakeMemorySource.h"
+#include "memory/CleaningPlan.h"
+#include "memory/QRMInfo.h"
 #include "memory/QRMRecordKeys.h"
 
 namespace tarnwell {
 namespace {
 
+using test::caseName;
 using test::FakeMemorySource;
 using Type = QRMNumber::Type;
+constexpr uint64_t MiB = 1 << 20;
+constexpr uint64_t GiB = 1 << 30;
+
+// ---- The statistics record -----------------------------------------------
 
 class StatisticsRecord : public testing::Test {
 protected:
     StatisticsRecord() {
-        state->physicalMemory = 8ull << 30;
-        state->hardwareMemorySize = 8ull << 30;
-        state->hardwarePhysicalMemory = (8ull << 30) - (64 << 20);
-        state->userMemory = 7ull << 30;
+        state->physicalMemory = 8 * GiB;
+        state->hardwareMemorySize = 8 * GiB;
+        state->hardwarePhysicalMemory = 8 * GiB - 64 * MiB;
+        state->userMemory = 7 * GiB;
         state->vmStatistics = test::smallMachine();
-        state->swapUsage = SwapUsage{1 << 30, 3 << 28, 1 << 28, 4096, true};
+        state->swapUsage = SwapUsage{1 * GiB, 768 * MiB, 256 * MiB, 4096, true};
     }
 
     std::unique_ptr<QRMMemoryInfo> makeInfo() {
         return std::make_unique<QRMMemoryInfo>(std::make_unique<FakeMemorySource>(state));
+    }
+    static QRMNumber at(const QRMStatisticsRecord &record, std::string_view key) {
+        return record.find(key)->second;
     }
 
     std::shared_ptr<FakeMemorySource::State> state = std::make_shared<FakeMemorySource::State>();
@@ -70,18 +86,17 @@ TEST_F(StatisticsRecord, HoldsEveryKeyInItsType) {
 TEST_F(StatisticsRecord, FiguresOfASmallMachine) {
     state->vmStatistics->compressorPageCount = 256;
     const auto record = makeInfo()->info();
-    const auto at = [&](std::string_view key) { return record.find(key)->second; };
-    EXPECT_EQ(at(keys::freeBytes), QRMNumber::fromUInt32(16 << 20));
-    EXPECT_EQ(at(keys::inactiveBytes), QRMNumber::fromUInt32(8 << 20));
+    EXPECT_EQ(at(record, keys::freeBytes), QRMNumber::fromUInt32(16 << 20));
+    EXPECT_EQ(at(record, keys::inactiveBytes), QRMNumber::fromUInt32(8 << 20));
     // used = active + inactive + wired + compressor = 1024 + 2048 + 512 + 256
-    EXPECT_EQ(at(keys::usedCount), QRMNumber::fromUInt32(3840));
-    EXPECT_EQ(at(keys::totalCount), QRMNumber::fromUInt32(3840 + 4096));
-    EXPECT_EQ(at(keys::usedBytes), QRMNumber::fromUInt64(3840ull * 4096));
-    EXPECT_EQ(at(keys::freePercents), QRMNumber::fromFloat(51.6129036f));  // 4096 × 100 ÷ 7936
-    EXPECT_EQ(at(keys::totalPercents), QRMNumber::fromFloat(100.0f));
-    EXPECT_EQ(at(keys::xsuUsed), QRMNumber::fromUInt64(1 << 28));
-    EXPECT_EQ(at(keys::xsuEncripted), QRMNumber::fromUInt32(1));
-    EXPECT_EQ(at(keys::hardwarePhysicalMemory), QRMNumber::fromUInt64((8ull << 30) - (64 << 20)));
+    EXPECT_EQ(at(record, keys::usedCount), QRMNumber::fromUInt32(3840));
+    EXPECT_EQ(at(record, keys::totalCount), QRMNumber::fromUInt32(3840 + 4096));
+    EXPECT_EQ(at(record, keys::usedBytes), QRMNumber::fromUInt64(3840ull * 4096));
+    EXPECT_EQ(at(record, keys::freePercents), QRMNumber::fromFloat(51.6129036f));  // 4096/7936
+    EXPECT_EQ(at(record, keys::totalPercents), QRMNumber::fromFloat(100.0f));
+    EXPECT_EQ(at(record, keys::xsuUsed), QRMNumber::fromUInt64(256 * MiB));
+    EXPECT_EQ(at(record, keys::xsuEncripted), QRMNumber::fromUInt32(1));
+    EXPECT_EQ(at(record, keys::hardwarePhysicalMemory), QRMNumber::fromUInt64(8 * GiB - 64 * MiB));
 }
 
 // Single precision throughout; a double step in between gives 94.6236725.
@@ -89,44 +104,43 @@ TEST_F(StatisticsRecord, FiguresOfASmallMachine) {
 TEST_F(StatisticsRecord, PercentagesInSinglePrecision) {
     state->vmStatistics->freeCount = 5767169;
     state->vmStatistics->activeCount = 325119;  // a total of 6094848 pages
-    const auto record = makeInfo()->info();
-    EXPECT_EQ(record.find(keys::freePercents)->second, QRMNumber::fromFloat(94.6236801f));
+    EXPECT_EQ(at(makeInfo()->info(), keys::freePercents), QRMNumber::fromFloat(94.6236801f));
 }
 
 TEST_F(StatisticsRecord, ByteValuesOfPageClassesWrapAt4GiBWhileTotalsStayExact) {
-    // 5 GiB free and 6 GiB inactive in 4 KiB pages.
-    state->vmStatistics->freeCount = 1310720;
-    state->vmStatistics->inactiveCount = 1572864;
+    state->vmStatistics->freeCount = 1310720;      // 5 GiB
+    state->vmStatistics->inactiveCount = 1572864;  // 6 GiB
     const auto record = makeInfo()->info();
-    const auto at = [&](std::string_view key) { return record.find(key)->second.toUInt64(); };
-    EXPECT_EQ(at(keys::freeBytes), 1ull << 30);
-    EXPECT_EQ(at(keys::inactiveBytes), 2ull << 30);
-    EXPECT_EQ(at(keys::usedBytes), (1572864ull + 1024 + 512) * 4096);
-    EXPECT_EQ(at(keys::totalBytes), (1310720ull + 1572864 + 1024 + 512) * 4096);
+    EXPECT_EQ(at(record, keys::freeBytes).toUInt64(), 1 * GiB);
+    EXPECT_EQ(at(record, keys::inactiveBytes).toUInt64(), 2 * GiB);
+    EXPECT_EQ(at(record, keys::usedBytes).toUInt64(), (1572864ull + 1024 + 512) * 4096);
+    EXPECT_EQ(at(record, keys::totalBytes).toUInt64(), (1310720ull + 1572864 + 1024 + 512) * 4096);
 }
 
 // Each group of figures keeps its previous values when its own sample fails,
-// while the other groups are refreshed.
+// while the other groups are refreshed; the hardware figures are read once.
 TEST_F(StatisticsRecord, FailedSampleKeepsThePreviousFiguresOfItsGroupOnly) {
     auto info = makeInfo();
     const auto before = info->info();
     state->vmStatistics.reset();
-    state->userMemory = 5ull << 30;
-    state->swapUsage->usedBytes = 1 << 29;
+    state->userMemory = 5 * GiB;
+    state->swapUsage->usedBytes = 512 * MiB;
+    state->hardwarePhysicalMemory = 1;
     info->refresh();
     auto after = info->info();
-    EXPECT_EQ(after.find(keys::freeBytes)->second, before.find(keys::freeBytes)->second);
-    EXPECT_EQ(after.find(keys::usedPercents)->second, before.find(keys::usedPercents)->second);
-    EXPECT_EQ(after.find(keys::userMemory)->second, QRMNumber::fromUInt64(5ull << 30));
-    EXPECT_EQ(after.find(keys::xsuUsed)->second, QRMNumber::fromUInt64(1 << 29));
+    EXPECT_EQ(at(after, keys::freeBytes), at(before, keys::freeBytes));
+    EXPECT_EQ(at(after, keys::usedPercents), at(before, keys::usedPercents));
+    EXPECT_EQ(at(after, keys::userMemory), QRMNumber::fromUInt64(5 * GiB));
+    EXPECT_EQ(at(after, keys::xsuUsed), QRMNumber::fromUInt64(512 * MiB));
+    EXPECT_EQ(at(after, keys::hardwarePhysicalMemory), QRMNumber::fromUInt64(8 * GiB - 64 * MiB));
 
     state->swapUsage.reset();
     state->vmStatistics = test::smallMachine();
     state->vmStatistics->freeCount = 1;
     info->refresh();
     after = info->info();
-    EXPECT_EQ(after.find(keys::xsuUsed)->second, QRMNumber::fromUInt64(1 << 29));
-    EXPECT_EQ(after.find(keys::freeCount)->second, QRMNumber::fromUInt32(1));
+    EXPECT_EQ(at(after, keys::xsuUsed), QRMNumber::fromUInt64(512 * MiB));
+    EXPECT_EQ(at(after, keys::freeCount), QRMNumber::fromUInt32(1));
 }
 
 TEST_F(StatisticsRecord, NothingButHardwareZerosWhenNoSampleEverSucceeded) {
@@ -135,18 +149,10 @@ TEST_F(StatisticsRecord, NothingButHardwareZerosWhenNoSampleEverSucceeded) {
     state->vmStatistics.reset();
     state->swapUsage.reset();
     const auto record = makeInfo()->info();
-    EXPECT_EQ(record.find(keys::hardwareMemorySize)->second, QRMNumber::fromInt32(0));
-    EXPECT_EQ(record.find(keys::userMemory)->second, QRMNumber::fromInt32(0));
+    EXPECT_EQ(at(record, keys::hardwareMemorySize), QRMNumber::fromInt32(0));
+    EXPECT_EQ(at(record, keys::userMemory), QRMNumber::fromInt32(0));
     EXPECT_FALSE(record.contains(keys::freeBytes));
     EXPECT_FALSE(record.contains(keys::xsuTotal));
-}
-
-TEST_F(StatisticsRecord, FixedKeysAreNeverSampledAgain) {
-    auto info = makeInfo();
-    state->hardwarePhysicalMemory = 1;
-    info->refresh();
-    EXPECT_EQ(info->info().find(keys::hardwarePhysicalMemory)->second,
-              QRMNumber::fromUInt64((8ull << 30) - (64 << 20)));
 }
 
 TEST(QRMNumberConversion, FollowsTheStoredType) {
@@ -156,6 +162,346 @@ TEST(QRMNumberConversion, FollowsTheStoredType) {
     EXPECT_EQ(QRMNumber::fromFloat(NAN).toUInt64(), 0u);
     EXPECT_NE(QRMNumber::fromUInt32(5), QRMNumber::fromUInt64(5));
 }
+
+// ---- The cleaning decision -----------------------------------------------
+
+struct PlanCase {
+    const char *name;
+    QRMStatisticsRecord record;
+    std::optional<CleaningRefusal> refusal;
+    std::optional<uint64_t> operationalBytes;
+    uint64_t blockBytes;
+};
+
+// A record as the engine reads it: 4 KiB page counts, the page size, available
+// memory and MemTotal. The byte figures are stored wrapped at 4 GiB, as the
+// record holds them, and must never be used.
+QRMStatisticsRecord record(std::optional<uint64_t> freeBytes, std::optional<uint64_t> inactiveBytes,
+                           std::optional<uint64_t> availableBytes = std::nullopt,
+                           uint64_t memTotal = 16 * GiB) {
+    QRMStatisticsRecord r;
+    const auto set = [&](std::string_view key, QRMNumber value) { r[std::string(key)] = value; };
+    set(keys::pageSize, QRMNumber::fromInt32(4096));
+    if (freeBytes) {
+        set(keys::freeCount, QRMNumber::fromUInt32(uint32_t(*freeBytes / 4096)));
+        set(keys::freeBytes, QRMNumber::fromUInt32(uint32_t(*freeBytes)));
+    }
+    if (inactiveBytes) {
+        set(keys::inactiveCount, QRMNumber::fromUInt32(uint32_t(*inactiveBytes / 4096)));
+        set(keys::inactiveBytes, QRMNumber::fromUInt32(uint32_t(*inactiveBytes)));
+    }
+    if (availableBytes) {
+        set(keys::availableBytes, QRMNumber::fromUInt64(*availableBytes));
+    }
+    set(keys::hardwarePhysicalMemory, QRMNumber::fromUInt64(memTotal));
+    return r;
+}
+
+class CleaningDecisionTable : public testing::TestWithParam<PlanCase> {};
+
+TEST_P(CleaningDecisionTable, Decides) {
+    const CleaningDecision decision = planCleaning(GetParam().record);
+    EXPECT_EQ(decision.refusal, GetParam().refusal);
+    EXPECT_EQ(decision.operationalBytes, GetParam().operationalBytes);
+    EXPECT_EQ(decision.blockBytes, GetParam().blockBytes);
+}
+
+constexpr auto kNoStatistics = CleaningRefusal::NoUsableStatistics;
+constexpr auto kNoBytes = std::nullopt;
+
+// 24 GiB installed: the reserve is 5 % of it, 1288490188 bytes. Free and
+// inactive past 4 GiB wrap in the stored byte figures (to 1 GiB each): the
+// block is their exact sum, 22 GiB, unless available memory less the reserve
+// is smaller: 21474836480 - 1288490188. With 2 GiB installed, 5 % is below
+// the 256 MiB floor.
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(
+    Records, CleaningDecisionTable,
+    testing::Values(
+        PlanCase{"EmptyRecord", {}, kNoStatistics, kNoBytes, 0},
+        PlanCase{"FreeMissing", record(std::nullopt, 8 * MiB), kNoStatistics, kNoBytes, 0},
+        PlanCase{"FreeZero", record(0, 8 * MiB), kNoStatistics, kNoBytes, 0},
+        PlanCase{"InactiveMissingLeavesOperationalBytes", record(16 * MiB, std::nullopt), kNoStatistics, kNoBytes, 0},
+        PlanCase{"InactiveZero", record(16 * MiB, 0), kNoStatistics, kNoBytes, 0},
+        PlanCase{"NoAvailableFigureNoCap", record(16 * MiB, 8 * MiB), std::nullopt, 24 * MiB, 24 * MiB},
+        PlanCase{"ExactSumBelowTheCap", record(5 * GiB, 17 * GiB, 23 * GiB + 512 * MiB, 24 * GiB), std::nullopt, 22 * GiB, 22 * GiB},
+        PlanCase{"ExactSumCappedByTheReserve", record(5 * GiB, 17 * GiB, 20 * GiB, 24 * GiB), std::nullopt, 20186346292, 20186346292},
+        PlanCase{"CappedBy256MiBFloor", record(1 * GiB, 512 * MiB, 1 * GiB, 2 * GiB), std::nullopt, 768 * MiB, 768 * MiB},
+        PlanCase{"AvailableEqualToReserve", record(1 * GiB, 512 * MiB, 256 * MiB, 2 * GiB), CleaningRefusal::NoRoomAboveReserve, 1536 * MiB, 0}),
+    caseName);
+// clang-format on
+
+// ---- The cleaning itself -------------------------------------------------
+
+// Holds a cleaning inside makeResident until the test opens the gate, and
+// records what the engine asked for.
+class GatedAllocator : public MemoryBlockAllocator {
+public:
+    void *allocate(size_t bytes) override {
+        allocatedBytes.push_back(bytes);
+        return real.allocate(bytes);
+    }
+    void makeResident(void *block, size_t bytes, const std::function<bool()> &keepGoing) override {
+        if (++makeResidentCalls == 1) {
+            entered.set_value();
+        }
+        gate.wait();
+        // Until told to stop, for at most 10 s, when the test quits.
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (untilStopped && keepGoing() && std::chrono::steady_clock::now() < deadline) {
+        }
+        *keptGoing = keepGoing();
+        real.makeResident(block, bytes, keepGoing);
+    }
+    void release(void *block, size_t bytes) override {
+        ++releaseCalls;
+        real.release(block, bytes);
+    }
+
+    ResidentBlockAllocator real;
+    std::vector<size_t> allocatedBytes;
+    std::atomic<int> makeResidentCalls = 0;
+    // What keepGoing() said once the gate opened; shared, as the engine
+    // deletes its allocator before the test reads it.
+    std::shared_ptr<std::atomic<bool>> keptGoing = std::make_shared<std::atomic<bool>>(false);
+    bool untilStopped = false;
+    std::atomic<int> releaseCalls = 0;
+    std::promise<void> entered;
+    std::shared_future<void> gate;
+};
+
+class CleaningEngine : public testing::Test {
+protected:
+    CleaningEngine() {
+        state->vmStatistics = test::smallMachine();
+        state->hardwarePhysicalMemory = 4 * GiB;  // a 256 MiB reserve
+        auto gated = std::make_unique<GatedAllocator>();
+        allocator = gated.get();
+        allocator->gate = openGate.get_future().share();
+        engine = std::make_unique<QRMMemoryInfo>(std::make_unique<FakeMemorySource>(state),
+                                                 std::move(gated));
+    }
+
+    std::shared_ptr<FakeMemorySource::State> state = std::make_shared<FakeMemorySource::State>();
+    std::promise<void> openGate;
+    GatedAllocator *allocator;
+    // Tests end with engine.reset(): it waits for the cleaning thread, which
+    // may still be inside an observer's set_value on the test's promises.
+    std::unique_ptr<QRMMemoryInfo> engine;
+};
+
+TEST_F(CleaningEngine, ReturnsAtOnceAndDropsASecondRequest) {
+    // Of the 16 MiB free + 8 MiB inactive only 20 MiB lie above the reserve.
+    state->vmStatistics->availableBytes = 276 * MiB;
+    engine->refresh();
+    std::promise<void> cleaned;
+    engine->addMemoryCleanedObserver([&] { cleaned.set_value(); });
+
+    ASSERT_TRUE(engine->cleanMemoryNow().started());
+    EXPECT_TRUE(engine->memoryCleaningThreadSemaphore());
+    EXPECT_EQ(engine->operationalBytes(), 20 * MiB);
+
+    allocator->entered.get_future().wait();
+    EXPECT_EQ(engine->cleanMemoryNow().refusal, CleaningRefusal::AlreadyCleaning);
+    // Neither an outside release nor a second pass may take the block from
+    // the thread that is still touching it.
+    engine->freeAllocatedMemoryIfPossible();
+    engine->cleanMemoryBlock();
+    EXPECT_EQ(allocator->releaseCalls, 0);
+    EXPECT_EQ(allocator->makeResidentCalls, 1);
+
+    openGate.set_value();
+    cleaned.get_future().wait();
+    EXPECT_EQ(allocator->allocatedBytes, std::vector<size_t>{20 * MiB});
+    EXPECT_EQ(allocator->releaseCalls, 1);
+    engine.reset();
+}
+
+// Observers hear of a cleaning on its own thread, once it is idle and its
+// block released, and may start the next one from there.
+TEST_F(CleaningEngine, AnnouncesOnTheCleaningThreadAndAnObserverMayCleanAgain) {
+    int removedCalls = 0;
+    engine->removeMemoryCleanedObserver(engine->addMemoryCleanedObserver([&] { ++removedCalls; }));
+    struct Seen {
+        bool busy;
+        uint64_t operationalBytes;
+        int releases;
+        std::thread::id thread;
+        CleaningDecision next;
+    };
+    std::promise<Seen> seen;
+    std::promise<void> secondDone;
+    int calls = 0;
+    engine->addMemoryCleanedObserver([&] {
+        if (++calls > 1) {
+            return secondDone.set_value();
+        }
+        Seen now{engine->memoryCleaningThreadSemaphore(),
+                 engine->operationalBytes(),
+                 allocator->releaseCalls.load(),
+                 std::this_thread::get_id(),
+                 {}};
+        now.next = engine->cleanMemoryNow();
+        seen.set_value(now);
+    });
+    openGate.set_value();
+    ASSERT_TRUE(engine->cleanMemoryNow().started());
+    const Seen observed = seen.get_future().get();
+    EXPECT_FALSE(observed.busy);
+    EXPECT_EQ(observed.operationalBytes, 0u);
+    EXPECT_EQ(observed.releases, 1);
+    EXPECT_NE(observed.thread, std::this_thread::get_id());
+    EXPECT_TRUE(observed.next.started());
+    secondDone.get_future().wait();
+    EXPECT_EQ(allocator->releaseCalls, 2);
+    EXPECT_EQ(removedCalls, 0);
+    engine.reset();
+}
+
+// A receiver may go the moment its removal returns, so removal waits for a
+// call already under way.
+TEST_F(CleaningEngine, RemovingAnObserverWaitsForItsRunningCall) {
+    openGate.set_value();
+    std::promise<void> called;
+    std::promise<void> mayReturn;
+    std::atomic<bool> returned = false;
+    const int id = engine->addMemoryCleanedObserver([&] {
+        called.set_value();
+        mayReturn.get_future().wait();
+        returned = true;
+    });
+    ASSERT_TRUE(engine->cleanMemoryNow().started());
+    called.get_future().wait();
+    auto removal = std::async(std::launch::async, [&] {
+        engine->removeMemoryCleanedObserver(id);
+        return returned.load();
+    });
+    EXPECT_EQ(removal.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+    mayReturn.set_value();
+    EXPECT_TRUE(removal.get());
+    engine.reset();
+}
+
+// The block is sized to leave the reserve as things stood at the start;
+// when others take memory meanwhile, or the program quits, the cleaning
+// stops at its next part.
+class CleaningStops : public CleaningEngine, public testing::WithParamInterface<bool> {};
+
+TEST_P(CleaningStops, WhenAvailableMemoryFallsIntoTheReserveOrTheProgramQuits) {
+    const bool quitting = GetParam();
+    allocator->untilStopped = quitting;
+    ASSERT_TRUE(engine->cleanMemoryNow().started());
+    allocator->entered.get_future().wait();
+    if (!quitting) {
+        state->vmStatistics->availableBytes = 255 * MiB;  // the reserve is 256 MiB
+    }
+    openGate.set_value();
+    const auto keptGoing = allocator->keptGoing;
+    engine.reset();
+    EXPECT_FALSE(*keptGoing);
+}
+
+INSTANTIATE_TEST_SUITE_P(Causes, CleaningStops, testing::Values(false, true), [](const auto &info) {
+    return info.param ? "Quitting" : "LessAvailable";
+});
+
+TEST_F(CleaningEngine, RefusedRequestAllocatesNothing) {
+    state->vmStatistics->freeCount = 0;
+    engine->refresh();
+    int notified = 0;
+    engine->addMemoryCleanedObserver([&] { ++notified; });
+    EXPECT_EQ(engine->cleanMemoryNow().refusal, CleaningRefusal::NoUsableStatistics);
+    EXPECT_FALSE(engine->memoryCleaningThreadSemaphore());
+    EXPECT_TRUE(allocator->allocatedBytes.empty());
+    engine.reset();  // waits for any cleaning thread; there must be none to announce
+    EXPECT_EQ(notified, 0);
+}
+
+TEST(ResidentBlockAllocator, MakesEveryPageResidentAndZero) {
+    const size_t pageSize = size_t(sysconf(_SC_PAGESIZE));
+    const size_t bytes = 256 * pageSize;
+    ResidentBlockAllocator allocator;
+    void *block = allocator.allocate(bytes);
+    ASSERT_NE(block, nullptr);
+    const auto residentPages = [&] {
+        std::vector<unsigned char> residency(bytes / pageSize);
+        EXPECT_EQ(mincore(block, bytes, residency.data()), 0);
+        return std::count_if(residency.begin(), residency.end(), [](auto r) { return r & 1; });
+    };
+    EXPECT_EQ(residentPages(), 0);
+    // Parts of 64 pages; told to stop before the third.
+    ResidentBlockAllocator inParts(64 * pageSize);
+    int parts = 0;
+    inParts.makeResident(block, bytes, [&] { return ++parts <= 2; });
+    EXPECT_EQ(residentPages(), 128);
+    allocator.makeResident(block, bytes, [] { return true; });
+    EXPECT_EQ(residentPages(), 256);
+    const auto *bytesOfBlock = static_cast<const unsigned char *>(block);
+    EXPECT_TRUE(std::all_of(bytesOfBlock, bytesOfBlock + bytes, [](auto b) { return b == 0; }));
+    allocator.release(block, bytes);
+}
+
+// ---- Sizes as text -------------------------------------------------------
+
+struct AdaptiveCase {
+    const char *name;
+    uint64_t bytes;
+    bool abbreviation, fullName, standardLength;
+    const char *text;
+};
+
+class AdaptiveMemorySize : public testing::TestWithParam<AdaptiveCase> {};
+
+TEST_P(AdaptiveMemorySize, Formats) {
+    const AdaptiveCase &c = GetParam();
+    EXPECT_EQ(
+        QRMMemoryInfo::adaptiveMemorySize(c.bytes, c.abbreviation, c.fullName, c.standardLength),
+        c.text);
+}
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(
+    Sizes, AdaptiveMemorySize,
+    testing::Values(
+        AdaptiveCase{"Zero", 0, true, false, false, "0.00 B"},
+        AdaptiveCase{"BelowThreshold", 999, true, false, false, "999.00 B"},
+        AdaptiveCase{"DecimalThresholdBinaryDivisor", 1000, true, false, false, "0.98 KB"},
+        AdaptiveCase{"Exactly999KB", 1022976, true, false, false, "999.00 KB"},
+        AdaptiveCase{"JustOver999KB", 1023000, true, false, false, "0.98 MB"},
+        AdaptiveCase{"Gigabytes", 1342177280, true, false, false, "1.25 GB"},
+        AdaptiveCase{"FullNameIsSingular", 2 * GiB, false, true, false, "2.00 gigabyte"},
+        AdaptiveCase{"AbbreviationWins", 2 * GiB, true, true, false, "2.00 GB"},
+        AdaptiveCase{"NumberAlone", 2 * GiB, false, false, false, "2.00"},
+        AdaptiveCase{"PaddedTwoSpacesPerMissingDigit", 5, false, false, true, "    5.00"},
+        AdaptiveCase{"FiveDigitsGetTwoSpaces", 52 * MiB, true, false, true, "  52.00 MB"},
+        AdaptiveCase{"SixDigitsNotPadded", 512 * MiB, true, false, true, "512.00 MB"},
+        AdaptiveCase{"ExactHalfRoundsToEven", 512128, true, false, false, "500.12 KB"},
+        AdaptiveCase{"Largest64BitSize", UINT64_MAX, true, true, true, "  16.00 EB"}),
+    caseName);
+// clang-format on
+
+struct FormatSizeCase {
+    const char *name;
+    uint64_t bytes;
+    std::optional<std::string> text;
+};
+
+class FormatSize : public testing::TestWithParam<FormatSizeCase> {};
+
+TEST_P(FormatSize, Formats) {
+    EXPECT_EQ(QRMInfo::formatSize(GetParam().bytes), GetParam().text);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Sizes, FormatSize,
+    testing::Values(FormatSizeCase{"ZeroIsNothing", 0, std::nullopt},
+                    FormatSizeCase{"LargestInBytes", 1023, "1023.00 B"},
+                    FormatSizeCase{"OneKilobyte", 1024, "1.00 KB"},
+                    FormatSizeCase{"NoDecimalThreshold", 1000 << 10, "1000.00 KB"},
+                    FormatSizeCase{"OneMegabyte", 1 << 20, "1.00 MB"},
+                    FormatSizeCase{"JustBelowAGigabyte", (1 << 30) - 1, "1024.00 MB"},
+                    FormatSizeCase{"GigabytesAreTheLargestUnit", 3ull << 40, "3072.00 GB"}),
+    caseName);
 
 }  // namespace
 }  // namespace tarnwell

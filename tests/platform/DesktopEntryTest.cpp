@@ -1,21 +1,35 @@
 #include <sys/stat.h>
 
+#include <atomic>
 #include <optional>
 
 #include <gtest/gtest.h>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include "CaseName.h"
 #include "QtPrinters.h"
 
+#include "platform/linux/DesktopApplicationIndex.h"
 #include "platform/linux/DesktopEntry.h"
+#include "platform/linux/QRMApplicationsInfo.h"
 
 namespace tarnwell {
 namespace {
 
 using test::caseName;
+
+// Writes a file, its folders made first.
+void writeFile(const QString &path, const QByteArray &bytes) {
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
 
 // One lookup in a file that parses.
 struct Lookup {
@@ -46,6 +60,7 @@ constexpr char kNames[] =
     "Name[pt_BR]=Arquivos\n"
     "Name[ca_ES@valencia]=Fitxers VAL\n";
 
+// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Rows, DesktopEntryLookupTest,
     ::testing::Values(
@@ -57,28 +72,19 @@ INSTANTIATE_TEST_SUITE_P(
         Lookup{"ModifierNeedsItsKey", kNames, "Name", "sr_RS", "Files"},
         Lookup{"FullMatch", kNames, "Name", "ca_ES.UTF-8@valencia", "Fitxers VAL"},
         Lookup{"UnknownLocaleGetsDefault", kNames, "Name", "ja_JP", "Files"},
-        Lookup{"Escapes", "[Desktop Entry]\nComment=a\\sb\\tc\\nd\\re\\\\f\n", "Comment", nullptr,
-               "a b\tc\nd\re\\f"},
-        Lookup{"BrokenEscapeIsAbsent", "[Desktop Entry]\nComment=a\\qb\n", "Comment", nullptr,
-               std::nullopt},
-        Lookup{"TrailingBackslashIsAbsent", "[Desktop Entry]\nComment=ab\\\n", "Comment", nullptr,
-               std::nullopt},
-        Lookup{"BrokenTranslationFallsBack", "[Desktop Entry]\nName=A\nName[de]=B\\\n", "Name",
-               "de", "A"},
-        Lookup{"SpacesAroundEqualsIgnored", "[Desktop Entry]\nName  =  Files\n", "Name", nullptr,
-               "Files"},
-        Lookup{"CarriageReturnLineEnds", "[Desktop Entry]\r\nName=Files\r\n", "Name", nullptr,
-               "Files"},
-        Lookup{"CommentsBeforeTheGroup", "# a comment\n\n[Desktop Entry]\nName=Files", "Name",
-               nullptr, "Files"},
-        Lookup{"FirstOfRepeatedKeysCounts", "[Desktop Entry]\nName=One\nName=Two\n", "Name",
-               nullptr, "One"},
-        Lookup{"BadKeyNameIgnored", "[Desktop Entry]\nNa_me=X\nName=Files\n", "Na_me", nullptr,
-               std::nullopt},
-        Lookup{"KeyOfAnotherGroupNotSeen", "[Desktop Entry]\n[Desktop Action new]\nName=New\n",
-               "Name", nullptr, std::nullopt},
+        Lookup{"Escapes", "[Desktop Entry]\nComment=a\\sb\\tc\\nd\\re\\\\f\n", "Comment", nullptr, "a b\tc\nd\re\\f"},
+        Lookup{"BrokenEscapeIsAbsent", "[Desktop Entry]\nComment=a\\qb\n", "Comment", nullptr, std::nullopt},
+        Lookup{"TrailingBackslashIsAbsent", "[Desktop Entry]\nComment=ab\\\n", "Comment", nullptr, std::nullopt},
+        Lookup{"BrokenTranslationFallsBack", "[Desktop Entry]\nName=A\nName[de]=B\\\n", "Name", "de", "A"},
+        Lookup{"SpacesAroundEqualsIgnored", "[Desktop Entry]\nName  =  Files\n", "Name", nullptr, "Files"},
+        Lookup{"CarriageReturnLineEnds", "[Desktop Entry]\r\nName=Files\r\n", "Name", nullptr, "Files"},
+        Lookup{"CommentsBeforeTheGroup", "# a comment\n\n[Desktop Entry]\nName=Files", "Name", nullptr, "Files"},
+        Lookup{"FirstOfRepeatedKeysCounts", "[Desktop Entry]\nName=One\nName=Two\n", "Name", nullptr, "One"},
+        Lookup{"BadKeyNameIgnored", "[Desktop Entry]\nNa_me=X\nName=Files\n", "Na_me", nullptr, std::nullopt},
+        Lookup{"KeyOfAnotherGroupNotSeen", "[Desktop Entry]\n[Desktop Action new]\nName=New\n", "Name", nullptr, std::nullopt},
         Lookup{"CyrillicValue", "[Desktop Entry]\nName=Файлы\n", "Name", nullptr, "Файлы"}),
-    test::caseName);
+    caseName);
+// clang-format on
 
 struct Refused {
     const char *name;
@@ -100,62 +106,45 @@ INSTANTIATE_TEST_SUITE_P(
                       Refused{"OtherFirstGroup", "[Desktop Action new]\n[Desktop Entry]\n"},
                       Refused{"LineWithoutEquals", "[Desktop Entry]\nName Files\n"},
                       Refused{"EmbeddedNul", QByteArray("[Desktop Entry]\nName=a\0b\n", 25)}),
-    test::caseName);
+    caseName);
 
-TEST(DesktopEntryTest, ListsSplitOnUnescapedSemicolonsOnly) {
-    const auto entry =
-        DesktopEntry::parse("[Desktop Entry]\nCategories=GTK;Utility;;a\\;b;c\\sd;\nEmpty=\n");
+// Lists split on unescaped semicolons only; only a lower-case "true" is true.
+TEST(DesktopEntryTest, ListsAndBooleans) {
+    const auto entry = DesktopEntry::parse(
+        "[Desktop Entry]\nCategories=GTK;Utility;;a\\;b;c\\sd;\nEmpty=\nA=true\nB=True\nC=1\n");
     ASSERT_TRUE(entry);
     EXPECT_EQ(entry->strings("Categories"), (QStringList{"GTK", "Utility", "a;b", "c d"}));
     EXPECT_EQ(entry->strings("Empty"), QStringList());
     EXPECT_EQ(entry->strings("Missing"), QStringList());
-}
-
-TEST(DesktopEntryTest, OnlyLowerCaseTrueIsTrue) {
-    const auto entry = DesktopEntry::parse("[Desktop Entry]\nA=true\nB=True\nC=1\nD=false\n");
-    ASSERT_TRUE(entry);
     EXPECT_TRUE(entry->boolean("A"));
-    for (const char *key : {"B", "C", "D", "Missing"}) {
+    for (const char *key : {"B", "C", "Empty", "Missing"}) {
         EXPECT_FALSE(entry->boolean(key)) << key;
     }
 }
 
 // Files a hostile or broken folder can hold: none may block, crash or be read
 // past the cap.
-class DesktopEntryFileTest : public ::testing::Test {
-protected:
-    QString path(const char *name) const { return folder_.filePath(name); }
-    void write(const char *name, const QByteArray &bytes) {
-        QFile file(path(name));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
-    }
-
-    QTemporaryDir folder_;
-};
-
-TEST_F(DesktopEntryFileTest, ReadsFilesAndLinksToFilesOnly) {
-    write("good.desktop", "[Desktop Entry]\nName=Good\n");
+TEST(DesktopEntryFileTest, ReadsFilesAndLinksToFilesUpToTheCapOnly) {
+    QTemporaryDir folder;
+    const auto path = [&](const char *name) { return folder.filePath(name); };
+    writeFile(path("good.desktop"), "[Desktop Entry]\nName=Good\n");
     ASSERT_TRUE(QFile::link(path("good.desktop"), path("link.desktop")));
     ASSERT_TRUE(QFile::link(path("loop-b.desktop"), path("loop-a.desktop")));
     ASSERT_TRUE(QFile::link(path("loop-a.desktop"), path("loop-b.desktop")));
-    ASSERT_TRUE(QDir(folder_.path()).mkdir("folder.desktop"));
+    ASSERT_TRUE(QDir(folder.path()).mkdir("folder.desktop"));
     ASSERT_EQ(::mkfifo(QFile::encodeName(path("fifo.desktop")).constData(), 0600), 0);
+    const QByteArray head = "[Desktop Entry]\nName=Big\nComment=";
+    const qsizetype room = DesktopEntry::kMaximumFileSize - head.size();
+    writeFile(path("at-cap.desktop"), head + QByteArray(room, 'x'));
+    writeFile(path("over-cap.desktop"), head + QByteArray(room + 1, 'x'));
 
     EXPECT_EQ(DesktopEntry::readFile(path("good.desktop"))->string("Name"), "Good");
     EXPECT_EQ(DesktopEntry::readFile(path("link.desktop"))->string("Name"), "Good");
-    for (const char *refused : {"loop-a.desktop", "folder.desktop", "fifo.desktop", "missing"}) {
+    EXPECT_TRUE(DesktopEntry::readFile(path("at-cap.desktop")));
+    for (const char *refused :
+         {"loop-a.desktop", "folder.desktop", "fifo.desktop", "missing", "over-cap.desktop"}) {
         EXPECT_FALSE(DesktopEntry::readFile(path(refused))) << refused;
     }
-}
-
-TEST_F(DesktopEntryFileTest, FileOverTheCapIsRefused) {
-    const QByteArray head = "[Desktop Entry]\nName=Big\nComment=";
-    write("at-cap.desktop", head + QByteArray(DesktopEntry::kMaximumFileSize - head.size(), 'x'));
-    write("over-cap.desktop",
-          head + QByteArray(DesktopEntry::kMaximumFileSize - head.size() + 1, 'x'));
-    EXPECT_TRUE(DesktopEntry::readFile(path("at-cap.desktop")));
-    EXPECT_FALSE(DesktopEntry::readFile(path("over-cap.desktop")));
 }
 
 // The fuzzer's seeds and findings, kept as files named for the outcome they
@@ -173,6 +162,225 @@ TEST(DesktopEntryCorpusTest, EveryCorpusFileHasItsOutcome) {
         }
     }
 }
+
+// Three applications folders as a user's XDG folders would give them:
+// data home first, then two data dirs.
+class DesktopFolders {
+public:
+    DesktopFolders() {
+        for (const char *folder : {"home", "local", "system"}) {
+            QDir(root_.path()).mkpath(QStringLiteral("%1/applications").arg(folder));
+        }
+    }
+    QStringList folders() const {
+        return {root_.filePath("home/applications"), root_.filePath("local/applications"),
+                root_.filePath("system/applications")};
+    }
+    QString path(const QString &relative) const { return root_.filePath(relative); }
+    void write(const QString &relative, const QByteArray &body) const {
+        writeFile(path(relative), "[Desktop Entry]\n" + body);
+    }
+    // A visible application entry with the given extra lines.
+    void application(const QString &relative, const QByteArray &extra = {}) const {
+        write(relative, "Type=Application\nName=" + relative.section('/', -1).toUtf8() +
+                            "\nExec=true\n" + extra);
+    }
+
+private:
+    QTemporaryDir root_;
+};
+
+QStringList idsOf(const QList<DesktopFile> &files) {
+    QStringList ids;
+    for (const DesktopFile &file : files) {
+        ids.append(file.id);
+    }
+    ids.sort();
+    return ids;
+}
+
+class ApplicationsCatalogueTest : public ::testing::Test {
+protected:
+    QRMApplicationsInfo &catalogue() {
+        if (!catalogue_) {
+            catalogue_ = std::make_unique<QRMApplicationsInfo>(QRMApplicationsInfo::Sources{
+                [this] { return desktop.folders(); }, [this] { return showApplications; },
+                [this] { return showUtilities; }});
+        }
+        return *catalogue_;
+    }
+    // The in-progress flag as each notification saw it.
+    QList<bool> searchOnce() {
+        QList<bool> seen;
+        auto &c = catalogue();
+        const auto connection = QObject::connect(
+            &c, &QRMApplicationsInfo::searchApplicationsAndUtilitiesInProgressChanged,
+            [&] { seen.append(c.searchApplicationsAndUtilitiesInProgress()); });
+        c.searchApplicationsAndUtilities();
+        QObject::disconnect(connection);
+        return seen;
+    }
+
+    DesktopFolders desktop;
+    bool showApplications = true;
+    bool showUtilities = true;
+    std::unique_ptr<QRMApplicationsInfo> catalogue_;
+};
+
+TEST_F(ApplicationsCatalogueTest, ListsVisibleApplicationsOncePerIdInFolderOrder) {
+    desktop.application("system/applications/editor.desktop", "Categories=GTK;Utility;\n");
+    desktop.application("system/applications/monitor.desktop", "Categories=System;\n");
+    desktop.application("system/applications/game.desktop", "Categories=Game;\n");
+    desktop.application("system/applications/nodisplay.desktop", "NoDisplay=true\n");
+    desktop.application("system/applications/hidden.desktop", "Hidden=true\n");
+    desktop.write("system/applications/link.desktop", "Type=Link\nName=Site\nURL=https://a/\n");
+    desktop.application("system/applications/readme.txt");
+    desktop.application("system/applications/kde/konsole.desktop", "Categories=System;\n");
+    // The user's own entry hides the system's one of the same id...
+    desktop.write("home/applications/game.desktop", "Type=Application\nName=G\nHidden=true\n");
+    // ...and an earlier data dir's entry shadows a later one's.
+    desktop.application("local/applications/editor.desktop", "Categories=Office;\n");
+    // A loop of folders is never entered (which files are read: DesktopEntryFileTest).
+    ASSERT_TRUE(
+        QFile::link(desktop.path("system/applications"), desktop.path("system/applications/loop")));
+
+    EXPECT_EQ(searchOnce(), (QList<bool>{true, false}));
+
+    EXPECT_EQ(idsOf(catalogue().applicationList()),
+              (QStringList{"editor.desktop", "kde-konsole.desktop", "monitor.desktop"}));
+    EXPECT_EQ(idsOf(catalogue().utilityList()),
+              (QStringList{"kde-konsole.desktop", "monitor.desktop"}));
+    const QList<DesktopFile> applications = catalogue().applicationList();
+    const auto editor = std::find_if(applications.cbegin(), applications.cend(),
+                                     [](const DesktopFile &f) { return f.id == "editor.desktop"; });
+    EXPECT_EQ(editor->path, desktop.path("local/applications/editor.desktop"));
+}
+
+// When a search scans, and what it appends.
+struct SearchRule {
+    const char *name;
+    bool showApplications;
+    bool showUtilities;
+    bool utilityInstalled;
+    int expectedApplications;  // entries after two searches
+    int expectedUtilities;
+};
+
+class SearchRulesTest : public ApplicationsCatalogueTest,
+                        public ::testing::WithParamInterface<SearchRule> {};
+
+TEST_P(SearchRulesTest, SecondSearchScansOnlyWhileAShownListIsEmpty) {
+    const SearchRule &rule = GetParam();
+    showApplications = rule.showApplications;
+    showUtilities = rule.showUtilities;
+    desktop.application("system/applications/editor.desktop");
+    if (rule.utilityInstalled) {
+        desktop.application("system/applications/top.desktop", "Categories=System;\n");
+    }
+    for (int search = 0; search < 2; ++search) {
+        EXPECT_EQ(searchOnce(), (QList<bool>{true, false})) << "search " << search;
+    }
+    EXPECT_EQ(catalogue().applicationList().size(), rule.expectedApplications);
+    EXPECT_EQ(catalogue().utilityList().size(), rule.expectedUtilities);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, SearchRulesTest,
+    ::testing::Values(SearchRule{"NothingShownScansNothing", false, false, true, 0, 0},
+                      SearchRule{"FilledListsScanOnce", true, true, true, 2, 1},
+                      SearchRule{"ApplicationsOnlyScansBothOnce", true, false, false, 1, 0},
+                      // The utilities came back empty, so the second search scans again
+                      // and appends the applications a second time.
+                      SearchRule{"EmptyShownUtilitiesScanAgain", false, true, false, 2, 0}),
+    caseName);
+
+TEST_F(ApplicationsCatalogueTest, SearchDuringASearchReturnsWithoutNotifying) {
+    int notifications = 0;
+    auto &c = catalogue();
+    QObject::connect(&c, &QRMApplicationsInfo::searchApplicationsAndUtilitiesInProgressChanged,
+                     [&] {
+                         if (++notifications == 1) {
+                             c.searchApplicationsAndUtilities();
+                         }
+                     });
+    c.searchApplicationsAndUtilities();
+    EXPECT_EQ(notifications, 2);
+}
+
+TEST_F(ApplicationsCatalogueTest, BackgroundSearchEndsOnItsOwnThreadAndQuitsAtAnyMoment) {
+    for (int i = 0; i < 200; ++i) {
+        desktop.application(QStringLiteral("system/applications/app%1.desktop").arg(i));
+    }
+    std::atomic<int> ends{0};
+    std::atomic<bool> onCallerThread{false};
+    const Qt::HANDLE caller = QThread::currentThreadId();
+    QObject::connect(&catalogue(),
+                     &QRMApplicationsInfo::searchApplicationsAndUtilitiesInProgressChanged, [&] {
+                         onCallerThread = onCallerThread || QThread::currentThreadId() == caller;
+                         if (!catalogue_->searchApplicationsAndUtilitiesInProgress()) {
+                             ++ends;
+                         }
+                     });
+    catalogue().searchApplicationsAndUtilitiesInBackground();
+    catalogue().searchApplicationsAndUtilitiesInBackground();  // dropped while one runs
+    EXPECT_TRUE(QTest::qWaitFor([&] { return ends == 1; }, 10'000));
+    EXPECT_FALSE(onCallerThread);
+    EXPECT_EQ(catalogue().applicationList().size(), 200);
+
+    // A second catalogue destroyed while its search may still run.
+    QRMApplicationsInfo quitting(QRMApplicationsInfo::Sources{
+        [this] { return desktop.folders(); }, [] { return true; }, [] { return true; }});
+    quitting.searchApplicationsAndUtilitiesInBackground();
+}
+
+// Which desktop entry a window belongs to.
+struct WindowMatch {
+    const char *name;
+    WindowIdentity window;
+    QString expectedId;
+};
+
+class WindowMatchTest : public ::testing::TestWithParam<WindowMatch> {
+protected:
+    static void SetUpTestSuite() {
+        desktop_ = new DesktopFolders;
+        desktop_->write("system/applications/org.gnome.TextEditor.desktop",
+                        "Type=Application\nName=Text Editor\nExec=gnome-text-editor\n");
+        desktop_->write("system/applications/firefox-esr.desktop",
+                        "Type=Application\nName=Firefox\nExec=/usr/lib/firefox-esr/firefox-esr\n"
+                        "StartupWMClass=Firefox-esr\n");
+        desktop_->write("system/applications/shell.desktop",
+                        "Type=Application\nName=Shell\nExec=/bin/sh -c top\nNoDisplay=true\n");
+        desktop_->write("system/applications/xlogo-by-path.desktop",
+                        "Type=Application\nName=Logo\nExec=\"" TARNWELL_TEST_EXECUTABLE "\" %U\n");
+        desktop_->write("home/applications/gone.desktop", "Type=Application\nHidden=true\n");
+        desktop_->write("system/applications/gone.desktop", "Type=Application\nName=Gone\n");
+    }
+    static void TearDownTestSuite() { delete desktop_; }
+    static DesktopFolders *desktop_;
+};
+
+DesktopFolders *WindowMatchTest::desktop_ = nullptr;
+
+TEST_P(WindowMatchTest, NamesTheDesktopEntry) {
+    const DesktopApplicationIndex index(desktop_->folders());
+    EXPECT_EQ(index.applicationId(GetParam().window), GetParam().expectedId);
+}
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(
+    Rows, WindowMatchTest,
+    ::testing::Values(
+        WindowMatch{"GtkApplicationId", {"org.gnome.TextEditor", "x", "y", ""}, "org.gnome.TextEditor.desktop"},
+        WindowMatch{"StartupWMClassBeatsFileName", {"", "Navigator", "Firefox-esr", ""}, "firefox-esr.desktop"},
+        WindowMatch{"ClassAsFileNameInAnyCase", {"", "org.gnome.texteditor", "Other", ""}, "org.gnome.TextEditor.desktop"},
+        WindowMatch{"ExecutableOfTheEntry", {"", "a", "B", TARNWELL_TEST_EXECUTABLE}, "xlogo-by-path.desktop"},
+        WindowMatch{"LauncherProgramsMatchNothing", {"", "", "", "/bin/sh"}, ""},
+        WindowMatch{"NoEntryGivesTheClass", {"", "xeyes", "XEyes", ""}, "XEyes"},
+        WindowMatch{"NoClassGivesTheInstance", {"", "xeyes", "", ""}, "xeyes"},
+        WindowMatch{"UserHiddenEntryMatchesNothing", {"", "gone", "Gone", ""}, "Gone"}),
+    caseName);
+// clang-format on
 
 }  // namespace
 }  // namespace tarnwell

@@ -5,7 +5,10 @@
 #include <QTemporaryDir>
 #include <thread>
 
+#include "preferences/QRMConstants.h"
 #include "preferences/QRMPreferencesManager.h"
+#include "preferences/QRMSettingRange.h"
+#include "preferences/QRMSettingValue.h"
 #include "preferences/Updater.h"
 
 #include "CaseName.h"
@@ -49,51 +52,39 @@ protected:
     int restarts_ = 0;
 };
 
-// Defaults and write-back rules as the settings table of the design gives
-// them, typed here: a wrong default or a misspelt key fails.
+// Defaults and write-back rules typed in from the settings' documentation and
+// the update framework's: a wrong default or a misspelt key fails.
 struct DefaultCase {
     const char *name;  // the key, exactly as stored
     QVariant value;    // the default; invalid for "nothing"
     bool writtenBack;
 };
 
+// clang-format off
 const DefaultCase kDefaults[] = {
-    {"FeedURL", kStableFeed, true},
-    {"bundleBuild", {}, false},
-    {"isWelcomeShown", false, false},
-    {"showDockIcon", false, false},
-    {"refreshRate", qint64(5), true},
-    {"udShowNotificationsAfterCleaning", true, true},
-    {"autoCleanEveryTime", qint64(10), true},
+    {"FeedURL", kStableFeed, true}, {"bundleBuild", {}, false}, {"isWelcomeShown", false, false},
+    {"showDockIcon", false, false}, {"refreshRate", qint64(5), true},
+    {"udShowNotificationsAfterCleaning", true, true}, {"autoCleanEveryTime", qint64(10), true},
     {"autoCleanByFreeSize", qint64(81), true},  // 1 % of 8 GiB in MB
     // 5 × floor(8192 / 100) = 405, not floor(5 × 8192 / 100) = 409.
     {"autoCleanByInactiveSize", qint64(405), true},
-    {"autoCleanEveryTimeChecked", false, false},
-    {"autoCleanByFreeSizeChecked", false, false},
+    {"autoCleanEveryTimeChecked", false, false}, {"autoCleanByFreeSizeChecked", false, false},
     {"autoCleanByInactiveSizeChecked", false, false},
     {"showRunningApplicationsAndUtilities", false, false},
     {"showApplicationsFromApplicationsFolder", true, true},
     {"showUtilitiesFromApplicationsFolder", false, false},
-    {"statusBarIcon", qint64(3), true},
-    {"statusBarText", qint64(2), true},
-    {"statusBarTextWithInfo", false, true},
-    {"lastTimeCleaned", quint64(0), true},
-    {"maxCleaned", quint64(0), true},
-    {"totallyCleaned", quint64(0), true},
-    {"totallyCleanedDigit", qint64(0), true},
-    {"applicationsAndUtilitiesToMonitoring", {}, false},
-    {"selectedLanguage", qint64(0), false},
-    {"AppleLanguages", {}, false},
+    {"statusBarIcon", qint64(3), true}, {"statusBarText", qint64(2), true},
+    {"statusBarTextWithInfo", false, true}, {"lastTimeCleaned", quint64(0), true},
+    {"maxCleaned", quint64(0), true}, {"totallyCleaned", quint64(0), true},
+    {"totallyCleanedDigit", qint64(0), true}, {"applicationsAndUtilitiesToMonitoring", {}, false},
+    {"selectedLanguage", qint64(0), false}, {"AppleLanguages", {}, false},
     {"collectUsageEvents", true, true},
-    {"statusBarTextPlacement", qint64(0), false},
-    {"statusBarAppearance", qint64(0), false},
-    // The update framework's own names and defaults: no checks, once a day.
-    {"SUEnableAutomaticChecks", false, false},
+    // The update framework's published defaults: automatic checks and
+    // downloads off until chosen, a check once a day.
+    {"SUEnableAutomaticChecks", false, false}, {"SUAutomaticallyUpdate", false, false},
     {"SUScheduledCheckInterval", qint64(86400), false},
-    {"SUAutomaticallyUpdate", false, false},
-    {"SULastCheckTime", qint64(0), false},
-    {"SUSkippedVersion", {}, false},
 };
+// clang-format on
 
 class FreshStoreTest : public PreferencesTest, public ::testing::WithParamInterface<DefaultCase> {};
 
@@ -105,8 +96,16 @@ TEST_P(FreshStoreTest, ReadingGivesTheDefaultAndStoresItOnlyWhereWrittenBack) {
     EXPECT_EQ(file.contains(GetParam().name), GetParam().writtenBack);
 }
 
-INSTANTIATE_TEST_SUITE_P(EverySetting, FreshStoreTest, ::testing::ValuesIn(kDefaults),
-                         tarnwell::test::caseName);
+INSTANTIATE_TEST_SUITE_P(EverySetting, FreshStoreTest, ::testing::ValuesIn(kDefaults), caseName);
+
+// Keys whose default nothing outside the program fixes: only their names,
+// which the panel's menu and the update framework's files share.
+TEST(SettingNames, PanelAndUpdaterKeysAreKnown) {
+    for (const char *key :
+         {"statusBarTextPlacement", "statusBarAppearance", "SULastCheckTime", "SUSkippedVersion"}) {
+        EXPECT_NE(findSetting(key), nullptr) << key;
+    }
+}
 
 struct ThresholdCase {
     const char *name;
@@ -135,7 +134,7 @@ INSTANTIATE_TEST_SUITE_P(
                       ThresholdCase{"JustUnderOnePercentStep", 104'857'599, 0, 0},
                       // (2^64 - 1) / 104857600 rounded down, and five times that
                       ThresholdCase{"Largest", UINT64_MAX, 175'921'860'444, 879'609'302'220}),
-    tarnwell::test::caseName);
+    caseName);
 
 // Every value type survives the trip through the file's text, including the
 // shapes QSettings writes lists in (one element alone, an empty list as a marker).
@@ -156,31 +155,31 @@ QVariantMap record(const QString &name, const QString &id) {
     return {{"name", name}, {"ID", id}, {"DidLaunch", true}, {"DidHide", false}};
 }
 
+constexpr Setting kLanguages = Setting::AppleLanguages;
+constexpr Setting kMonitored = Setting::ApplicationsAndUtilitiesToMonitoring;
+
+// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Types, RoundTripTest,
     ::testing::Values(
         RoundTrip{"BooleanFalseOverWriteBackDefault", Setting::CollectUsageEvents, false},
         RoundTrip{"LargestUnsigned", Setting::TotallyCleaned, quint64(UINT64_MAX)},
         RoundTrip{"BuildWithComma", Setting::BundleBuild, QString("1,2")},
-        RoundTrip{"FeedWithQuery", Setting::FeedURL,
-                  QUrl("http://127.0.0.1:8080/download/beta/appcast.xml?a=1&b=two words")},
-        RoundTrip{"OneLanguage", Setting::AppleLanguages, QStringList{"ukr"}},
-        RoundTrip{"TwoLanguages", Setting::AppleLanguages, QStringList{"ru", "en"}},
-        RoundTrip{"NoLanguages", Setting::AppleLanguages, QStringList{}},
-        RoundTrip{"NoRecords", Setting::ApplicationsAndUtilitiesToMonitoring, QVariantList{}},
-        RoundTrip{"OneRecord", Setting::ApplicationsAndUtilitiesToMonitoring,
-                  QVariantList{record("Firefox", "firefox.desktop")}},
-        RoundTrip{"RecordsWithCommasAndCyrillic", Setting::ApplicationsAndUtilitiesToMonitoring,
-                  QVariantList{record("Files, the manager", "org.gnome.Nautilus.desktop"),
-                               record("Тетрадь", "notes.desktop")}}),
-    tarnwell::test::caseName);
+        RoundTrip{"FeedWithQuery", Setting::FeedURL, QUrl("http://127.0.0.1:8080/download/beta/appcast.xml?a=1&b=two words")},
+        RoundTrip{"OneLanguage", kLanguages, QStringList{"ukr"}},
+        RoundTrip{"TwoLanguages", kLanguages, QStringList{"ru", "en"}},
+        RoundTrip{"NoLanguages", kLanguages, QStringList{}},
+        RoundTrip{"NoRecords", kMonitored, QVariantList{}},
+        RoundTrip{"OneRecord", kMonitored, QVariantList{record("Firefox", "firefox.desktop")}},
+        RoundTrip{"RecordsWithCommasAndCyrillic", kMonitored, QVariantList{record("Files, the manager", "org.gnome.Nautilus.desktop"), record("Тетрадь", "notes.desktop")}}),
+    caseName);
+// clang-format on
 
 TEST_F(PreferencesTest, SetterRefusesAValueOfTheWrongTypeAndKeepsTheOldOne) {
     store().setRefreshRate(7);
     EXPECT_FALSE(store().setValue(Setting::RefreshRate, QString("soon")));
     EXPECT_FALSE(store().setValue(Setting::LastTimeCleaned, qint64(-5)));
-    EXPECT_FALSE(store().setValue(Setting::ApplicationsAndUtilitiesToMonitoring,
-                                  QVariantList{QVariantMap{{"name", "no ID"}}}));
+    EXPECT_FALSE(store().setValue(kMonitored, QVariantList{QVariantMap{{"name", "no ID"}}}));
     EXPECT_EQ(restartedStore()->refreshRate(), 7);
 }
 
@@ -206,29 +205,27 @@ TEST_P(CorruptFileTest, ValueInUseIsTheDefaultOrTheNearestBound) {
     }
 }
 
+constexpr Setting kRefresh = Setting::RefreshRate;
+constexpr Setting kPeriod = Setting::AutoCleanEveryTime;
+
+// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     HandEdited, CorruptFileTest,
     ::testing::Values(
-        CorruptValue{"WordForNumber", "refreshRate=soon", Setting::RefreshRate, qint64(5)},
+        CorruptValue{"WordForNumber", "refreshRate=soon", kRefresh, qint64(5)},
         CorruptValue{"ListForBoolean", "showDockIcon=true, false", Setting::ShowDockIcon, false},
-        CorruptValue{"RelativeFeed", "FeedURL=download/appcast.xml", Setting::FeedURL,
-                     QVariant(kStableFeed)},
+        CorruptValue{"RelativeFeed", "FeedURL=download/appcast.xml", Setting::FeedURL, QVariant(kStableFeed)},
         CorruptValue{"ListForBuild", "bundleBuild=1, 2", Setting::BundleBuild, QVariant()},
-        CorruptValue{"BrokenVariant", "applicationsAndUtilitiesToMonitoring=@Variant(\\0\\0\\x7f",
-                     Setting::ApplicationsAndUtilitiesToMonitoring, QVariant()},
-        CorruptValue{"HandWrittenLanguage", "AppleLanguages=ru", Setting::AppleLanguages,
-                     QStringList{"ru"}},
-        CorruptValue{"RefreshZero", "refreshRate=0", Setting::RefreshRate, qint64(1)},
-        CorruptValue{"RefreshNegative", "refreshRate=-5", Setting::RefreshRate, qint64(1)},
-        CorruptValue{"RefreshPastLongest", "refreshRate=2147484", Setting::RefreshRate,
-                     qint64(2147483)},
-        CorruptValue{"RefreshWrapsToZero", "refreshRate=536870912", Setting::RefreshRate,
-                     qint64(2147483)},
-        CorruptValue{"CleaningZero", "autoCleanEveryTime=0", Setting::AutoCleanEveryTime,
-                     qint64(1)},
-        CorruptValue{"CleaningSpinning", "autoCleanEveryTime=134217728",
-                     Setting::AutoCleanEveryTime, qint64(35791)}),
-    tarnwell::test::caseName);
+        CorruptValue{"BrokenVariant", "applicationsAndUtilitiesToMonitoring=@Variant(\\0\\0\\x7f", kMonitored, QVariant()},
+        CorruptValue{"HandWrittenLanguage", "AppleLanguages=ru", kLanguages, QStringList{"ru"}},
+        CorruptValue{"RefreshZero", "refreshRate=0", kRefresh, qint64(1)},
+        CorruptValue{"RefreshNegative", "refreshRate=-5", kRefresh, qint64(1)},
+        CorruptValue{"RefreshPastLongest", "refreshRate=2147484", kRefresh, qint64(2147483)},
+        CorruptValue{"RefreshWrapsToZero", "refreshRate=536870912", kRefresh, qint64(2147483)},
+        CorruptValue{"CleaningZero", "autoCleanEveryTime=0", kPeriod, qint64(1)},
+        CorruptValue{"CleaningSpinning", "autoCleanEveryTime=134217728", kPeriod, qint64(35791)}),
+    caseName);
+// clang-format on
 
 TEST_F(PreferencesTest, ChangesWrittenByAnotherProcessAreReadAtOnce) {
     store().setRefreshRate(5);
@@ -270,7 +267,15 @@ struct RecordingUpdater : Updater {
     QStringList calls;
 };
 
-TEST_F(PreferencesTest, FeedChangeReachesTheUpdaterEvenWhenUnchanged) {
+// Setting the feed always reaches the updater, even unchanged; a feed given
+// at run time is used but never stored.
+TEST_F(PreferencesTest, FeedChangesReachTheUpdaterAndOverridesAreNotStored) {
+    const QUrl local("http://127.0.0.1:8931/download/appcast.xml");
+    QRMPreferencesManager overridden(
+        settingsPath(), [] { return std::nullopt; }, local, true);
+    EXPECT_EQ(overridden.updatesFeedURL(), local);
+    EXPECT_FALSE(restartedStore()->hasStoredValue(Setting::FeedURL));
+
     const QString beta("https://site.test/download/beta/appcast.xml");
     RecordingUpdater updater;
     store().setUpdater(&updater);
@@ -279,14 +284,6 @@ TEST_F(PreferencesTest, FeedChangeReachesTheUpdaterEvenWhenUnchanged) {
     store().setUpdatesFeedURL(QUrl(beta));
     store().setUpdater(nullptr);
     EXPECT_EQ(updater.calls, QStringList({beta, "check", beta, "check"}));
-}
-
-TEST_F(PreferencesTest, FeedFromARunTimeOverrideIsNeverStored) {
-    const QUrl local("http://127.0.0.1:8931/download/appcast.xml");
-    QRMPreferencesManager overridden(
-        settingsPath(), [] { return std::nullopt; }, local, true);
-    EXPECT_EQ(overridden.updatesFeedURL(), local);
-    EXPECT_FALSE(restartedStore()->hasStoredValue(Setting::FeedURL));
 }
 
 TEST_F(PreferencesTest, CountersWrittenFromTwoThreadsAllArrive) {
@@ -304,6 +301,136 @@ TEST_F(PreferencesTest, CountersWrittenFromTwoThreadsAllArrive) {
     const auto restarted = restartedStore();
     EXPECT_EQ(restarted->lastTimeCleaned(), 199u);
     EXPECT_EQ(restarted->maxCleaned(), 199u);
+}
+
+// Text as typed on the command line, through the same rules as the file.
+struct TextCase {
+    const char *name;
+    SettingType type;
+    QString text;
+    std::optional<QVariant> expected;  // nothing: refused
+    const char *problem = nullptr;     // how a refusal begins, if not "expected ..."
+};
+
+class SettingTextTest : public ::testing::TestWithParam<TextCase> {};
+
+TEST_P(SettingTextTest, ParsesOrRefusesAndPrintsWhatItParses) {
+    const TextCase &row = GetParam();
+    EXPECT_EQ(settingValueFromText(row.type, row.text), row.expected);
+    if (row.expected) {
+        const QString printed = settingValueToText(row.type, *row.expected);
+        EXPECT_EQ(settingValueFromText(row.type, printed), row.expected) << printed.toStdString();
+    } else {
+        const QString problem = settingTextProblem(row.type, row.text);
+        EXPECT_TRUE(problem.startsWith(row.problem ? row.problem : "expected "))
+            << problem.toStdString();
+    }
+}
+
+using T = SettingType;
+// Events left out of a record are accepted.
+const QVariantMap kFirefox{{"name", "Firefox"}, {"ID", "firefox.desktop"}, {"DidLaunch", true}};
+
+// clang-format off
+const TextCase kAccepted[] = {
+    {"True", T::Boolean, "true", QVariant(true)},
+    {"ZeroIsFalse", T::Boolean, "0", QVariant(false)},
+    {"Negative", T::Integer, "-3", QVariant(qint64(-3))},
+    {"Int64Max", T::Integer, "9223372036854775807", QVariant(qint64(INT64_MAX))},
+    {"UInt64Max", T::UnsignedInteger, "18446744073709551615", QVariant(quint64(UINT64_MAX))},
+    {"AnyText", T::String, "120 beta", QVariant(QString("120 beta"))},
+    {"LocalFeed", T::URL, "http://127.0.0.1:8080/download/appcast.xml", QVariant(QUrl("http://127.0.0.1:8080/download/appcast.xml"))},
+    {"Languages", T::StringList, "ru-RU, en", QVariant(QStringList{"ru-RU", "en"})},
+    {"NoLanguages", T::StringList, "", QVariant(QStringList{})},
+    {"Records", T::RecordList, R"([{"name":"Firefox","ID":"firefox.desktop","DidLaunch":true}])", QVariant(QVariantList{kFirefox})},
+    {"EmptyRecords", T::RecordList, "[]", QVariant(QVariantList{})},
+};
+
+const TextCase kRefused[] = {
+    {"YesIsNotABoolean", T::Boolean, "yes", std::nullopt},
+    {"Int64Overflow", T::Integer, "9223372036854775808", std::nullopt},
+    {"Fraction", T::Integer, "4.5", std::nullopt},
+    {"MinusOneIsNotACount", T::UnsignedInteger, "-1", std::nullopt},
+    {"UInt64Overflow", T::UnsignedInteger, "18446744073709551616", std::nullopt},
+    {"RelativeURL", T::URL, "download/appcast.xml", std::nullopt},
+    {"URLWithSpaceInHost", T::URL, "https://a b/", std::nullopt},
+    {"RecordWithoutID", T::RecordList, R"([{"name":"Firefox"}])", std::nullopt, R"(record 1 has no "ID" text)"},
+    {"EventAsText", T::RecordList, R"([{"name":"F","ID":"f"},{"name":"F","ID":"f","DidHide":"yes"}])", std::nullopt, R"(record 2 has "DidHide" that is not true or false)"},
+    {"RecordWithIcon", T::RecordList, R"([{"name":"A","ID":"a","icon":"a.png"}])", std::nullopt, R"(record 1 has the unknown key "icon")"},
+    {"ObjectNotArray", T::RecordList, R"({"name":"F","ID":"f"})", std::nullopt, "not a JSON array of records"},
+    {"NotJSON", T::RecordList, "firefox", std::nullopt, "not JSON ("},
+};
+// clang-format on
+
+INSTANTIATE_TEST_SUITE_P(Accepted, SettingTextTest, ::testing::ValuesIn(kAccepted), caseName);
+INSTANTIATE_TEST_SUITE_P(Refused, SettingTextTest, ::testing::ValuesIn(kRefused), caseName);
+
+// What a person may type beyond the type itself. 8 GiB installed puts the
+// thresholds' limit at 4096 MB.
+struct RangeCase {
+    const char *name;
+    Setting setting;
+    QVariant value;
+    const char *refusal;  // nullptr: accepted
+    std::optional<uint64_t> installedMemory = uint64_t(8) << 30;
+};
+
+class SettingRangeTest : public ::testing::TestWithParam<RangeCase> {};
+
+TEST_P(SettingRangeTest, AcceptsOrDescribesTheRange) {
+    const RangeCase &row = GetParam();
+    EXPECT_EQ(outsideSettingRange(row.setting, row.value, row.installedMemory),
+              row.refusal ? std::optional<QString>(row.refusal) : std::nullopt);
+}
+
+constexpr char kFeedRule[] = "an https address of an update feed (http only to this machine)";
+constexpr char kRefreshRule[] = "a whole number from 1 to 2147483 seconds";
+constexpr char kThresholdRule[] = "a whole number from 1 to 4096 MB";
+constexpr Setting kFree = Setting::AutoCleanByFreeSize;
+
+// A timer takes milliseconds as an int: 2147483647 ms is 2147483 s or 35791 min.
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(
+    Rows, SettingRangeTest,
+    ::testing::Values(
+        RangeCase{"IconTypeLast", Setting::StatusBarIconType, 4, nullptr},
+        RangeCase{"IconTypeAbove", Setting::StatusBarIconType, 5, "a whole number from 0 to 4"},
+        RangeCase{"LanguageIndexAbove", Setting::SelectedLanguage, 4, "a whole number from 0 to 3"},
+        RangeCase{"RefreshRateZero", kRefresh, 0, kRefreshRule},
+        RangeCase{"RefreshRateLongest", kRefresh, 2147483, nullptr},
+        RangeCase{"RefreshRateBeyondATimer", kRefresh, 2147484, kRefreshRule},
+        RangeCase{"PeriodLongest", kPeriod, 35791, nullptr},
+        RangeCase{"PeriodZero", kPeriod, 0, "a whole number from 1 to 35791 minutes"},
+        RangeCase{"ThresholdHalfTheMemory", kFree, 4096, nullptr},
+        RangeCase{"ThresholdAboveHalf", Setting::AutoCleanByInactiveSize, 4097, kThresholdRule},
+        RangeCase{"ThresholdZero", kFree, 0, kThresholdRule},
+        RangeCase{"ThresholdWhileMemoryUnknown", kFree, 1, "a whole number of MB up to half the installed memory, which is not known now", std::nullopt},
+        RangeCase{"FeedOverHttps", Setting::FeedURL, QUrl("https://example.org/a.xml"), nullptr},
+        RangeCase{"FeedOverLoopbackHttp", Setting::FeedURL, QUrl("http://127.0.0.1:8931/a.xml"), nullptr},
+        RangeCase{"FeedOverPlainHttp", Setting::FeedURL, QUrl("http://example.org/a.xml"), kFeedRule},
+        RangeCase{"FeedToLookalikeHost", Setting::FeedURL, QUrl("http://127.example.org/"), kFeedRule},
+        RangeCase{"FeedFromAFile", Setting::FeedURL, QUrl("file:///tmp/a.xml"), kFeedRule}),
+    caseName);
+// clang-format on
+
+// An address from the environment replaces the build's only when the feed
+// rule above accepts it; the feeds hang below it.
+TEST(SiteAddress, EnvironmentReplacesTheBuiltInOneOnlyWhenSecure) {
+    qunsetenv("TARNWELL_SITE_URL");
+    const QString builtIn = QRMConstants::configuredSiteURL();
+    qputenv("TARNWELL_SITE_URL", "http://example.org");
+    EXPECT_FALSE(QRMConstants::siteURLOverridden());
+    EXPECT_EQ(QRMConstants::configuredSiteURL(), builtIn);
+
+    qputenv("TARNWELL_SITE_URL", " https://staging.example.org// ");
+    EXPECT_TRUE(QRMConstants::siteURLOverridden());
+    const QRMConstants constants(QRMConstants::configuredSiteURL());
+    qunsetenv("TARNWELL_SITE_URL");
+    EXPECT_EQ(constants.siteURL(), "https://staging.example.org");
+    const QString feeds = "https://staging.example.org/download/%1appcast.xml";
+    EXPECT_EQ(constants.updatesURL(), QUrl(feeds.arg("")));
+    EXPECT_EQ(constants.updatesBetaURL(), QUrl(feeds.arg("beta/")));
+    EXPECT_EQ(constants.updatesAlphaURL(), QUrl(feeds.arg("alpha/")));
 }
 
 }  // namespace

@@ -19,12 +19,6 @@
 
 namespace tarnwell::test {
 
-// A second connection to the session bus with its own unique name, as a
-// panel would have.
-inline QDBusConnection peerConnection(const QString &name) {
-    return QDBusConnection::connectToBus(QDBusConnection::SessionBus, name);
-}
-
 inline QDBusMessage callAndWait(const QDBusConnection &connection, const QDBusMessage &call) {
     QDBusPendingCallWatcher watcher(connection.asyncCall(call));
     if (!watcher.isFinished()) {
@@ -84,13 +78,6 @@ public:
             result.append(message.member());
         }
         return result;
-    }
-
-    void waitForCount(int count) {
-        QSignalSpy recorded(this, &BusSignalRecorder::recorded);
-        while (received.size() < count) {
-            ASSERT_TRUE(recorded.wait(10000)) << "no signal after " << received.size();
-        }
     }
 
     void waitFor(const QString &name) {

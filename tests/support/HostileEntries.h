@@ -18,6 +18,8 @@
 
 #include <gtest/gtest.h>
 
+#include "CaseName.h"
+
 namespace tarnwell::testing {
 
 enum class HostileKind { LinkOut, Fifo, DeviceLink, DeviceNode, Garbage, Huge, OddName };
@@ -47,9 +49,7 @@ inline void PrintTo(const HostileEntry &entry, std::ostream *out) {
     *out << entry.name;
 }
 
-inline std::string hostileCaseName(const ::testing::TestParamInfo<HostileEntry> &info) {
-    return info.param.name;
-}
+inline constexpr auto hostileCaseName = test::caseName;
 
 // Where the test makes its device nodes: as root, a tmpfs in a private mount
 // namespace of the test process (which its children share), so nodes open even

@@ -119,49 +119,30 @@ TEST(DesktopFilesChange, AreReadAgain) {
     EXPECT_FALSE(appearance.isDark()) << "forced light";
 }
 
-// Settings as a GTK desktop's manager publishes them, little- and big-endian:
-// an integer "Xft/DPI", then the string "Net/ThemeName".
-QByteArray xsettingsBlob(bool bigEndian, const QByteArray &theme) {
-    QByteArray blob;
-    auto card32 = [&](quint32 v) {
-        for (int i = 0; i < 4; ++i) {
-            blob.append(char(bigEndian ? v >> (24 - 8 * i) : v >> (8 * i)));
-        }
-    };
-    auto card16 = [&](quint16 v) {
-        blob.append(char(bigEndian ? v >> 8 : v));
-        blob.append(char(bigEndian ? v : v >> 8));
-    };
-    auto padded = [&](const QByteArray &text) {
-        blob.append(text);
-        blob.append(QByteArray((4 - text.size() % 4) % 4, '\0'));
-    };
-    blob.append(char(bigEndian ? 1 : 0)).append(3, '\0');
-    card32(7);  // serial
-    card32(2);  // settings
-    blob.append(char(0)).append('\0');
-    card16(7);
-    padded("Xft/DPI");
-    card32(0);
-    card32(98304);
-    blob.append(char(1)).append('\0');
-    card16(13);
-    padded("Net/ThemeName");
-    card32(0);
-    card32(quint32(theme.size()));
-    padded(theme);
-    return blob;
-}
+// Settings as a GTK desktop's manager publishes them, worked out by hand from
+// the XSETTINGS layout: an integer "Xft/DPI" (96 * 1024), then the string
+// "Net/ThemeName". Spaces part the fields.
+const QByteArray kGreybird = QByteArray::fromHex(
+    "00 000000 07000000 02000000"
+    "00 00 0700 5866742f445049 00 00000000 00800100"
+    "01 00 0d00 4e65742f5468656d654e616d65 000000 00000000 08000000 4772657962697264");
+const QByteArray kGreybirdDark = QByteArray::fromHex(
+    "00 000000 07000000 02000000"
+    "00 00 0700 5866742f445049 00 00000000 00800100"
+    "01 00 0d00 4e65742f5468656d654e616d65 000000 00000000 0d000000 "
+    "47726579626972642d6461726b 000000");
+const QByteArray kGreybirdBigEndian = QByteArray::fromHex(
+    "01 000000 00000007 00000002"
+    "00 00 0007 5866742f445049 00 00000000 00018000"
+    "01 00 000d 4e65742f5468656d654e616d65 000000 00000000 00000008 4772657962697264");
 
 TEST(XSettingsBlob, ThemeNameInEitherByteOrder) {
-    EXPECT_EQ(xsettingsString(xsettingsBlob(false, "Adwaita-dark"), "Net/ThemeName"),
-              QStringLiteral("Adwaita-dark"));
-    EXPECT_EQ(xsettingsString(xsettingsBlob(true, "Greybird"), "Net/ThemeName"),
-              QStringLiteral("Greybird"));
-    EXPECT_EQ(xsettingsString(xsettingsBlob(false, "x"), "Net/IconThemeName"), std::nullopt);
+    EXPECT_EQ(xsettingsString(kGreybirdDark, "Net/ThemeName"), QStringLiteral("Greybird-dark"));
+    EXPECT_EQ(xsettingsString(kGreybirdBigEndian, "Net/ThemeName"), QStringLiteral("Greybird"));
+    EXPECT_EQ(xsettingsString(kGreybird, "Net/IconThemeName"), std::nullopt);
     // Cut anywhere inside the theme's name: nothing, and no read past the end.
-    const QByteArray whole = xsettingsBlob(false, "Adwaita-dark");
-    EXPECT_EQ(xsettingsString(whole.left(whole.size() - 3), "Net/ThemeName"), std::nullopt);
+    EXPECT_EQ(xsettingsString(kGreybirdDark.left(kGreybirdDark.size() - 6), "Net/ThemeName"),
+              std::nullopt);
 }
 
 // Plays a tray or a settings manager: owns the selection and announces it.
@@ -231,14 +212,14 @@ TEST(OnXServer, TrayAndSettingsManagersAreFollowed) {
     EXPECT_FALSE(tray.isPresent());
 
     SelectionOwner manager(display, "_XSETTINGS_S0");
-    manager.setProperty("_XSETTINGS_SETTINGS", xsettingsBlob(false, "Greybird"));
+    manager.setProperty("_XSETTINGS_SETTINGS", kGreybird);
     X11ManagerSelection xsettings("_XSETTINGS_S", "_XSETTINGS_SETTINGS", display);
     QTemporaryDir empty;
     PanelAppearance appearance({empty.path(), {}, QStringLiteral("XFCE"), QString()}, {},
                                &xsettings);
     EXPECT_FALSE(appearance.isDark());
     QSignalSpy changed(&appearance, &PanelAppearance::changed);
-    manager.setProperty("_XSETTINGS_SETTINGS", xsettingsBlob(false, "Greybird-dark"));
+    manager.setProperty("_XSETTINGS_SETTINGS", kGreybirdDark);
     ASSERT_TRUE(changed.wait(15000));
     EXPECT_TRUE(appearance.isDark());
 }

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 #include <QSignalSpy>
 
-#include "CaseName.h"
-#include "BusTestSupport.h"
 #include "QtPrinters.h"
 #include "TestStatusNotifierWatcher.h"
 #include "app/QRMMenu.h"
@@ -80,56 +78,28 @@ protected:
     QString watcherProcess = QStringLiteral("xfce4-panel");
 };
 
-TEST_F(StatusItemHostTest, AWatcherAlreadyRunningGetsTheItem) {
+// Without a watcher the item waits on the bus for one, unless a legacy tray
+// is there to take the tray icon.
+TEST_F(StatusItemHostTest, TheTrayIconOnlyWhereNoWatcherRuns) {
+    {
+        auto host = start();
+        EXPECT_EQ(host->kind(), Kind::NotifierItem);
+        tray.set(true);
+        EXPECT_EQ(host->kind(), Kind::TrayIcon);
+        tray.set(false);
+        EXPECT_EQ(host->kind(), Kind::NotifierItem);
+    }
     TestStatusNotifierWatcher watcher(QStringLiteral("panel"));
     tray.present = true;  // xfce4-panel's tray owns both
-    auto host = start();
-    EXPECT_EQ(host->kind(), Kind::NotifierItem);
+    EXPECT_EQ(start()->kind(), Kind::NotifierItem);
 }
 
 // Tarnwell started at login before the panel: it used to settle on the tray
 // icon, or on nothing, for good.
-TEST_F(StatusItemHostTest, StartedBeforeThePanelMovesToTheWatcherWhenItComes) {
+TEST_F(StatusItemHostTest, StartedBeforeThePanelFollowsItsWatcher) {
     tray.present = true;
     auto host = start();
     EXPECT_EQ(host->kind(), Kind::TrayIcon);
-
-    auto watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel"));
-    waitForKind(*host, Kind::NotifierItem);
-
-    // The watcher leaves and stays away: the tray icon returns.
-    watcher.reset();
-    waitForKind(*host, Kind::TrayIcon);
-    EXPECT_EQ(FakeItem::mostAlive, 1) << "two icons at once";
-}
-
-TEST_F(StatusItemHostTest, WithNeitherHostTheItemWaitsForWhicheverComes) {
-    auto host = start();
-    EXPECT_EQ(host->kind(), Kind::NotifierItem);
-    tray.set(true);
-    EXPECT_EQ(host->kind(), Kind::TrayIcon);
-    tray.set(false);
-    EXPECT_EQ(host->kind(), Kind::NotifierItem);
-}
-
-TEST_F(StatusItemHostTest, APanelRestartWithinTheGracePeriodKeepsTheItem) {
-    tray.present = true;
-    auto host = start();
-    host->setWatcherGracePeriod(10s);
-    auto watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel"));
-    waitForKind(*host, Kind::NotifierItem);
-    QSignalSpy changed(host.get(), &StatusItemHost::kindChanged);
-
-    watcher.reset();
-    QSignalSpy identified(host.get(), &StatusItemHost::hostIdentified);
-    watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel2"));
-    ASSERT_TRUE(identified.wait(5000));
-    EXPECT_TRUE(changed.isEmpty());
-}
-
-TEST_F(StatusItemHostTest, EachNewItemGetsWhatTheControllerSet) {
-    tray.present = true;
-    auto host = start();
     QRMMenu menu;
     QImage image(4, 4, QImage::Format_ARGB32);
     image.fill(Qt::red);
@@ -138,50 +108,59 @@ TEST_F(StatusItemHostTest, EachNewItemGetsWhatTheControllerSet) {
     host->setToolTip(QStringLiteral("Free memory: 2.38 GB (12.12 %)"));
     host->setImage(image, true);
 
-    TestStatusNotifierWatcher watcher(QStringLiteral("panel"));
+    auto watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel"));
     waitForKind(*host, Kind::NotifierItem);
+    // The new item shows everything the controller set before it came.
     const FakeItem &item = itemOf(*host);
     EXPECT_EQ(item.title, QStringLiteral("2.38 GB"));
     EXPECT_EQ(item.toolTip, QStringLiteral("Free memory: 2.38 GB (12.12 %)"));
     EXPECT_EQ(item.image, image);
     EXPECT_TRUE(item.isTemplate);
     EXPECT_EQ(item.menu, &menu);
+
+    // A panel restart within the grace period keeps the item.
+    host->setWatcherGracePeriod(10s);
+    QSignalSpy changed(host.get(), &StatusItemHost::kindChanged);
+    watcher.reset();
+    QSignalSpy identified(host.get(), &StatusItemHost::hostIdentified);
+    watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel2"));
+    ASSERT_TRUE(identified.wait(5000));
+    EXPECT_TRUE(changed.isEmpty());
+
+    // The watcher leaves and stays away: the tray icon returns.
+    host->setWatcherGracePeriod(50ms);
+    watcher.reset();
+    waitForKind(*host, Kind::TrayIcon);
+    EXPECT_EQ(FakeItem::mostAlive, 1) << "two icons at once";
 }
 
-struct PlacementCase {
-    const char *name;
-    const char *watcherProcess;  // empty: no watcher, a legacy tray
-    int placement;
-    bool drawn;
-};
-
-class TitlePlacement : public StatusItemHostTest,
-                       public ::testing::WithParamInterface<PlacementCase> {};
-
-TEST_P(TitlePlacement, DrawnWhereTheHostShowsNoLabel) {
-    const PlacementCase &c = GetParam();
-    placement = c.placement;
-    watcherProcess = QString::fromLatin1(c.watcherProcess);
-    std::unique_ptr<TestStatusNotifierWatcher> watcher;
-    tray.present = watcherProcess.isEmpty();
-    auto host = start();
-    if (!watcherProcess.isEmpty()) {
-        QSignalSpy identified(host.get(), &StatusItemHost::hostIdentified);
-        watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel"));
-        ASSERT_TRUE(identified.wait(5000));
+TEST_F(StatusItemHostTest, TitleDrawnWhereTheHostShowsNoLabel) {
+    tray.present = true;
+    {
+        auto host = start();  // a legacy tray shows no label either
+        host->setTitle(QStringLiteral("42.00 %"));
+        EXPECT_TRUE(itemOf(*host).drawn);
     }
-    host->setTitle(QStringLiteral("42.00 %"));
-    EXPECT_EQ(itemOf(*host).drawn, c.drawn);
+    TestStatusNotifierWatcher watcher(QStringLiteral("panel"));
+    const struct {
+        const char *watcherProcess;
+        int placement;  // the setting: 0 from the host, 1 label, 2 drawn
+        bool drawn;
+    } cases[] = {{"ayatana-indicat", 0, false},
+                 {"lxqt-panel", 0, true},
+                 {"lxqt-panel", 1, false},
+                 {"ayatana-indicat", 2, true}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(::testing::Message() << c.watcherProcess << " " << c.placement);
+        placement = c.placement;
+        watcherProcess = QString::fromLatin1(c.watcherProcess);
+        auto host = start();
+        QSignalSpy identified(host.get(), &StatusItemHost::hostIdentified);
+        ASSERT_TRUE(identified.wait(5000));
+        host->setTitle(QStringLiteral("42.00 %"));
+        EXPECT_EQ(itemOf(*host).drawn, c.drawn);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Hosts, TitlePlacement,
-    ::testing::Values(PlacementCase{"AyatanaShowsTheLabel", "ayatana-indicat", 0, false},
-                      PlacementCase{"LxqtPanelDoesNot", "lxqt-panel", 0, true},
-                      PlacementCase{"XEmbedTrayDoesNot", "", 0, true},
-                      PlacementCase{"LabelForcedOnLxqt", "lxqt-panel", 1, false},
-                      PlacementCase{"DrawnForcedOnAyatana", "ayatana-indicat", 2, true}),
-    test::caseName);
 
 }  // namespace
 }  // namespace tarnwell

@@ -22,6 +22,7 @@
 #include "platform/linux/QRMApplicationsInfo.h"
 #include "preferences/QRMPreferencesManager.h"
 #include "preferences/QRMSettingValue.h"
+#include "threads/StartThread.h"
 #include "ui/preferences/ButtonImages.h"
 #include "ui/preferences/QRMPopUpButton.h"
 #include "ui/preferences/QRMTextFieldCell.h"
@@ -113,16 +114,14 @@ AppsTab::AppsTab(QRMPreferencesManager &preferences, QRMAppDelegate &appDelegate
             [this] { setViewToRow(selectedRow()); });
 
     addButton = new QRMPopUpButton;
-    addButton->setIcon(QPixmap::fromImage(imageForAddButton(palette(), devicePixelRatioF())));
     addButton->setFixedSize(22, 22);
     addButton->setMenuForPopUp([this] { return menuForPopUp(); });
     addButton->setEnabled(false);
     removeButton = new QPushButton;
-    removeButton->setIcon(
-        QPixmap::fromImage(imageForRemoveButton(palette(), devicePixelRatioF())));
     removeButton->setFixedSize(22, 22);
     removeButton->setFlat(true);
     connect(removeButton, &QPushButton::clicked, this, &AppsTab::removeButtonAction);
+    drawButtonImages();
 
     chooseApplication = new QLabel;
     applicationEventsNotAvailable = new QLabel;
@@ -220,6 +219,11 @@ QList<QCheckBox *> AppsTab::eventButtons() const {
     // In the order of the record's flags.
     return {buttonDidLaunch, buttonDidTerminate, buttonDidHide,
             buttonDidUnhide, buttonDidActivate,  buttonDidDeactivate};
+}
+
+void AppsTab::drawButtonImages() {
+    addButton->setIcon(QPixmap::fromImage(imageForAddButton(palette(), devicePixelRatioF())));
+    removeButton->setIcon(QPixmap::fromImage(imageForRemoveButton(palette(), devicePixelRatioF())));
 }
 
 void AppsTab::languageDidChanged() {
@@ -434,9 +438,9 @@ void AppsTab::prepareMenuItems() {
         }
     }
     auto candidates = std::make_shared<QList<ApplicationCandidate>>();
-    preparation_ = QThread::create([candidates, running, files,
-                                    runningApplications = sources_.runningApplications,
-                                    locale = sources_.locale] {
+    const auto prepare = [candidates, running, files,
+                          runningApplications = sources_.runningApplications,
+                          locale = sources_.locale] {
         const auto append = [&](const ApplicationCandidate &candidate) {
             const bool listed = std::any_of(
                 candidates->cbegin(), candidates->cend(), [&](const ApplicationCandidate &c) {
@@ -465,7 +469,8 @@ void AppsTab::prepareMenuItems() {
                          [](const ApplicationCandidate &a, const ApplicationCandidate &b) {
                              return byName(a.name, b.name);
                          });
-    });
+    };
+    preparation_ = QThread::create([prepare] { threads::runWithSignalStack(prepare); });
     connect(preparation_, &QThread::finished, this, [this, candidates] {
         preparation_->deleteLater();
         preparation_ = nullptr;

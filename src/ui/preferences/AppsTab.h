@@ -37,6 +37,9 @@ public:
     ~AppsTab() override;
 
     void languageDidChanged();
+    // Draws "+" and "-" in the palette's button text colour; called again
+    // when the desktop's theme changes.
+    void drawButtonImages();
 
     // One row of the table: the stored record and its icon.
     struct Row {

@@ -61,6 +61,8 @@ QRMPreferencesWindowController::QRMPreferencesWindowController(PreferencesServic
     tabView->addTab(tabUpdates, QString());
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(tabView);
+    connect(this, &QRMPreferencesWindowController::themeChanged, tabApps,
+            &AppsTab::drawButtonImages);
 
     // Exactly Ctrl+W: with Shift or Alt added it is another shortcut.
     auto *close = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_W), this);

@@ -1,11 +1,18 @@
+// The two presenters of the menu model: the dbusmenu exporter that panels
+// read over the bus, and the QMenu mirror the tray icon and activations pop
+// up. Both show the same model, each with its own escaping.
 #include <QDBusMessage>
 #include <QImage>
+#include <QMenu>
+#include <QScreen>
+#include <QSignalSpy>
 
 #include "BusTestSupport.h"
 #include "MenuShape.h"
 #include "QtPrinters.h"
 #include "app/QRMMenu.h"
 #include "ui/DBusMenuExporter.h"
+#include "ui/MenuMirror.h"
 
 namespace tarnwell {
 namespace {
@@ -29,31 +36,53 @@ QString shapeOf(const QList<DBusMenuLayoutItem> &items) {
     });
 }
 
-class DBusMenuExporterTest : public ::testing::Test {
+QString shapeOf(const QMenu *menu) {
+    return test::menuShape(menu->actions(), [](const QAction *action) {
+        // Qt disables every hidden action; only a shown one tells.
+        return test::ShownEntry{action->text(),
+                                action->isSeparator(),
+                                action->isVisible(),
+                                !action->isVisible() || action->isEnabled(),
+                                !action->icon().isNull(),
+                                false,
+                                action->menu() ? shapeOf(action->menu()) : QString()};
+    });
+}
+
+class MenuModel : public ::testing::Test {
 protected:
     void SetUp() override {
-        registerDBusTypes();
-        clean = menu.addItem(QStringLiteral("Clean_now"));
-        menu.addSeparator();
-        free = menu.addItem(QStringLiteral("Free"));
+        clean = model.addItem(QStringLiteral("Clean_now"));
+        model.addSeparator();
+        free = model.addItem(QStringLiteral("Free & easy"));
         QImage legend(16, 16, QImage::Format_ARGB32);
         legend.fill(Qt::green);
         free->setImage(legend);
-        wired = menu.addItem(QStringLiteral("Wired"));
+        wired = model.addItem(QStringLiteral("Wired"));
         wired->setEnabled(false);
-        swap = menu.addItem(QStringLiteral("Swap"));
+        swap = model.addItem(QStringLiteral("Swap"));
         swap->setSubmenu(new QRMMenu);
         swapUsed = swap->submenu()->addItem(QStringLiteral("Used"));
         swap->submenu()->addItem(QStringLiteral("Total"));
-        menu.addItem(QStringLiteral("Hidden"))->setVisible(false);
+        model.addItem(QStringLiteral("Hidden"))->setVisible(false);
+    }
 
+    QRMMenu model;
+    QRMMenuItem *clean, *free, *wired, *swap, *swapUsed;
+};
+
+class DBusMenuExporterTest : public MenuModel {
+protected:
+    void SetUp() override {
+        MenuModel::SetUp();
+        registerDBusTypes();
         exporter = std::make_unique<DBusMenuExporter>(QDBusConnection::sessionBus(), kPath);
-        exporter->setMenu(&menu);
+        exporter->setMenu(&model);
         recorder.listen(
             host, service, kPath, kInterface,
             {QStringLiteral("LayoutUpdated"), QStringLiteral("ItemsPropertiesUpdated")});
         // The first announcement of a freshly exported menu.
-        recorder.waitForCount(1);
+        recorder.waitFor(QStringLiteral("LayoutUpdated"));
         recorder.received.clear();
     }
 
@@ -82,26 +111,28 @@ protected:
         return id;
     }
 
-    QRMMenu menu;
-    QRMMenuItem *clean, *free, *wired, *swap, *swapUsed;
     std::unique_ptr<DBusMenuExporter> exporter;
-    QDBusConnection host = test::peerConnection(QStringLiteral("host"));
+    // A connection of its own, with its own unique name, as a panel has.
+    QDBusConnection host =
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("host"));
     QString service = QDBusConnection::sessionBus().baseService();
     test::BusSignalRecorder recorder;
 };
 
-TEST_F(DBusMenuExporterTest, GetLayoutSendsTheAskedPart) {
+const QVariant kClick = QVariant::fromValue(QDBusVariant(0));
+
+TEST_F(DBusMenuExporterTest, ReadsAnswerTheAskedPartOrAnError) {
     const struct {
         const char *parentLabel;  // nullptr for the root
         int depth;
         QStringList propertyNames;
         const char *shape;
     } cases[] = {
-        {nullptr, -1, {}, "Clean__now, ---, Free*, !Wired, Swap>(Used, Total), ~Hidden"},
+        {nullptr, -1, {}, "Clean__now, ---, Free & easy*, !Wired, Swap>(Used, Total), ~Hidden"},
         {nullptr, 0, {}, ""},
-        {nullptr, 1, {}, "Clean__now, ---, Free*, !Wired, Swap>, ~Hidden"},
+        {nullptr, 1, {}, "Clean__now, ---, Free & easy*, !Wired, Swap>, ~Hidden"},
         {"Swap", -1, {}, "Used, Total"},
-        {nullptr, -1, {"label"}, "Clean__now, ?, Free, Wired, Swap(Used, Total), Hidden"},
+        {nullptr, -1, {"label"}, "Clean__now, ?, Free & easy, Wired, Swap(Used, Total), Hidden"},
         {nullptr, 1, {"no-such"}, "?, ?, ?, ?, ?, ?"},
     };
     for (const auto &c : cases) {
@@ -111,11 +142,8 @@ TEST_F(DBusMenuExporterTest, GetLayoutSendsTheAskedPart) {
         EXPECT_EQ(layout.id, parent);
         EXPECT_EQ(shapeOf(layout.children).toStdString(), c.shape);
     }
-}
 
-const QVariant kClick = QVariant::fromValue(QDBusVariant(0));
-
-TEST_F(DBusMenuExporterTest, UnknownIdsAnswerAnError) {
+    // Unknown ids answer an error, not an empty value.
     const std::pair<const char *, QVariantList> calls[] = {
         {"GetLayout", {999, -1, QStringList()}},
         {"GetProperty", {999, QStringLiteral("label")}},
@@ -129,7 +157,7 @@ TEST_F(DBusMenuExporterTest, UnknownIdsAnswerAnError) {
     }
 }
 
-TEST_F(DBusMenuExporterTest, ClicksTriggerTheirItems) {
+TEST_F(DBusMenuExporterTest, ClicksAndOpeningsReachTheModel) {
     QSignalSpy cleanTriggered(clean, &QRMMenuItem::triggered);
     QSignalSpy usedTriggered(swapUsed, &QRMMenuItem::triggered);
     const QDBusMessage single =
@@ -146,20 +174,32 @@ TEST_F(DBusMenuExporterTest, ClicksTriggerTheirItems) {
     EXPECT_EQ(demarshalled<QList<int>>(group.arguments().at(0)), QList<int>{999});
     EXPECT_TRUE(cleanTriggered.count() == 1 || cleanTriggered.wait(10000));
     EXPECT_TRUE(usedTriggered.count() == 1 || usedTriggered.wait(10000));
+
+    // Opening a submenu lets the model refresh before the host reads it.
+    QSignalSpy swapShown(swap->submenu(), &QRMMenu::aboutToShow);
+    QObject::connect(swap->submenu(), &QRMMenu::aboutToShow, swap->submenu(),
+                     [this] { swap->submenu()->addItem(QStringLiteral("Late")); });
+    const int swapId = idOf(QStringLiteral("Swap"));
+    const QDBusMessage shown =
+        call(QStringLiteral("AboutToShowGroup"), {QVariant::fromValue(QList<int>{swapId, 999})});
+    ASSERT_EQ(shown.type(), QDBusMessage::ReplyMessage) << shown.errorMessage().toStdString();
+    EXPECT_EQ(demarshalled<QList<int>>(shown.arguments().at(0)), QList<int>{swapId})
+        << "the refresh changed the submenu";
+    EXPECT_EQ(demarshalled<QList<int>>(shown.arguments().at(1)), QList<int>{999});
+    EXPECT_EQ(swapShown.count(), 1);
 }
 
 TEST_F(DBusMenuExporterTest, PropertyChangesOfOneTurnArriveAsOneDiff) {
     const uint revision = getLayout(0, 0).first;
     const int cleanId = idOf(QStringLiteral("Clean__now"));
-    const int freeId = idOf(QStringLiteral("Free"));
+    const int freeId = idOf(QStringLiteral("Free & easy"));
     const int wiredId = idOf(QStringLiteral("Wired"));
 
     clean->setTitle(QStringLiteral("Cleaning..."));
     clean->setTitle(QStringLiteral("Clean_again"));
     free->setImage({});
     wired->setEnabled(true);
-    recorder.waitForCount(1);
-
+    recorder.waitFor(QStringLiteral("ItemsPropertiesUpdated"));
     ASSERT_EQ(recorder.names(), QStringList{QStringLiteral("ItemsPropertiesUpdated")});
     const QVariantList arguments = recorder.received[0].arguments();
     const auto updated = demarshalled<DBusMenuItemList>(arguments.at(0));
@@ -181,7 +221,7 @@ TEST_F(DBusMenuExporterTest, StructureChangesAnnounceTheirParentWithANewRevision
     const uint revision = getLayout(0, 0).first;
     const int swapId = idOf(QStringLiteral("Swap"));
     swap->submenu()->addItem(QStringLiteral("Free swap"));
-    recorder.waitForCount(1);
+    recorder.waitFor(QStringLiteral("LayoutUpdated"));
     ASSERT_EQ(recorder.names(), QStringList{QStringLiteral("LayoutUpdated")});
     EXPECT_GT(recorder.received[0].arguments().at(0).toUInt(), revision);
     EXPECT_EQ(recorder.received[0].arguments().at(1).toInt(), swapId);
@@ -190,11 +230,12 @@ TEST_F(DBusMenuExporterTest, StructureChangesAnnounceTheirParentWithANewRevision
 
     // A rebuilt menu is one announcement of the root, with fresh ids.
     const int oldMaximum = idOf(QStringLiteral("Free swap"));
-    menu.removeAllItems();
-    menu.addItem(QStringLiteral("Clean_now"));
-    recorder.waitForCount(2);
-    ASSERT_EQ(recorder.received.size(), 2) << "one announcement per turn";
-    EXPECT_EQ(recorder.received[1].arguments().at(1).toInt(), 0);
+    recorder.received.clear();
+    model.removeAllItems();
+    model.addItem(QStringLiteral("Clean_now"));
+    recorder.waitFor(QStringLiteral("LayoutUpdated"));
+    ASSERT_EQ(recorder.received.size(), 1) << "one announcement per turn";
+    EXPECT_EQ(recorder.received[0].arguments().at(1).toInt(), 0);
     const DBusMenuLayoutItem root = getLayout(0, -1).second;
     ASSERT_EQ(root.children.size(), 1);
     EXPECT_GT(root.children[0].id, oldMaximum);
@@ -202,18 +243,86 @@ TEST_F(DBusMenuExporterTest, StructureChangesAnnounceTheirParentWithANewRevision
               QDBusMessage::ErrorMessage);
 }
 
-TEST_F(DBusMenuExporterTest, AboutToShowGroupLetsTheModelRefreshFirst) {
-    QSignalSpy swapShown(swap->submenu(), &QRMMenu::aboutToShow);
-    QObject::connect(swap->submenu(), &QRMMenu::aboutToShow, swap->submenu(),
-                     [this] { swap->submenu()->addItem(QStringLiteral("Late")); });
-    const int swapId = idOf(QStringLiteral("Swap"));
-    const QDBusMessage group =
-        call(QStringLiteral("AboutToShowGroup"), {QVariant::fromValue(QList<int>{swapId, 999})});
-    ASSERT_EQ(group.type(), QDBusMessage::ReplyMessage) << group.errorMessage().toStdString();
-    EXPECT_EQ(demarshalled<QList<int>>(group.arguments().at(0)), QList<int>{swapId})
-        << "the refresh changed the submenu";
-    EXPECT_EQ(demarshalled<QList<int>>(group.arguments().at(1)), QList<int>{999});
-    EXPECT_EQ(swapShown.count(), 1);
+class MenuMirrorTest : public MenuModel {
+protected:
+    void SetUp() override {
+        MenuModel::SetUp();
+        mirror.setMenu(&model);
+    }
+
+    MenuMirror mirror;
+};
+
+TEST_F(MenuMirrorTest, ItemChangesUpdateTheSameActions) {
+    EXPECT_EQ(shapeOf(mirror.menu()),
+              QStringLiteral("Clean_now, ---, Free && easy*, !Wired, Swap(Used, Total), ~Hidden"));
+    const QList<QAction *> before = mirror.menu()->actions();
+    QSignalSpy triggered(swapUsed, &QRMMenuItem::triggered);
+    before.at(4)->menu()->actions().at(0)->trigger();
+    EXPECT_TRUE(triggered.wait(10000)) << "picking an action did not trigger its item";
+
+    clean->setTitle(QStringLiteral("Cleaning..."));
+    clean->setEnabled(false);
+    free->setImage({});
+    swapUsed->setVisible(false);
+    EXPECT_EQ(
+        shapeOf(mirror.menu()),
+        QStringLiteral("!Cleaning..., ---, Free && easy, !Wired, Swap(~Used, Total), ~Hidden"));
+    EXPECT_EQ(mirror.menu()->actions(), before);
+}
+
+TEST_F(MenuMirrorTest, StructureChangesRebuildTheirMenu) {
+    swap->submenu()->addItem(QStringLiteral("Free swap"));
+    auto *more = new QRMMenu;
+    more->addItem(QStringLiteral("Page size"));
+    clean->setSubmenu(more);
+    // A new submenu is built on the next turn of the event loop.
+    QCoreApplication::processEvents();
+    EXPECT_EQ(shapeOf(mirror.menu()),
+              QStringLiteral("Clean_now(Page size), ---, Free && easy*, !Wired, Swap(Used, Total, "
+                             "Free swap), ~Hidden"));
+    model.removeAllItems();
+    model.addItem(QStringLiteral("Quit"));
+    EXPECT_EQ(shapeOf(mirror.menu()), QStringLiteral("Quit"));
+}
+
+TEST_F(MenuMirrorTest, OpeningAMenuLetsTheModelItFollowsRefreshFirst) {
+    QObject::connect(&model, &QRMMenu::aboutToShow, clean,
+                     [this] { clean->setTitle(QStringLiteral("Clean now")); });
+    mirror.menu()->popup({0, 0});
+    EXPECT_EQ(mirror.menu()->actions().at(0)->text(), QStringLiteral("Clean now"));
+    mirror.menu()->hide();
+
+    QRMMenu other;
+    other.addItem(QStringLiteral("Other"));
+    mirror.setMenu(&other);
+    QSignalSpy oldShown(&model, &QRMMenu::aboutToShow);
+    model.addItem(QStringLiteral("Late"));
+    mirror.menu()->popup({0, 0});
+    EXPECT_EQ(shapeOf(mirror.menu()), QStringLiteral("Other"));
+    EXPECT_EQ(oldShown.count(), 0);
+    mirror.menu()->hide();
+}
+
+// A QMenu taller than the screen used to open a second column holding "Quit"
+// alone.
+TEST(MenuMirrorHeight, ALongMenuScrollsInOneColumn) {
+    QRMMenu model;
+    for (int i = 0; i < 80; ++i) {
+        model.addItem(QStringLiteral("Figure %1").arg(i));
+    }
+    QRMMenuItem *quit = model.addItem(QStringLiteral("Quit"));
+    MenuMirror mirror;
+    mirror.setMenu(&model);
+    QMenu *menu = mirror.menu();
+    menu->ensurePolished();
+    const QList<QAction *> actions = menu->actions();
+    ASSERT_EQ(actions.last()->text(), quit->title());
+    EXPECT_EQ(menu->actionGeometry(actions.last()).left(),
+              menu->actionGeometry(actions.first()).left());
+    menu->popup(QPoint(0, 0));
+    EXPECT_LE(menu->height(), menu->screen()->availableGeometry().height());
+    menu->hide();
 }
 
 }  // namespace

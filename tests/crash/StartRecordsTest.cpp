@@ -1,4 +1,7 @@
+// What crash reporting writes when it starts, before anything can crash: the image log
+// and the report's metadata.
 #include "crash/BinaryImageLog.h"
+#include "crash/ReportMetadata.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -9,6 +12,7 @@
 #include <regex>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "CrashTestSupport.h"
 #include "crash/ImageTable.h"
@@ -95,12 +99,7 @@ ElfFacts readelf(const std::string &path) {
 
 class BinaryImageLogTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        table_ = std::make_unique<ImageTable>();
-        logPath_ = directory_.path() + "/binary_images.crsrecord";
-        log_ = std::make_unique<BinaryImageLog>(*table_, logPath_);
-        log_->start();
-    }
+    BinaryImageLogTest() { log_.start(); }
 
     std::vector<RecordValue> linesFor(const char *kind) {
         std::vector<RecordValue> lines;
@@ -114,9 +113,9 @@ protected:
     }
 
     TemporaryDirectory directory_;
-    std::string logPath_;
-    std::unique_ptr<ImageTable> table_;
-    std::unique_ptr<BinaryImageLog> log_;
+    const std::string logPath_ = directory_.path() + "/binary_images.crsrecord";
+    std::unique_ptr<ImageTable> table_ = std::make_unique<ImageTable>();
+    BinaryImageLog log_{*table_, logPath_};
 };
 
 TEST_F(BinaryImageLogTest, StartLogsExecutableThenEveryImage) {
@@ -135,17 +134,20 @@ TEST_F(BinaryImageLogTest, StartLogsExecutableThenEveryImage) {
     EXPECT_EQ(load->stringAt("uuid"), self.buildId.substr(0, 32));
     EXPECT_EQ(load->unsignedAt("size"), self.codeSize);
     EXPECT_EQ(executable->unsignedAt("size"), self.codeSize);
+    RecordWriter closed;  // nothing to write the details to
+    EXPECT_FALSE(recordExecutableDetails(nullptr, BinaryImageLog::mainExecutableDetails()));
+    EXPECT_FALSE(recordExecutableDetails(&closed, BinaryImageLog::mainExecutableDetails()));
 }
 
 TEST_F(BinaryImageLogTest, DlopenAndDlcloseAreNoticed) {
     const auto unchanged = parsedRecords(logPath_).size();
-    log_->refresh();
+    log_.refresh();
     EXPECT_EQ(parsedRecords(logPath_).size(), unchanged) << "a refresh with nothing new";
 
     void *library = dlopen(TARNWELL_TEST_LIBRARY, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(library, nullptr) << dlerror();
     const auto function = uint64_t(uintptr_t(dlsym(library, "tarnwellTestLibraryAnswer")));
-    log_->refresh();
+    log_.refresh();
     const auto loads = linesFor("load");
     ASSERT_EQ(loads.size(), 1u);
     const ElfFacts elf = readelf(TARNWELL_TEST_LIBRARY);
@@ -160,28 +162,76 @@ TEST_F(BinaryImageLogTest, DlopenAndDlcloseAreNoticed) {
     EXPECT_EQ(byUuid.node.base, found.base);
 
     ASSERT_EQ(dlclose(library), 0);
-    log_->refresh();
+    log_.refresh();
     const auto unloads = linesFor("unload");
     ASSERT_EQ(unloads.size(), 1u);
     EXPECT_EQ(unloads[0].unsignedAt("base"), found.base);
     EXPECT_FALSE(findImageForAddress(*table_, function, &found));
     EXPECT_FALSE(BinaryImageLog::findImageForUUID(loads[0].stringAt("uuid").c_str(), &byUuid));
+    EXPECT_FALSE(BinaryImageLog::findImageForUUID(nullptr, &byUuid));
 
     // Loading it again claims a fresh slot and logs a second load.
     library = dlopen(TARNWELL_TEST_LIBRARY, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(library, nullptr);
-    log_->refresh();
+    log_.refresh();
     EXPECT_EQ(linesFor("load").size(), 2u);
     dlclose(library);
 }
 
-TEST(ExecutableDetailsTest, NothingToWriteToOrFindIsRefused) {
-    EXPECT_FALSE(recordExecutableDetails(nullptr, BinaryImageLog::mainExecutableDetails()));
-    RecordWriter closed;
-    EXPECT_FALSE(recordExecutableDetails(&closed, BinaryImageLog::mainExecutableDetails()));
-    ImageDetails details;
-    EXPECT_FALSE(BinaryImageLog::findImageForUUID("00000000000000000000000000000000", &details));
-    EXPECT_FALSE(BinaryImageLog::findImageForUUID(nullptr, &details));
+class ReportMetadataTest : public ::testing::Test {
+protected:
+    std::vector<std::string> write() {
+        recordMetadata(directory_.path(), values_, host_, BinaryImageLog::mainExecutableDetails());
+        return readLines(directory_.path() + "/metadata.crsrecord");
+    }
+    TemporaryDirectory directory_;
+    MetadataValues values_{.apiKey = {},
+                           .sessionId = "session",
+                           .installId = "install",
+                           .betaToken = "beta",
+                           .bundleIdentifier = "app/tarnwell/Tarnwell",
+                           .customBundleIdentifier = {},
+                           .buildVersion = "7",
+                           .displayVersion = "1.2.3",
+                           .startedAt = 1700000000};
+    HostValues host_{.model = {},
+                     .machine = "x86_64",
+                     .cpu = {},
+                     .osBuildVersion = "#1 SMP",
+                     .osDisplayVersion = "6.1.0",
+                     .locale = "en_GB"};
+};
+
+// Absent values are null, or "(failed)" where the host could not say; none is left out.
+TEST_F(ReportMetadataTest, FourRecordsInOrder) {
+    const auto lines = write();
+    ASSERT_EQ(lines.size(), 4u);
+    EXPECT_EQ(lines[0],
+              R"j({"identity":{"generator":"Telemetry Crash SDK/3.13.1","build_version":"140",)j"
+              R"j("display_version":"3.13.1","api_key":null,"started_at":1700000000,)j"
+              R"j("session_id":"session","install_id":"install","beta_token":"beta",)j"
+              R"j("absolute_log_timestamps":true}})j");
+    EXPECT_EQ(lines[1], R"j({"host":{"model":"(failed)","machine":"x86_64","cpu":"(failed)",)j"
+                        R"j("os_build_version":"#1 SMP","os_display_version":"6.1.0",)j"
+                        R"j("platform":"linux","locale":"en_GB"}})j");
+    EXPECT_EQ(lines[2],
+              R"j({"application":{"bundle_id":"app_tarnwell_Tarnwell","custom_bundle_id":null,)j"
+              R"j("build_version":"7","display_version":"1.2.3","extension_id":null}})j");
+    EXPECT_TRUE(lines[3].starts_with(R"({"executable":{"architecture":"x86_64",)")) << lines[3];
+}
+
+// The second time, with the running system's host values: a machine name (not
+// "(failed)") and the kernel release as three numbers.
+TEST_F(ReportMetadataTest, SecondWriteReplacesTheFile) {
+    write();
+    values_.sessionId = "second";
+    host_ = readHostValues();
+    const auto lines = write();
+    ASSERT_EQ(lines.size(), 4u);
+    EXPECT_NE(lines[0].find(R"("session_id":"second")"), std::string::npos) << lines[0];
+    EXPECT_TRUE(std::regex_search(
+        lines[1], std::regex(R"("machine":"[^"(]+",.*"os_display_version":"[1-9]\d*\.\d+\.\d+")")))
+        << lines[1];
 }
 
 }  // namespace

@@ -1,0 +1,347 @@
+// Crashes a forked child by every signal and uncaught exception the kit captures, and
+// reads back what it recorded.
+#include "crash/ExceptionCapture.h"
+#include "crash/SignalCapture.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <barrier>
+#include <climits>
+#include <cstdlib>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <regex>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <QCoreApplication>
+
+#include "CrashTestSupport.h"
+#include "analytics/EVTSerialQueue.h"
+#include "crash/CrashReporter.h"
+#include "crash/DeliberateCrash.h"
+#include "memory/FakeMemorySource.h"
+#include "memory/QRMMemoryInfo.h"
+#include "threads/StartThread.h"
+#include "threads/ThreadSignalStack.h"
+
+#include "CaseName.h"
+
+namespace tarnwell::crash {
+namespace {
+
+using namespace testing;
+
+void crashAs(const char *way) {
+    crashDeliberately(*parseDeliberateCrash(way));
+}
+
+void nullStore() {
+    crashAs("segv");
+}
+
+// The values that change from run to run ("address" of a sent signal, "time") are read
+// as N wherever the expected line says N.
+std::string masked(const std::string &line, const std::string &expected) {
+    const std::string timeMasked =
+        std::regex_replace(line, std::regex(R"("time":\d+)"), R"("time":N)");
+    return expected.find(R"("address":N)") == std::string::npos
+               ? timeMasked
+               : std::regex_replace(timeMasked, std::regex(R"("address":\d+)"), R"("address":N)");
+}
+
+// Runs out of stack long before depth could reach its limit.
+[[gnu::noinline]] int recurseDeeply(int depth) {
+    volatile char frame[256];
+    frame[0] = char(depth);
+    if (depth == INT_MAX) {
+        return 0;
+    }
+    return recurseDeeply(depth + 1) + frame[0];
+}
+
+void overflowThisThread() {
+    errno = EMFILE;
+    recurseDeeply(0);
+}
+
+// An allocator whose cleaning overflows the cleaning thread's stack.
+class OverflowingAllocator : public MemoryBlockAllocator {
+public:
+    void *allocate(size_t bytes) override { return std::malloc(bytes); }
+    void makeResident(void *, size_t, const std::function<bool()> &) override {
+        overflowThisThread();
+    }
+    void release(void *block, size_t) override { std::free(block); }
+};
+
+void overflowCleaningThread() {
+    auto state = std::make_shared<test::FakeMemorySource::State>();
+    state->vmStatistics = test::smallMachine();
+    state->hardwarePhysicalMemory = uint64_t{4} << 30;
+    QRMMemoryInfo engine(std::make_unique<test::FakeMemorySource>(state),
+                         std::make_unique<OverflowingAllocator>());
+    engine.refresh();
+    for (bool started = engine.cleanMemoryNow().started(); started;) {
+        pause();  // until the cleaning thread's crash ends the process
+    }
+}
+
+void overflowEventsWorker() {
+    int argc = 1;
+    char name[] = "tarnwell_test";
+    char *argv[] = {name, nullptr};
+    const QCoreApplication application(argc, argv);
+    EVTSerialQueue queue;
+    queue.post(overflowThisThread);
+    queue.waitUntilIdle();
+}
+
+struct CrashCase {
+    const char *name;
+    void (*crash)();
+    int endSignal;
+    const char *fields;  // of the signal record, from a run of this case checked by hand
+};
+
+class SignalCaptureTest : public ::testing::TestWithParam<CrashCase> {};
+
+TEST_P(SignalCaptureTest, RecordsSignalAndThreadThenDiesOfIt) {
+    const CrashCase &c = GetParam();
+    TemporaryDirectory reports;
+    const ChildEnd end = runCapturedInChild(reports.path(), [&] {
+        errno = EMFILE;
+        c.crash();
+    });
+    ASSERT_TRUE(end.finished) << "child hung";
+    EXPECT_EQ(end.signal, c.endSignal) << "exit status " << end.exitStatus;
+
+    const auto lines = readLines(activeFile(reports.path(), "signal.crsrecord"));
+    ASSERT_EQ(lines.size(), 2u) << "one signal record and one thread record";
+    const std::string expected =
+        std::string(R"({"signal":{"number":)") + c.fields + R"(,"errno":24,"time":N}})";
+    EXPECT_EQ(masked(lines[0], expected), expected);
+    const auto record = parseRecordLine(lines[1]);
+    const RecordValue *thread = record ? record->find("thread") : nullptr;
+    ASSERT_NE(thread, nullptr) << lines[1];
+    EXPECT_NE(thread->find("registers"), nullptr);
+    const RecordValue *frames = thread->find("frames");
+    ASSERT_TRUE(frames != nullptr && !frames->items.empty());
+    // The faulting instruction lies in an image the table knows (this test or libc).
+    EXPECT_NE(frames->items[0].find("image_base"), nullptr);
+}
+
+// A fault comes back by itself when the handler returns; a sent signal, a trap and a bad
+// system call must be sent again, each by its own path. Every kind of thread the program
+// starts records the overflow of its own stack, which only a signal stack of its own
+// makes possible: the controller's tasks and the image watcher start theirs through
+// startThread, the engine its cleaning thread, the events kit its worker. Codes:
+// SEGV_MAPERR 1, SEGV_ACCERR 2, ILL_ILLOPN 2, FPE_INTDIV 1, BUS_ADRERR 2, SI_TKILL -6;
+// a sent signal's "address" is the sender.
+INSTANTIATE_TEST_SUITE_P(
+    Faults, SignalCaptureTest,
+    ::testing::Values(CrashCase{"NullStore", nullStore, SIGSEGV,
+                                R"(11,"code":1,"address":0,"name":"SIGSEGV","code_name":null)"},
+                      CrashCase{"Trap", [] { crashAs("ill"); }, SIGILL,
+                                R"(4,"code":2,"address":N,"name":"SIGILL","code_name":null)"},
+                      CrashCase{"IntegerDivide", [] { crashAs("fpe"); }, SIGFPE,
+                                R"(8,"code":1,"address":N,"name":"SIGFPE","code_name":null)"},
+                      CrashCase{"Abort", [] { crashAs("abort"); }, SIGABRT,
+                                R"(6,"code":-6,"address":N,"name":"SIGABRT","code_name":"ABORT")"},
+                      CrashCase{"MappedFileBusError", [] { crashAs("bus"); }, SIGBUS,
+                                R"(7,"code":2,"address":N,"name":"SIGBUS","code_name":null)"},
+                      CrashCase{"RaiseSegv", [] { raise(SIGSEGV); }, SIGSEGV,
+                                R"(11,"code":-6,"address":N,"name":"SIGSEGV","code_name":null)"},
+                      CrashCase{"RaiseSys", [] { raise(SIGSYS); }, SIGSYS,
+                                R"(31,"code":-6,"address":N,"name":"SIGSYS","code_name":null)"},
+                      CrashCase{"RaiseTrap", [] { raise(SIGTRAP); }, SIGTRAP,
+                                R"(5,"code":-6,"address":N,"name":"SIGTRAP","code_name":null)"},
+                      CrashCase{"StartedThreadOverflow",
+                                [] { threads::startThread(overflowThisThread).join(); }, SIGSEGV,
+                                R"(11,"code":2,"address":N,"name":"SIGSEGV","code_name":null)"},
+                      CrashCase{"CleaningThreadOverflow", overflowCleaningThread, SIGSEGV,
+                                R"(11,"code":2,"address":N,"name":"SIGSEGV","code_name":null)"},
+                      CrashCase{"EventsWorkerOverflow", overflowEventsWorker, SIGSEGV,
+                                R"(11,"code":2,"address":N,"name":"SIGSEGV","code_name":null)"}),
+    tarnwell::test::caseName);
+
+void killSelf(int) {
+    raise(SIGKILL);
+}
+
+// More than two make a later one likelier to fault while the first records.
+void crashEightThreadsAtOnce() {
+    std::barrier start(8);
+    std::vector<std::thread> crashers;
+    for (int i = 0; i < 8; ++i) {
+        crashers.emplace_back([&start] {
+            start.arrive_and_wait();
+            nullStore();
+        });
+    }
+    for (std::thread &crasher : crashers) {
+        crasher.join();
+    }
+}
+
+struct OutcomeCase {
+    const char *name;
+    void (*before)();  // in place when capture starts
+    void (*body)();
+    int endSignal;  // 0: the process exits with exitStatus
+    int exitStatus;
+    size_t signalLines, exceptionLines;
+};
+
+class CaptureOutcomeTest : public ::testing::TestWithParam<OutcomeCase> {};
+
+TEST_P(CaptureOutcomeTest, EndsAsExpectedWithOneRecordAtMost) {
+    const OutcomeCase &c = GetParam();
+    TemporaryDirectory reports;
+    const ChildEnd end = runCapturedInChild(reports.path(), c.body, c.before);
+    ASSERT_TRUE(end.finished) << "child hung";
+    EXPECT_EQ(end.signal, c.endSignal);
+    EXPECT_EQ(end.exitStatus, c.endSignal == 0 ? c.exitStatus : -1);
+    const auto lines = [&](const char *file) {
+        return readLines(activeFile(reports.path(), file));
+    };
+    EXPECT_EQ(lines("signal.crsrecord").size(), c.signalLines);
+    EXPECT_EQ(lines("exception.crsrecord").size(), c.exceptionLines);
+}
+
+// Threads faulting together neither hang nor write twice: a later one waits for the
+// first to write its record and end the process. A handler that was there before capture
+// runs after the record is written (SIGKILL ends the process only when it does); one that
+// faults again while its signal is blocked is ended by the kernel, with no second record.
+// Another path already recording makes the handler leave with status 1; a signal ignored
+// at start stays ignored. An uncaught exception is recorded before the previous terminate
+// handler runs; a terminate without one is left to the abort it makes.
+INSTANTIATE_TEST_SUITE_P(
+    Cases, CaptureOutcomeTest,
+    ::testing::Values(
+        OutcomeCase{"ThreadsCrashingAtOnce", nullptr, crashEightThreadsAtOnce, SIGSEGV, 0, 2, 0},
+        OutcomeCase{"FaultThenPreviousHandler", [] { signal(SIGSEGV, killSelf); }, nullStore,
+                    SIGKILL, 0, 2, 0},
+        OutcomeCase{"AbortThenPreviousHandler", [] { signal(SIGABRT, killSelf); },
+                    [] { crashAs("abort"); }, SIGKILL, 0, 2, 0},
+        OutcomeCase{"RaisedTrapThenPreviousHandler", [] { signal(SIGTRAP, killSelf); },
+                    [] { raise(SIGTRAP); }, SIGKILL, 0, 2, 0},
+        OutcomeCase{"PreviousHandlerFaultsAgain", [] { signal(SIGSEGV, [](int) { nullStore(); }); },
+                    nullStore, SIGSEGV, 0, 2, 0},
+        OutcomeCase{"AnotherPathIsRecording", nullptr,
+                    [] {
+                        testAndSetCrashOccurred(*crashContext());
+                        nullStore();
+                    },
+                    0, 1, 0, 0},
+        OutcomeCase{"SignalIgnoredAtStart", [] { signal(SIGTRAP, SIG_IGN); },
+                    [] { raise(SIGTRAP); }, 0, 0, 0, 0},
+        OutcomeCase{"ExceptionThenPreviousTerminate", [] { std::set_terminate([] { _exit(42); }); },
+                    [] { throw std::runtime_error("chained"); }, 0, 42, 0, 2},
+        OutcomeCase{"TerminateWithoutException", nullptr, [] { std::terminate(); }, SIGABRT, 0, 2,
+                    0}),
+    tarnwell::test::caseName);
+
+// A handler installed once crash reporting has started (as a toolkit would while it
+// sets itself up) is named by the check that runs when start-up is over, once.
+TEST(SignalCaptureTest, ForeignHandlerCheckAfterStartUpNamesTheIntruder) {
+    TemporaryDirectory reports;
+    const std::string output = reports.path() + "/stderr";
+    const ChildEnd end = runInChild([&] {
+        dup2(open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), STDERR_FILENO);
+        CrashReportingOptions options;
+        options.reportsDirectory = reports.path() + "/reports";
+        options.watchImages = false;
+        if (!startCrashReporting(options)) {
+            _exit(99);
+        }
+        signal(SIGBUS, [](int) {});
+        checkForeignSignalHandlersOnce();
+        checkForeignSignalHandlersOnce();
+    });
+    ASSERT_EQ(end.exitStatus, 0);
+    const auto lines = readLines(output);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_TRUE(lines[0].starts_with("[Telemetry] The signal SIGBUS has a non-Telemetry handler ("))
+        << lines[0];
+    EXPECT_TRUE(lines[0].ends_with(").  This will interfere with reporting.")) << lines[0];
+}
+
+class DerivedError : public std::logic_error {
+public:
+    DerivedError() : std::logic_error("derived \"quoted\"\nreason") {}
+};
+
+struct ExceptionCase {
+    const char *name;
+    void (*raise)();
+    const char *typeName;
+    const char *reason;  // as recorded: quotes and line breaks cannot end the value early
+};
+
+class UncaughtExceptionTest : public ::testing::TestWithParam<ExceptionCase> {};
+
+TEST_P(UncaughtExceptionTest, RecordedBeforeAbortReachesDefaultAction) {
+    const ExceptionCase &c = GetParam();
+    TemporaryDirectory reports;
+    const ChildEnd end = runCapturedInChild(reports.path(), c.raise);
+    EXPECT_EQ(end.signal, SIGABRT) << "exit status " << end.exitStatus;
+
+    const auto lines = readLines(activeFile(reports.path(), "exception.crsrecord"));
+    ASSERT_EQ(lines.size(), 2u);
+    const std::string expected = std::string(R"({"exception":{"kind":2,"type":")") + c.typeName +
+                                 R"(","reason":")" + c.reason + R"(","time":N}})";
+    EXPECT_EQ(masked(lines[0], expected), expected);
+    const auto thread = parseRecordLine(lines[1]);
+    ASSERT_TRUE(thread && thread->find("thread")) << lines[1];
+    EXPECT_FALSE(thread->find("thread")->find("frames")->items.empty());
+    // The abort that follows is the exception's own end, not a second crash.
+    EXPECT_TRUE(readLines(activeFile(reports.path(), "signal.crsrecord")).empty());
+}
+
+// One case for each way the type is found; the two deliberate crashes support can ask for
+// are among them.
+INSTANTIATE_TEST_SUITE_P(
+    Classes, UncaughtExceptionTest,
+    ::testing::Values(ExceptionCase{"CString", [] { throw "plain text"; }, "const char *",
+                                    "plain text"},
+                      ExceptionCase{"StdString", [] { throw std::string("a string"); },
+                                    "std::string", "a string"},
+                      ExceptionCase{"DeliberateThrow", [] { crashAs("throw"); },
+                                    "std::runtime_error", "deliberate crash"},
+                      ExceptionCase{"DerivedByReference", [] { throw DerivedError(); },
+                                    "tarnwell::crash::(anonymous namespace)::DerivedError",
+                                    "derived 'quoted' reason"},
+                      ExceptionCase{"ByPointer",
+                                    [] {
+                                        static const std::out_of_range error("p");
+                                        throw static_cast<const std::exception *>(&error);
+                                    },
+                                    "std::out_of_range", "p"},
+                      ExceptionCase{"DeliberateThrowInt", [] { crashAs("throw-int"); }, "int", ""}),
+    tarnwell::test::caseName);
+
+// A crash is likeliest when free memory is nearly gone; a stack that still had to be
+// faulted in then might not be there for the handler.
+TEST(ThreadSignalStack, IsResidentBeforeUse) {
+    const size_t size = threads::ThreadSignalStack::kMinimumSize;
+    const size_t pageSize = size_t(sysconf(_SC_PAGESIZE));
+    void *stack = threads::ThreadSignalStack::mapGuarded(size);
+    ASSERT_NE(stack, nullptr);
+    std::vector<unsigned char> pages(size / pageSize);
+    ASSERT_EQ(mincore(stack, size, pages.data()), 0);
+    for (size_t i = 0; i < pages.size(); ++i) {
+        EXPECT_EQ(pages[i] & 1, 1) << "page " << i;
+    }
+    munmap(static_cast<char *>(stack) - pageSize, size + pageSize);
+}
+
+}  // namespace
+}  // namespace tarnwell::crash
