@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <QSignalSpy>
 
-#include "BusTestSupport.h"
 #include "QtPrinters.h"
 #include "TestStatusNotifierWatcher.h"
 #include "app/QRMMenu.h"

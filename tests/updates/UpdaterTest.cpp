@@ -8,7 +8,6 @@
 #include <QTcpServer>
 #include <QTemporaryDir>
 
-#include "CaseName.h"
 #include "SigningKey.h"
 #include "TestHttpServer.h"
 #include "preferences/QRMPreferencesManager.h"
@@ -57,6 +56,8 @@ struct FakeInstaller : PackageInstaller {
 };
 
 constexpr qint64 kNow = 1'800'000'000;
+constexpr auto kUser = &QRMUpdater::checkForUpdates;
+constexpr auto kBackground = &QRMUpdater::checkForUpdatesInBackground;
 const QByteArray kPackage = QByteArray("!<arch>\ndebian-binary   ") + QByteArray(3000, 'p');
 
 class UpdaterTest : public ::testing::Test {
@@ -101,21 +102,20 @@ protected:
         QSignalSpy finished(updater_.get(), &QRMUpdater::sessionFinished);
         ASSERT_TRUE(finished.wait(5000));
     }
-    void check(void (QRMUpdater::*how)()) {
+    // Serves the feed, when there is one, and runs one check to its end.
+    void check(void (QRMUpdater::*how)(), const QByteArray &served = {}) {
+        if (!served.isEmpty()) {
+            serve(served);
+        }
         (updater_.get()->*how)();
         finishSession();
-    }
-    // The user asks, and 101 is found.
-    void findUpdate() {
-        serve(feed("101"));
-        check(&QRMUpdater::checkForUpdates);
     }
     // A background check finds 101 and downloads it.
     void downloadInBackground() {
         updater_->setAutomaticallyDownloadsUpdates(true);
         serve(feed("101"));
         serve(kPackage);
-        check(&QRMUpdater::checkForUpdatesInBackground);
+        check(kBackground);
     }
 
     QTemporaryDir dir_;
@@ -150,48 +150,42 @@ TEST_F(UpdaterTest, UserCheckAnswersWithTheNewestReleaseForThisSystem) {
         for (const ScriptedReply &reply : row.replies) {
             server_.script(reply);
         }
-        check(&QRMUpdater::checkForUpdates);
+        check(kUser);
         EXPECT_THAT(ui_.calls, ElementsAre(row.answer));
     }
     EXPECT_EQ(server_.requests()[4].path, "/moved.xml");
     EXPECT_EQ(server_.requests()[6].path, "/notes.html");
 }
 
-struct FeedFault {
-    const char *name;
-    ScriptedReply reply;
-    const char *detail;  // part of what the user is told
-};
-
-class FeedFaultTest : public UpdaterTest, public ::testing::WithParamInterface<FeedFault> {};
-
-TEST_P(FeedFaultTest, UserIsToldWhyAndABackgroundCheckStaysSilentUntilTheNextInterval) {
+// The user is told why; a background check stays silent and waits a full interval.
+TEST_F(UpdaterTest, FeedFaultsAreExplainedToTheUserOnly) {
     preferences_.setValue(Setting::AutomaticallyChecksForUpdates, true);
-    server_.script(GetParam().reply);
-    check(&QRMUpdater::checkForUpdates);
-    EXPECT_THAT(ui_.calls, ElementsAre("failure 0"));
-    EXPECT_THAT(ui_.lastDetail, HasSubstr(GetParam().detail));
+    const std::pair<ScriptedReply, const char *> faults[] = {
+        {ScriptedReply::respond(200, {}, "<rss><channel><item>"), "line"},
+        {ScriptedReply::respond(404, {}, "gone"), "status 404"},
+        {ScriptedReply::stall(), "did not answer within 0.4 s"},
+        {ScriptedReply::respond(302, {{"Location", "http://127.0.0.2/appcast.xml"}}),
+         "another host (127.0.0.2)"},
+        {ScriptedReply::respond(200, {}, QByteArray(5 << 20, ' ')), "more than the 4194304 bytes"},
+    };
+    for (const auto &[reply, detail] : faults) {
+        SCOPED_TRACE(detail);
+        ui_.calls.clear();
+        server_.script(reply);
+        check(kUser);
+        EXPECT_THAT(ui_.calls, ElementsAre("failure 0"));
+        EXPECT_THAT(ui_.lastDetail, HasSubstr(detail));
 
-    ui_.calls.clear();
-    server_.script(GetParam().reply);
-    check(&QRMUpdater::checkForUpdatesInBackground);
-    EXPECT_EQ(server_.requests().size(), 2) << "the background check asked too";
-    EXPECT_THAT(ui_.calls, IsEmpty());
-    EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateInterval::kDaily));
+        // Later than the user's check, so the interval counts from this one.
+        clock_ += 1000;
+        const qsizetype asked = server_.requests().size();
+        server_.script(reply);
+        check(kBackground);
+        EXPECT_EQ(server_.requests().size(), asked + 1) << "the background check asked too";
+        EXPECT_THAT(ui_.calls, ElementsAre("failure 0"));
+        EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateInterval::kDaily));
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, FeedFaultTest,
-    ::testing::Values(
-        FeedFault{"Malformed", ScriptedReply::respond(200, {}, "<rss><channel><item>"), "line"},
-        FeedFault{"NotFound", ScriptedReply::respond(404, {}, "gone"), "status 404"},
-        FeedFault{"Stalls", ScriptedReply::stall(), "did not answer within 0.4 s"},
-        FeedFault{"RedirectToAnotherHost",
-                  ScriptedReply::respond(302, {{"Location", "http://127.0.0.2/appcast.xml"}}),
-                  "another host (127.0.0.2)"},
-        FeedFault{"Oversized", ScriptedReply::respond(200, {}, QByteArray(5 << 20, ' ')),
-                  "more than the 4194304 bytes"}),
-    tarnwell::test::caseName);
 
 TEST_F(UpdaterTest, NoNetworkAndInsecureAddressesAreClearErrors) {
     QTcpServer closed;
@@ -199,12 +193,12 @@ TEST_F(UpdaterTest, NoNetworkAndInsecureAddressesAreClearErrors) {
     const quint16 port = closed.serverPort();
     closed.close();
     updater_->setFeedURL(QUrl(QStringLiteral("http://127.0.0.1:%1/appcast.xml").arg(port)));
-    check(&QRMUpdater::checkForUpdates);
+    check(kUser);
     EXPECT_THAT(ui_.lastDetail, HasSubstr("refused"));
     for (const char *address : {"http://updates.test/appcast.xml", "ftp://127.0.0.1/appcast.xml",
                                 "file:///etc/passwd", "http://localhost.test/appcast.xml"}) {
         updater_->setFeedURL(QUrl(address));
-        check(&QRMUpdater::checkForUpdates);
+        check(kUser);
         EXPECT_THAT(ui_.lastDetail, HasSubstr("not a secure")) << address;
     }
     EXPECT_THAT(server_.requests(), IsEmpty());
@@ -221,20 +215,15 @@ TEST_F(UpdaterTest, AUserCheckDuringABackgroundCheckIsAnsweredAfterIt) {
 }
 
 TEST_F(UpdaterTest, BackgroundCheckNotifiesOnlyOfNewNotSkippedVersions) {
-    serve(feed("100"));
-    check(&QRMUpdater::checkForUpdatesInBackground);
-    serve(feed("101"));
-    check(&QRMUpdater::checkForUpdatesInBackground);
+    check(kBackground, feed("100"));
+    check(kBackground, feed("101"));
     updater_->skipThisVersion();
-    serve(feed("101"));
-    check(&QRMUpdater::checkForUpdatesInBackground);
-    serve(feed("102"));
-    check(&QRMUpdater::checkForUpdatesInBackground);
+    check(kBackground, feed("101"));
+    check(kBackground, feed("102"));
     EXPECT_THAT(ui_.calls, ElementsAre("notify 101 ready=0", "notify 102 ready=0"));
     // The user still sees a skipped version when asking.
     preferences_.setValue(Setting::SkippedVersion, QString("102"));
-    serve(feed("102"));
-    check(&QRMUpdater::checkForUpdates);
+    check(kUser, feed("102"));
     EXPECT_THAT(ui_.calls.last().toStdString(), HasSubstr("found 102"));
 }
 
@@ -252,61 +241,54 @@ TEST_F(UpdaterTest, AutomaticDownloadWaitsVerifiedAndTheUserIsAskedOnlyToInstall
     EXPECT_EQ(server_.requests().size(), 2);
 }
 
-struct PackageFault {
-    const char *name;
-    qint64 announcedLength;
-    QByteArray signedBytes;
-    ScriptedReply reply;
-    UpdateFailure failure;
-};
+// Nothing is installed and nothing left; downloaded silently, the fault is only logged.
+TEST_F(UpdaterTest, APackageFaultInstallsNothingLeavesNothingAndOnlyTheUserIsTold) {
+    const ScriptedReply served = ScriptedReply::respond(200, {}, kPackage);
+    const qint64 size = kPackage.size();
+    const struct {
+        const char *name;
+        qint64 announcedLength;
+        QByteArray signedBytes;
+        ScriptedReply reply;
+        UpdateFailure failure;
+    } faults[] = {
+        {"Truncated", size + 10, kPackage, served, UpdateFailure::Download},
+        {"Oversized", size - 10, kPackage, served, UpdateFailure::Download},
+        {"WrongSignature", size, "other bytes", served, UpdateFailure::Verification},
+        {"TamperedInTransit", size, kPackage,
+         ScriptedReply::respond(200, {}, QByteArray(kPackage).replace('p', 'q')),
+         UpdateFailure::Verification},
+        {"Stalls", size, kPackage, ScriptedReply::stall(), UpdateFailure::Download},
+        {"ServerError", size, kPackage, ScriptedReply::respond(500, {}, "oops"),
+         UpdateFailure::Download},
+    };
+    for (const auto &fault : faults) {
+        SCOPED_TRACE(fault.name);
+        const QByteArray announced = feed("101", {}, fault.announcedLength, fault.signedBytes);
+        ui_.calls.clear();
+        check(kUser, announced);
+        server_.script(fault.reply);
+        updater_->installUpdate();
+        finishSession();
+        EXPECT_THAT(ui_.calls.mid(1),
+                    ElementsAre(QStringLiteral("failure %1").arg(int(fault.failure))));
+        EXPECT_THAT(installer_.installed, IsEmpty());
+        EXPECT_THAT(filesInDownloads(), IsEmpty());
 
-class PackageFaultTest : public UpdaterTest, public ::testing::WithParamInterface<PackageFault> {};
-
-TEST_P(PackageFaultTest, NothingIsInstalledNothingIsLeftAndTheUserIsTold) {
-    const PackageFault &fault = GetParam();
-    serve(feed("101", {}, fault.announcedLength, fault.signedBytes));
-    check(&QRMUpdater::checkForUpdates);
-    server_.script(fault.reply);
-    updater_->installUpdate();
-    finishSession();
-    EXPECT_THAT(ui_.calls.mid(1),
-                ElementsAre(QStringLiteral("failure %1").arg(int(fault.failure))));
-    EXPECT_THAT(installer_.installed, IsEmpty());
-    EXPECT_THAT(filesInDownloads(), IsEmpty());
-
-    // Downloaded silently, the same fault is only logged.
-    ui_.calls.clear();
-    updater_->setAutomaticallyDownloadsUpdates(true);
-    serve(feed("101", {}, fault.announcedLength, fault.signedBytes));
-    server_.script(fault.reply);
-    check(&QRMUpdater::checkForUpdatesInBackground);
-    EXPECT_EQ(server_.requests().size(), 4) << "the package was asked for again";
-    EXPECT_THAT(ui_.calls, IsEmpty());
-    EXPECT_THAT(filesInDownloads(), IsEmpty());
+        ui_.calls.clear();
+        const qsizetype asked = server_.requests().size();
+        updater_->setAutomaticallyDownloadsUpdates(true);
+        serve(announced);
+        server_.script(fault.reply);
+        check(kBackground);
+        EXPECT_EQ(server_.requests().size(), asked + 2) << "the package was asked for again";
+        EXPECT_THAT(ui_.calls, IsEmpty());
+        EXPECT_THAT(filesInDownloads(), IsEmpty());
+    }
 }
 
-const ScriptedReply kPackageServed = ScriptedReply::respond(200, {}, kPackage);
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, PackageFaultTest,
-    ::testing::Values(
-        PackageFault{"Truncated", kPackage.size() + 10, kPackage, kPackageServed,
-                     UpdateFailure::Download},
-        PackageFault{"Oversized", kPackage.size() - 10, kPackage, kPackageServed,
-                     UpdateFailure::Download},
-        PackageFault{"WrongSignature", kPackage.size(), "other bytes", kPackageServed,
-                     UpdateFailure::Verification},
-        PackageFault{"TamperedInTransit", kPackage.size(), kPackage,
-                     ScriptedReply::respond(200, {}, QByteArray(kPackage).replace('p', 'q')),
-                     UpdateFailure::Verification},
-        PackageFault{"Stalls", kPackage.size(), kPackage, ScriptedReply::stall(),
-                     UpdateFailure::Download},
-        PackageFault{"ServerError", kPackage.size(), kPackage,
-                     ScriptedReply::respond(500, {}, "oops"), UpdateFailure::Download}),
-    tarnwell::test::caseName);
-
 TEST_F(UpdaterTest, ACancelledOrAbandonedDownloadLeavesNoFile) {
-    findUpdate();
+    check(kUser, feed("101"));
     server_.script(ScriptedReply::stall());
     updater_->installUpdate();
     ASSERT_TRUE(QSignalSpy(&server_, &TestHttpServer::requestReceived).wait(5000));
@@ -325,7 +307,7 @@ TEST_F(UpdaterTest, ACancelledOrAbandonedDownloadLeavesNoFile) {
 
 // Refused, failed, then installed: one download, with its progress, serves all three.
 TEST_F(UpdaterTest, InstallerFailuresAreReportedAndTheVerifiedFileKeptForAnotherTry) {
-    findUpdate();
+    check(kUser, feed("101"));
     installer_.outcome = PackageInstaller::Outcome::Refused;
     serve(kPackage);
     updater_->installUpdate();
@@ -388,11 +370,9 @@ TEST_F(UpdaterTest, ScheduleFollowsTheIntervalAndLastCheckAcrossRestarts) {
     clock_ = kNow - 1000;  // the clock was set back
     EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateInterval::kWeekly));
 
-    for (const auto &[stored, used] : {std::pair<const char *, qint64>{"0", 3600},
-                                       {"-5", 3600},
-                                       {"60", 3600},
-                                       {"99999999999", 31'557'600},
-                                       {"daily", 86'400}}) {
+    const std::pair<const char *, qint64> intervals[] = {
+        {"0", 3600}, {"-5", 3600}, {"60", 3600}, {"99999999999", 31'557'600}, {"daily", 86'400}};
+    for (const auto &[stored, used] : intervals) {
         QSettings(dir_.filePath("Tarnwell.conf"), QSettings::IniFormat)
             .setValue("SUScheduledCheckInterval", stored);
         EXPECT_EQ(makeUpdater()->updateCheckInterval(), used) << stored;
@@ -415,8 +395,7 @@ TEST_F(UpdaterTest, TheWindowTakesTheUserThroughNotificationDecisionInstallAndRe
         },
         [&] { ++restarts; });
     updater_->setUserInterface(&window);
-    serve(feed("101"));
-    check(&QRMUpdater::checkForUpdatesInBackground);
+    check(kBackground, feed("101"));
     ASSERT_EQ(notifications, QStringList{"UpdateNotificationAvailable v101 %2"});
     EXPECT_FALSE(window.isVisible());
 
