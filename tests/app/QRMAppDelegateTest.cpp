@@ -266,7 +266,6 @@ INSTANTIATE_TEST_SUITE_P(Thresholds, ThresholdPolicy, ::testing::Values(
     test::caseName);
 // clang-format on
 
-// Counts what the controller asks of the real engine.
 struct CountingEngine : QRMMemoryInfoEngine {
     using QRMMemoryInfoEngine::QRMMemoryInfoEngine;
     CleaningDecision cleanMemoryNow() override {
