@@ -10,7 +10,7 @@
 #include <QRegularExpression>
 #include <QSettings>
 
-#include "CaseName.h"
+#include "QtPrinters.h"
 #include "ThrowAwayRun.h"
 #include "memory/CleaningLock.h"
 

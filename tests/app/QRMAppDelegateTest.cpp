@@ -32,7 +32,6 @@ protected:
         ASSERT_TRUE(changed.wait());
     }
 
-    // The command and the refresh are back as before the cleaning.
     void expectIdle() {
         EXPECT_FALSE(delegate->memoryCleaningInProgress());
         EXPECT_TRUE(cleanItem()->isEnabled());
