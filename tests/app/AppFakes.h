@@ -44,8 +44,7 @@ inline QRMStatisticsRecord recordWith(uint64_t freeBytes, uint64_t inactiveBytes
 // test says so. refresh() publishes the pending record, as a real sample would.
 class FakeEngine : public MemoryEngine {
 public:
-    QRMStatisticsRecord current;
-    QRMStatisticsRecord nextSample;
+    QRMStatisticsRecord current, nextSample;
     std::string problem;
     std::optional<CleaningRefusal> refusal;
     int refreshes = 0, cleaningRequests = 0;

@@ -10,7 +10,7 @@
 #include <QRegularExpression>
 #include <QSettings>
 
-#include "CaseName.h"
+#include "QtPrinters.h"
 #include "ThrowAwayRun.h"
 #include "memory/CleaningLock.h"
 
@@ -22,51 +22,39 @@ namespace fs = std::filesystem;
 // 23 GiB free, exact, where the record's 32-bit byte figure wraps to 3.01 GB.
 const fs::path kCapture = TARNWELL_TEST_DATA_DIR "/memory/debian12-6.18-noswap";
 
-struct ConsoleCase {
-    const char *name;
-    QStringList arguments;
-    bool withDisplay;
-    int stopSignal;
-    // Said once on standard error; with a display that cannot be opened, why.
-    const char *notice;
-};
+// The status line is the default text: free memory as a size, after the time
+// of day. Standard error says once that Ctrl-C quits, and with a display that
+// cannot be opened, why (a stale DISPLAY once made Qt abort with status 134
+// and leave a crash report).
+TEST(ConsoleMode, PrintsStatusLinesAndEndsCleanlyOnSignal) {
+    const std::tuple<QStringList, bool, int, const char *> starts[] = {
+        {{"--console"}, true, SIGINT, "Tarnwell"},
+        {{}, false, SIGTERM, "Tarnwell"},
+        {{}, true, SIGINT, "cannot open display ':9999'; "}};
+    for (const auto &[arguments, withDisplay, stopSignal, notice] : starts) {
+        SCOPED_TRACE(notice);
+        ThrowAwayRun run;
+        run.env.insert("TARNWELL_MEMORY_ROOT", QString::fromStdString(kCapture.string()));
+        if (withDisplay) {
+            run.env.insert("DISPLAY", ":9999");  // no server there
+            run.env.remove("QT_QPA_PLATFORM");   // as on a desktop: Qt would try it
+        }
+        run.start(arguments);
+        while (!run.process.canReadLine()) {
+            ASSERT_TRUE(run.process.waitForReadyRead(30000));
+        }
+        const QString line = QString::fromLocal8Bit(run.process.readLine()).trimmed();
+        EXPECT_TRUE(QRegularExpression(R"(^\d\d:\d\d:\d\d  23\.01 GB$)").match(line).hasMatch())
+            << line.toStdString();
 
-class ConsoleMode : public ::testing::TestWithParam<ConsoleCase> {};
-
-TEST_P(ConsoleMode, PrintsStatusLinesAndEndsCleanlyOnSignal) {
-    const ConsoleCase &c = GetParam();
-    ThrowAwayRun run;
-    run.env.insert("TARNWELL_MEMORY_ROOT", QString::fromStdString(kCapture.string()));
-    if (c.withDisplay) {
-        run.env.insert("DISPLAY", ":9999");  // no server there
-        run.env.remove("QT_QPA_PLATFORM");   // as on a desktop: Qt would try it
+        run.stopWith(stopSignal);
+        const QList<QByteArray> errors = run.process.readAllStandardError().trimmed().split('\n');
+        ASSERT_EQ(errors.size(), 1) << errors.join('\n').toStdString();
+        EXPECT_TRUE(errors[0].contains(notice)) << errors[0].toStdString();
+        EXPECT_TRUE(errors[0].endsWith("Ctrl-C quits.")) << errors[0].toStdString();
+        EXPECT_TRUE(QFile::exists(run.settingsFile()));
     }
-    run.start(c.arguments);
-
-    // The default text: free memory as a size, after the time of day.
-    while (!run.process.canReadLine()) {
-        ASSERT_TRUE(run.process.waitForReadyRead(30000));
-    }
-    const QString line = QString::fromLocal8Bit(run.process.readLine()).trimmed();
-    EXPECT_TRUE(QRegularExpression(R"(^\d\d:\d\d:\d\d  23\.01 GB$)").match(line).hasMatch())
-        << line.toStdString();
-
-    run.stopWith(c.stopSignal);
-    const QList<QByteArray> errors = run.process.readAllStandardError().trimmed().split('\n');
-    ASSERT_EQ(errors.size(), 1) << errors.join('\n').toStdString();
-    EXPECT_TRUE(errors[0].contains(c.notice)) << errors[0].toStdString();
-    EXPECT_TRUE(errors[0].endsWith("Ctrl-C quits.")) << errors[0].toStdString();
-    EXPECT_TRUE(QFile::exists(run.settingsFile()));
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Starts, ConsoleMode,
-    ::testing::Values(
-        ConsoleCase{"ConsoleOptionInterrupted", {"--console"}, true, SIGINT, "Tarnwell"},
-        ConsoleCase{"NoDisplayTerminated", {}, false, SIGTERM, "Tarnwell"},
-        // A stale DISPLAY once made Qt abort (status 134) and leave a crash report.
-        ConsoleCase{"StaleDisplayInterrupted", {}, true, SIGINT, "cannot open display ':9999'; "}),
-    test::caseName);
 
 TEST(ConsoleOptions, UnknownOptionIsAUsageError) {
     ThrowAwayRun run;
@@ -167,59 +155,44 @@ TEST(QuitMidClean, EndsWithStatusZero) {
     }
 }
 
-class UnwritableOutput : public ::testing::TestWithParam<QStringList> {};
-
-TEST_P(UnwritableOutput, FailsAndSaysWhy) {
-    ThrowAwayRun run;
-    run.process.setStandardOutputFile("/dev/full");
-    const ThrowAwayRun::Finished finished = run.finish(GetParam());
-    EXPECT_EQ(finished.status, 1);
-    EXPECT_TRUE(finished.err.contains("cannot write the output: No space left on device"))
-        << finished.err.toStdString();
+TEST(UnwritableOutput, FailsAndSaysWhy) {
+    for (const QStringList &arguments :
+         {QStringList{"stats", "--json"}, QStringList{"stats"}, QStringList{"settings"},
+          QStringList{"crash-reports", "--json"}, QStringList{"--version"}}) {
+        ThrowAwayRun run;
+        run.process.setStandardOutputFile("/dev/full");
+        const ThrowAwayRun::Finished finished = run.finish(arguments);
+        EXPECT_EQ(finished.status, 1) << arguments.join(' ').toStdString();
+        EXPECT_TRUE(finished.err.contains("cannot write the output: No space left on device"))
+            << finished.err.toStdString();
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Commands, UnwritableOutput,
-    ::testing::Values(QStringList{"stats", "--json"}, QStringList{"stats"}, QStringList{"settings"},
-                      QStringList{"crash-reports", "--json"}, QStringList{"--version"}),
-    [](const auto &info) { return info.param.join("").remove('-').toStdString(); });
-
-struct FolderCase {
-    const char *name;
-    const char *home;  // nullptr: unset; "@": the test's home folder
-    bool starts;
-};
-
-class UserFolders : public ::testing::TestWithParam<FolderCase> {};
 
 // Relative folder variables are ignored (XDG base directory rules), so nothing
-// lands in the working directory; without a home the program does not start.
-TEST_P(UserFolders, NothingLandsOutsideTheHomeFolder) {
-    const FolderCase &c = GetParam();
-    ThrowAwayRun run;
-    QTemporaryDir workingDirectory;
-    run.env.remove("HOME");
-    if (c.home != nullptr) {
-        run.env.insert("HOME", QString(c.home) == "@" ? run.home.path() : c.home);
+// lands in the working directory; without a home (unset, empty or relative)
+// the program does not start.
+TEST(UserFolders, NothingLandsOutsideTheHomeFolder) {
+    // Null: no HOME at all; "@": the run's own home folder.
+    for (const char *home : std::initializer_list<const char *>{"@", nullptr, "", "home"}) {
+        ThrowAwayRun run;
+        QTemporaryDir workingDirectory;
+        const bool starts = home != nullptr && QString(home) == "@";
+        run.env.remove("HOME");
+        if (home != nullptr) {
+            run.env.insert("HOME", starts ? run.home.path() : home);
+        }
+        for (const char *variable :
+             {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_RUNTIME_DIR"}) {
+            run.env.insert(variable, "relative");
+        }
+        run.process.setWorkingDirectory(workingDirectory.path());
+        const ThrowAwayRun::Finished finished = run.finish({"settings", "refreshRate", "7"});
+        EXPECT_EQ(finished.status, starts ? 0 : 1) << finished.err.toStdString();
+        EXPECT_EQ(finished.err.contains("no home folder"), !starts) << finished.err.toStdString();
+        EXPECT_TRUE(QDir(workingDirectory.path()).isEmpty());
+        EXPECT_EQ(QFile::exists(run.home.filePath(".config/Tarnwell/Tarnwell.conf")), starts);
     }
-    for (const char *variable :
-         {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME", "XDG_RUNTIME_DIR"}) {
-        run.env.insert(variable, "relative");
-    }
-    run.process.setWorkingDirectory(workingDirectory.path());
-    const ThrowAwayRun::Finished finished = run.finish({"settings", "refreshRate", "7"});
-    EXPECT_EQ(finished.status, c.starts ? 0 : 1) << finished.err.toStdString();
-    EXPECT_EQ(finished.err.contains("no home folder"), !c.starts);
-    EXPECT_TRUE(QDir(workingDirectory.path()).isEmpty());
-    EXPECT_EQ(QFile::exists(run.home.filePath(".config/Tarnwell/Tarnwell.conf")), c.starts);
 }
-
-INSTANTIATE_TEST_SUITE_P(Environments, UserFolders,
-                         ::testing::Values(FolderCase{"RelativeFolders", "@", true},
-                                           FolderCase{"NoHome", nullptr, false},
-                                           FolderCase{"EmptyHome", "", false},
-                                           FolderCase{"RelativeHome", "home", false}),
-                         test::caseName);
 
 }  // namespace
 }  // namespace tarnwell::testing

@@ -32,7 +32,6 @@ protected:
         ASSERT_TRUE(changed.wait());
     }
 
-    // The command and the refresh are back as before the cleaning.
     void expectIdle() {
         EXPECT_FALSE(delegate->memoryCleaningInProgress());
         EXPECT_TRUE(cleanItem()->isEnabled());
@@ -266,7 +265,6 @@ INSTANTIATE_TEST_SUITE_P(Thresholds, ThresholdPolicy, ::testing::Values(
     test::caseName);
 // clang-format on
 
-// Counts what the controller asks of the real engine.
 struct CountingEngine : QRMMemoryInfoEngine {
     using QRMMemoryInfoEngine::QRMMemoryInfoEngine;
     CleaningDecision cleanMemoryNow() override {

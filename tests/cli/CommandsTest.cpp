@@ -85,15 +85,12 @@ TEST(CommandLine, RunsTheCommandOrRefusesNonsenseNamingIt) {
 
 // The commands speak the language chosen in the settings: give them a settings
 // file of their own, in English unless a test says otherwise.
-class EnglishSettings : public testing::Environment {
-public:
+struct EnglishSettings : testing::Environment {
     void SetUp() override {
-        qputenv("XDG_CONFIG_HOME", config_.path().toUtf8());
+        qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
         QRMPreferencesManager::sharedPreferencesManager().setAppleLanguages(QStringList{"en"});
     }
-
-private:
-    QTemporaryDir config_;
+    QTemporaryDir config;
 };
 const testing::Environment *const kEnglishSettings =
     testing::AddGlobalTestEnvironment(new EnglishSettings);
@@ -126,8 +123,7 @@ protected:
     std::shared_ptr<test::FakeMemorySource::State> state =
         std::make_shared<test::FakeMemorySource::State>();
     std::unique_ptr<QRMMemoryInfo> memory;
-    std::ostringstream out;
-    std::ostringstream err;
+    std::ostringstream out, err;
     std::vector<seconds> waits;
 };
 
@@ -185,35 +181,19 @@ TEST_F(MemoryCommands, WatchPrintsFreshFiguresEveryInterval) {
     EXPECT_EQ(waits, std::vector<seconds>{seconds(5)});
 }
 
-struct BadArguments {
-    const char *name;
-    std::vector<const char *> args;
-    bool clean;
-};
-
-class MemoryCommandUsage : public MemoryCommands,
-                           public testing::WithParamInterface<BadArguments> {};
-
-TEST_P(MemoryCommandUsage, IsAUsageError) {
-    const auto &args = GetParam().args;
-    const int status =
-        GetParam().clean ? clean(*memory, argumentsOf(args), out, err) : runStats(args);
-    EXPECT_EQ(status, kExitUsage);
+TEST_F(MemoryCommands, BadArgumentsAreUsageErrors) {
+    // clang-format off
+    const std::pair<bool, std::vector<const char *>> rows[] = {  // clean or stats, arguments
+        {false, {"--table"}}, {false, {"--watch", "0"}}, {false, {"--watch", "-1"}},
+        {false, {"--watch", "1.5"}}, {false, {"--watch", "soon"}}, {false, {"--pretty"}},
+        {true, {"--force"}}, {true, {"now"}}};
+    // clang-format on
+    for (const auto &[isClean, args] : rows) {
+        const int status = isClean ? clean(*memory, argumentsOf(args), out, err) : runStats(args);
+        EXPECT_EQ(status, kExitUsage) << args.back();
+    }
     EXPECT_EQ(out.str(), "");
 }
-
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Arguments, MemoryCommandUsage, testing::Values(
-    BadArguments{"StatsUnknownOption", {"--table"}, false},
-    BadArguments{"ZeroInterval", {"--watch", "0"}, false},
-    BadArguments{"NegativeInterval", {"--watch", "-1"}, false},
-    BadArguments{"FractionalInterval", {"--watch", "1.5"}, false},
-    BadArguments{"WordInterval", {"--watch", "soon"}, false},
-    BadArguments{"PrettyWithoutJson", {"--pretty"}, false},
-    BadArguments{"CleanUnknownOption", {"--force"}, true},
-    BadArguments{"CleanStrayArgument", {"now"}, true}),
-    tarnwell::test::caseName);
-// clang-format on
 
 struct CleanCase {
     const char *name;

@@ -12,6 +12,7 @@
 #include "preferences/QRMPreferencesManager.h"
 
 #include "CaseName.h"
+#include "QtPrinters.h"
 
 namespace tarnwell::test {
 namespace {
