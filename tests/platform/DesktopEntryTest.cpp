@@ -71,7 +71,6 @@ INSTANTIATE_TEST_SUITE_P(
         Lookup{"ModifierWithoutCountry", kNames, "Name", "sr_RS@latin", "Datoteke"},
         Lookup{"ModifierNeedsItsKey", kNames, "Name", "sr_RS", "Files"},
         Lookup{"FullMatch", kNames, "Name", "ca_ES.UTF-8@valencia", "Fitxers VAL"},
-        Lookup{"UnknownLocaleGetsDefault", kNames, "Name", "ja_JP", "Files"},
         Lookup{"Escapes", "[Desktop Entry]\nComment=a\\sb\\tc\\nd\\re\\\\f\n", "Comment", nullptr, "a b\tc\nd\re\\f"},
         Lookup{"BrokenEscapeIsAbsent", "[Desktop Entry]\nComment=a\\qb\n", "Comment", nullptr, std::nullopt},
         Lookup{"TrailingBackslashIsAbsent", "[Desktop Entry]\nComment=ab\\\n", "Comment", nullptr, std::nullopt},

@@ -165,8 +165,6 @@ INSTANTIATE_TEST_SUITE_P(
     caseName);
 // clang-format on
 
-// ---- Notifications ---------------------------------------------------------
-
 using test::ReceivedNotification;
 using test::TestNotificationServer;
 
