@@ -9,6 +9,7 @@
 
 #include "BusTestSupport.h"
 #include "MenuShape.h"
+#include "Pixels.h"
 #include "QtPrinters.h"
 #include "app/QRMMenu.h"
 #include "ui/DBusMenuExporter.h"
@@ -55,9 +56,7 @@ protected:
         clean = model.addItem(QStringLiteral("Clean_now"));
         model.addSeparator();
         free = model.addItem(QStringLiteral("Free & easy"));
-        QImage legend(16, 16, QImage::Format_ARGB32);
-        legend.fill(Qt::green);
-        free->setImage(legend);
+        free->setImage(test::filled(Qt::green, {16, 16}));
         wired = model.addItem(QStringLiteral("Wired"));
         wired->setEnabled(false);
         swap = model.addItem(QStringLiteral("Swap"));
@@ -189,7 +188,7 @@ TEST_F(DBusMenuExporterTest, ClicksAndOpeningsReachTheModel) {
     EXPECT_EQ(swapShown.count(), 1);
 }
 
-TEST_F(DBusMenuExporterTest, PropertyChangesOfOneTurnArriveAsOneDiff) {
+TEST_F(DBusMenuExporterTest, ChangesOfOneTurnArriveAsOneDiffOrOneLayoutUpdate) {
     const uint revision = getLayout(0, 0).first;
     const int cleanId = idOf(QStringLiteral("Clean__now"));
     const int freeId = idOf(QStringLiteral("Free & easy"));
@@ -215,10 +214,9 @@ TEST_F(DBusMenuExporterTest, PropertyChangesOfOneTurnArriveAsOneDiff) {
     EXPECT_EQ(removedById, (QMap<int, QStringList>{{freeId, {QStringLiteral("icon-data")}},
                                                    {wiredId, {QStringLiteral("enabled")}}}));
     EXPECT_EQ(getLayout(0, 0).first, revision) << "a retitle is no layout change";
-}
 
-TEST_F(DBusMenuExporterTest, StructureChangesAnnounceTheirParentWithANewRevision) {
-    const uint revision = getLayout(0, 0).first;
+    // A structure change announces its parent with a new revision.
+    recorder.received.clear();
     const int swapId = idOf(QStringLiteral("Swap"));
     swap->submenu()->addItem(QStringLiteral("Free swap"));
     recorder.waitFor(QStringLiteral("LayoutUpdated"));
@@ -253,7 +251,7 @@ protected:
     MenuMirror mirror;
 };
 
-TEST_F(MenuMirrorTest, ItemChangesUpdateTheSameActions) {
+TEST_F(MenuMirrorTest, ItemChangesUpdateTheSameActionsAndStructureChangesRebuild) {
     EXPECT_EQ(shapeOf(mirror.menu()),
               QStringLiteral("Clean_now, ---, Free && easy*, !Wired, Swap(Used, Total), ~Hidden"));
     const QList<QAction *> before = mirror.menu()->actions();
@@ -269,18 +267,17 @@ TEST_F(MenuMirrorTest, ItemChangesUpdateTheSameActions) {
         shapeOf(mirror.menu()),
         QStringLiteral("!Cleaning..., ---, Free && easy, !Wired, Swap(~Used, Total), ~Hidden"));
     EXPECT_EQ(mirror.menu()->actions(), before);
-}
 
-TEST_F(MenuMirrorTest, StructureChangesRebuildTheirMenu) {
+    // Structure changes rebuild their menu; a new submenu on the next turn.
     swap->submenu()->addItem(QStringLiteral("Free swap"));
     auto *more = new QRMMenu;
     more->addItem(QStringLiteral("Page size"));
     clean->setSubmenu(more);
-    // A new submenu is built on the next turn of the event loop.
     QCoreApplication::processEvents();
-    EXPECT_EQ(shapeOf(mirror.menu()),
-              QStringLiteral("Clean_now(Page size), ---, Free && easy*, !Wired, Swap(Used, Total, "
-                             "Free swap), ~Hidden"));
+    EXPECT_EQ(
+        shapeOf(mirror.menu()),
+        QStringLiteral("!Cleaning...(Page size), ---, Free && easy, !Wired, Swap(~Used, Total, "
+                       "Free swap), ~Hidden"));
     model.removeAllItems();
     model.addItem(QStringLiteral("Quit"));
     EXPECT_EQ(shapeOf(mirror.menu()), QStringLiteral("Quit"));
