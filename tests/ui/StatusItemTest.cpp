@@ -344,64 +344,40 @@ TEST_F(StatusItemHostTest, TitleDrawnWhereTheHostShowsNoLabel) {
     }
 }
 
-// One menu entry as whoever presents the menu shows it.
-struct ShownEntry {
-    QString label;
-    bool separator = false;
-    bool visible = true;
-    bool enabled = true;
-    bool icon = false;
-    bool announcesSubmenu = false;
-    QString children;  // the shape of the submenu, when it was sent
-};
-
-// A menu shape as a short string: labels in order, "---" for a separator,
-// "!" before a disabled item, "~" before a hidden one, "*" after one with an
-// icon, ">" after one announced as a submenu, its children in parentheses.
-template <typename Items, typename Describe>
-QString menuShape(const Items &items, Describe describe) {
-    QStringList parts;
-    for (const auto &item : items) {
-        const ShownEntry entry = describe(item);
-        QString part = entry.visible ? QString() : QStringLiteral("~");
-        part += entry.enabled ? QString() : QStringLiteral("!");
-        part += entry.separator ? QStringLiteral("---") : entry.label;
-        part += entry.icon ? QStringLiteral("*") : QString();
-        part += entry.announcesSubmenu ? QStringLiteral(">") : QString();
-        part += entry.children.isEmpty() ? QString()
-                                         : QLatin1Char('(') + entry.children + QLatin1Char(')');
-        parts.append(part);
-    }
-    return parts.join(QStringLiteral(", "));
+// One entry of a menu shape, a short string: "~" before a hidden entry, "!"
+// before a disabled one, "---" for a separator, "*" after one with an icon,
+// ">" after one announced as a submenu, its children in parentheses.
+QString shown(bool visible, bool enabled, bool separator, const QString &label, bool icon,
+              bool announced, const QString &children) {
+    return QString(visible ? "" : "~") + (enabled ? "" : "!") + (separator ? "---" : label) +
+           (icon ? "*" : "") + (announced ? ">" : "") +
+           (children.isEmpty() ? QString() : '(' + children + ')');
 }
 
 const QString kPath = QStringLiteral("/MenuBar");
 const QString kInterface = QStringLiteral("com.canonical.dbusmenu");
 
 QString shapeOf(const QList<DBusMenuLayoutItem> &items) {
-    return menuShape(items, [](const DBusMenuLayoutItem &item) {
+    QStringList parts;
+    for (const DBusMenuLayoutItem &item : items) {
         const QVariantMap &p = item.properties;
-        return ShownEntry{p.value(QStringLiteral("label"), QStringLiteral("?")).toString(),
-                          p.value(QStringLiteral("type")) == QStringLiteral("separator"),
-                          p.value(QStringLiteral("visible"), true).toBool(),
-                          p.value(QStringLiteral("enabled"), true).toBool(),
-                          p.contains(QStringLiteral("icon-data")),
-                          p.value(QStringLiteral("children-display")) == QStringLiteral("submenu"),
-                          shapeOf(item.children)};
-    });
+        parts << shown(p.value("visible", true).toBool(), p.value("enabled", true).toBool(),
+                       p.value("type") == "separator", p.value("label", "?").toString(),
+                       p.contains("icon-data"), p.value("children-display") == "submenu",
+                       shapeOf(item.children));
+    }
+    return parts.join(", ");
 }
 
 QString shapeOf(const QMenu *menu) {
-    return menuShape(menu->actions(), [](const QAction *action) {
+    QStringList parts;
+    for (const QAction *a : menu->actions()) {
         // Qt disables every hidden action; only a shown one tells.
-        return ShownEntry{action->text(),
-                          action->isSeparator(),
-                          action->isVisible(),
-                          !action->isVisible() || action->isEnabled(),
-                          !action->icon().isNull(),
-                          false,
-                          action->menu() ? shapeOf(action->menu()) : QString()};
-    });
+        parts << shown(a->isVisible(), !a->isVisible() || a->isEnabled(), a->isSeparator(),
+                       a->text(), !a->icon().isNull(), false,
+                       a->menu() ? shapeOf(a->menu()) : QString());
+    }
+    return parts.join(", ");
 }
 
 struct MenuModel {
