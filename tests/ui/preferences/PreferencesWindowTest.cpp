@@ -32,24 +32,27 @@
 namespace tarnwell::testing {
 namespace {
 
-TEST(PreferencesWindow, OneWindowAtATimeAndAFreshOneAfterClosing) {
+TEST(PreferencesWindow, OneWindowAtATimeClosedByControlWOnlyAndAFreshOneAfter) {
     PreferencesRig rig;
     PreferencesWindowOpener opener(rig.services());
-
     opener.showPreferencesWindow();
     QPointer<QRMPreferencesWindowController> first = opener.preferencesWindowController();
-    ASSERT_TRUE(first);
-    EXPECT_TRUE(QTest::qWaitForWindowExposed(first));
+    ASSERT_TRUE(first && QTest::qWaitForWindowActive(first));
     opener.showPreferencesWindow();
     EXPECT_EQ(opener.preferencesWindowController(), first);
     EXPECT_TRUE(first->isVisible());
     // Made once, reported once; bringing it forward is no new view.
-    ASSERT_EQ(rig.usageEvents.contentViews.size(), 1u);
-    EXPECT_EQ(rig.usageEvents.contentViews[0],
-              QStringList({"Preferences", "Window", "preferencesWindow"}));
+    EXPECT_EQ(rig.usageEvents.contentViews,
+              (std::vector<QStringList>{{"Preferences", "Window", "preferencesWindow"}}));
 
-    first->close();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return first.isNull(); }));
+    for (const Qt::KeyboardModifiers modifiers :
+         {Qt::ControlModifier | Qt::ShiftModifier, Qt::ControlModifier | Qt::AltModifier,
+          Qt::KeyboardModifiers(Qt::NoModifier), Qt::KeyboardModifiers(Qt::ControlModifier)}) {
+        ASSERT_FALSE(first.isNull()) << "closed by an earlier key";
+        QTest::keyClick(first->tabGeneral->refreshRateSlider, Qt::Key_W, modifiers);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        EXPECT_EQ(first.isNull(), modifiers == Qt::ControlModifier) << modifiers.toInt();
+    }
     EXPECT_EQ(opener.preferencesWindowController(), nullptr);
 
     // A change made while it was closed shows in the next one.
@@ -60,72 +63,30 @@ TEST(PreferencesWindow, OneWindowAtATimeAndAFreshOneAfterClosing) {
     EXPECT_EQ(rig.usageEvents.contentViews.size(), 2u);
 }
 
-TEST(PreferencesWindow, OnlyControlWCloses) {
-    PreferencesRig rig;
-    PreferencesWindowOpener opener(rig.services());
-    opener.showPreferencesWindow();
-    QPointer<QRMPreferencesWindowController> window = opener.preferencesWindowController();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(window));
-    for (const Qt::KeyboardModifiers modifiers :
-         {Qt::ControlModifier | Qt::ShiftModifier, Qt::ControlModifier | Qt::AltModifier,
-          Qt::KeyboardModifiers(Qt::NoModifier), Qt::KeyboardModifiers(Qt::ControlModifier)}) {
-        ASSERT_FALSE(window.isNull()) << "closed by an earlier key";
-        QTest::keyClick(window->tabGeneral->refreshRateSlider, Qt::Key_W, modifiers);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        EXPECT_EQ(window.isNull(), modifiers == Qt::ControlModifier) << modifiers.toInt();
-    }
-}
-
-// What the control showing key shows.
-QString shownFor(const QRMPreferencesWindowController &window, const QString &key) {
-    const GeneralTab &general = *window.tabGeneral;
-    if (key == u"refreshRate") {
-        return QString::number(general.refreshRateSlider->value()) + u'|' +
-               general.updateEverySec->text();
-    }
-    if (key == u"statusBarText") {
-        return general.statusBarTextComboBox->currentText();
-    }
-    if (key == u"statusBarIcon") {
-        return general.statusBarIconComboBox->currentText();
-    }
-    if (key == u"selectedLanguage") {
-        return general.languageComboBox->currentText();
-    }
-    if (key == u"autoCleanEveryTime") {
-        return QString::number(window.tabCleaning->autoCleanEveryTimeSlider->value()) + u'|' +
-               window.tabCleaning->min->text();
-    }
-    return window.tabCleaning->autoCleanByFreeSizeTextField->text();
-}
-
-// An edited settings file opens the window with the defaults shown.
+// An edited settings file opens the window with the defaults shown: both
+// "None" would leave the panel empty, and 81 MB is 1 % of 8 GiB.
 TEST(PreferencesWindow, UnusableStoredValuesOpenWithTheDefaultShown) {
-    const std::pair<const char *, const char *> rows[] = {
-        {"refreshRate=86400", "5|5 sec"},
-        {"refreshRate=fast", "5|5 sec"},
-        {"statusBarText=-1", "Free memory, size"},
-        {"statusBarIcon=9", "Pie chart, monochrome"},
-        {"statusBarIcon=pie", "Pie chart, monochrome"},
-        // Both "None" would leave the panel empty.
-        {"statusBarText=0 statusBarIcon=0", "Free memory, size|Pie chart, monochrome"},
-        {"selectedLanguage=7", "Automatic"},
-        {"autoCleanEveryTime=100000", "10|10 min"},
-        // 1 % of 8 GiB in MB, the store's own default.
-        {"autoCleanByFreeSize=lots", "81"},
-    };
-    for (const auto &[stored, shown] : rows) {
+    for (const char *stored :
+         {"refreshRate=86400", "refreshRate=fast", "statusBarText=-1", "statusBarIcon=9",
+          "statusBarIcon=pie", "statusBarText=0 statusBarIcon=0", "selectedLanguage=7",
+          "autoCleanEveryTime=100000", "autoCleanByFreeSize=lots"}) {
         PreferencesRig rig;
-        const QStringList entries = QString::fromLatin1(stored).split(u' ');
-        for (const QString &entry : entries) {
+        for (const QString &entry : QString::fromLatin1(stored).split(u' ')) {
             rig.store(entry.section(u'=', 0, 0), entry.section(u'=', 1));
         }
         auto window = rig.open();
-        QStringList texts;
-        for (const QString &entry : entries) {
-            texts << shownFor(*window, entry.section(u'=', 0, 0));
-        }
-        EXPECT_EQ(texts.join(u'|'), QString::fromUtf8(shown)) << stored;
+        const GeneralTab &general = *window->tabGeneral;
+        const CleaningTab &cleaning = *window->tabCleaning;
+        EXPECT_EQ(QStringList(
+                      {QString::number(general.refreshRateSlider->value()),
+                       general.updateEverySec->text(), general.statusBarTextComboBox->currentText(),
+                       general.statusBarIconComboBox->currentText(),
+                       general.languageComboBox->currentText(),
+                       QString::number(cleaning.autoCleanEveryTimeSlider->value()),
+                       cleaning.min->text(), cleaning.autoCleanByFreeSizeTextField->text()}),
+                  QStringList({"5", "5 sec", "Free memory, size", "Pie chart, monochrome",
+                               "Automatic", "10", "10 min", "81"}))
+            << stored;
     }
 }
 
@@ -229,21 +190,36 @@ TEST(GeneralTab, PanelTextPlacementAndColourAreStoredAsChosen) {
     EXPECT_EQ(tab.statusBarTextPlacementComboBox->currentText(), "Drawn into the icon");
 }
 
-TEST(GeneralTab, RefreshSliderRestartsTheTimerUnlessACleaningRuns) {
+// A cleaning stops the refresh timer and restarts it when it ends; the
+// periodic cleaning's timer runs only while checked, a cleaning or not.
+TEST(GeneralTab, SlidersStoreTheirValueAndRestartTheirTimers) {
     for (const bool cleaning : {false, true}) {
         SCOPED_TRACE(cleaning ? "cleaning" : "idle");
         PreferencesRig rig;
         QRMAppDelegate &delegate = rig.start(cleaning);
         auto window = rig.open();
         ASSERT_EQ(window->tabGeneral->refreshRateSlider->value(), 5);
-
         QTest::keyClick(window->tabGeneral->refreshRateSlider, Qt::Key_Right);
-
         EXPECT_EQ(rig.preferences.refreshRate(), 6);
         EXPECT_EQ(window->tabGeneral->updateEverySec->text(), "6 sec");
-        // A cleaning stops the refresh timer and restarts it when it ends.
         EXPECT_EQ(delegate.refreshMemoryInfoTimer().isActive(), !cleaning);
         EXPECT_EQ(delegate.refreshMemoryInfoTimer().interval(), cleaning ? 5000 : 6000);
+
+        CleaningTab &tab = *window->tabCleaning;
+        ASSERT_EQ(tab.autoCleanEveryTimeSlider->value(), 10);
+        QTest::keyClick(tab.autoCleanEveryTimeSlider, Qt::Key_Right);
+        EXPECT_EQ(rig.preferences.autoCleanEveryTime(), 11);
+        EXPECT_EQ(tab.min->text(), "11 min");
+        EXPECT_FALSE(delegate.autoCleanEveryTimeTimer().isActive());
+        tab.autoCleanEveryTimeChecked->click();
+        EXPECT_TRUE(delegate.autoCleanEveryTimeTimer().isActive());
+        EXPECT_EQ(delegate.autoCleanEveryTimeTimer().interval(), 11 * 60 * 1000);
+        QTest::keyClick(tab.autoCleanEveryTimeSlider, Qt::Key_Left);
+        EXPECT_TRUE(delegate.autoCleanEveryTimeTimer().isActive());
+        EXPECT_EQ(delegate.autoCleanEveryTimeTimer().interval(), 10 * 60 * 1000);
+        tab.autoCleanEveryTimeChecked->click();
+        EXPECT_FALSE(rig.preferences.autoCleanEveryTimeChecked());
+        EXPECT_FALSE(delegate.autoCleanEveryTimeTimer().isActive());
     }
 }
 
@@ -323,19 +299,14 @@ QStringList windowTexts(const QRMPreferencesWindowController &window) {
 
 // The letters after '&' in a page's check boxes and control labels.
 QStringList mnemonics(const QWidget &page) {
-    QStringList texts;
-    for (const QCheckBox *box : page.findChildren<QCheckBox *>()) {
-        texts << box->text();
-    }
-    for (const QLabel *label : page.findChildren<QLabel *>()) {
-        if (label->buddy()) {
-            texts << label->text();
-        }
-    }
     QStringList letters;
-    for (const QString &text : texts) {
-        const qsizetype at = text.indexOf(u'&');
-        letters << (at >= 0 && at + 1 < text.size() ? text.mid(at + 1, 1).toLower() : QString());
+    for (const QWidget *control : page.findChildren<QWidget *>()) {
+        const auto *label = qobject_cast<const QLabel *>(control);
+        if (qobject_cast<const QCheckBox *>(control) || (label && label->buddy())) {
+            const QString text = control->property("text").toString();
+            const qsizetype at = text.indexOf(u'&');
+            letters << (at < 0 ? QString() : text.mid(at + 1, 1).toLower());
+        }
     }
     return letters;
 }
@@ -384,38 +355,35 @@ TEST(CleaningTab, ThresholdsAreClampedWhenTypedOrStepped) {
     PreferencesRig rig;
     auto window = rig.open();
     CleaningTab &tab = *window->tabCleaning;
-    const struct {
-        bool free;  // else the inactive-memory threshold
-        const char *typed;
-        qint64 stored;
-    } rows[] = {{true, "5000", 4096},
-                {true, "4096", 4096},
-                {true, "0", 1},
-                {true, "-1", 4096},
-                {true, "abc", 1},
-                {false, "", 1},
-                {false, " 12MB", 12},
-                {false, "99999999999999999999999", 4096},
-                {false, "-99999999999999999999999", 4096}};
+    // The free-memory field (true) or the inactive-memory one, typed, stored.
+    const std::tuple<bool, const char *, qint64> rows[] = {
+        {true, "5000", 4096},
+        {true, "4096", 4096},
+        {true, "0", 1},
+        {true, "-1", 4096},
+        {true, "abc", 1},
+        {false, "", 1},
+        {false, " 12MB", 12},
+        {false, "99999999999999999999999", 4096},
+        {false, "-99999999999999999999999", 4096}};
     const auto type = [](QLineEdit *field, const char *text) {
         field->selectAll();
         QTest::keyClick(field, Qt::Key_Backspace);
         QTest::keyClicks(field, QString::fromUtf8(text));
         QTest::keyClick(field, Qt::Key_Return);
     };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.typed);
+    for (const auto &[free, typed, stored] : rows) {
+        SCOPED_TRACE(typed);
         QLineEdit *field =
-            row.free ? tab.autoCleanByFreeSizeTextField : tab.autoCleanByInactiveSizeTextField;
-        type(field, row.typed);
-
-        EXPECT_EQ(row.free ? rig.preferences.autoCleanByFreeSize()
-                           : rig.preferences.autoCleanByInactiveSize(),
-                  row.stored);
-        EXPECT_EQ(field->text(), QString::number(row.stored));
-        EXPECT_EQ((row.free ? tab.autoCleanByFreeSizeStepper : tab.autoCleanByInactiveSizeStepper)
-                      ->value(),
-                  double(row.stored));
+            free ? tab.autoCleanByFreeSizeTextField : tab.autoCleanByInactiveSizeTextField;
+        type(field, typed);
+        EXPECT_EQ(free ? rig.preferences.autoCleanByFreeSize()
+                       : rig.preferences.autoCleanByInactiveSize(),
+                  stored);
+        EXPECT_EQ(field->text(), QString::number(stored));
+        EXPECT_EQ(
+            (free ? tab.autoCleanByFreeSizeStepper : tab.autoCleanByInactiveSizeStepper)->value(),
+            double(stored));
     }
 
     // The arrow key and the stepper move up to a bound and stop there.
@@ -431,83 +399,37 @@ TEST(CleaningTab, ThresholdsAreClampedWhenTypedOrStepped) {
     EXPECT_EQ(rig.preferences.autoCleanByInactiveSize(), 1);
 }
 
+// 2 GiB installed: a bound of 1024 MB; no statistics yet: 0, below the minimum.
 TEST(CleaningTab, OpeningLowersThresholdsAboveTheBound) {
-    struct {
-        const char *name;
-        std::optional<uint64_t> installed;
-        qint64 shown;
-    } const rows[] = {
-        {"SmallerMachine", 2 * kGiB, 1024},
-        // No statistics yet: the bound is 0, below the minimum.
-        {"NoRecord", std::nullopt, 0},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name);
-        PreferencesRig rig(row.installed);
+    for (const auto &[installed, shown] :
+         {std::pair<std::optional<uint64_t>, qint64>{2 * kGiB, 1024}, {std::nullopt, 0}}) {
+        SCOPED_TRACE(shown);
+        PreferencesRig rig(installed);
         rig.store("autoCleanByFreeSize", 3000);
         rig.store("autoCleanByInactiveSize", 9000);
         auto window = rig.open();
-        EXPECT_EQ(rig.preferences.autoCleanByFreeSize(), row.shown);
-        EXPECT_EQ(rig.preferences.autoCleanByInactiveSize(), row.shown);
+        EXPECT_EQ(rig.preferences.autoCleanByFreeSize(), shown);
+        EXPECT_EQ(rig.preferences.autoCleanByInactiveSize(), shown);
         EXPECT_EQ(window->tabCleaning->autoCleanByInactiveSizeTextField->text(),
-                  QString::number(row.shown));
+                  QString::number(shown));
     }
 }
 
+// 512 MiB free, below a threshold of 1024 MB: switching the box on while idle
+// starts a cleaning; switching it off, or on during a cleaning, does not.
 TEST(CleaningTab, ThresholdBoxChecksTheRulesWhenSwitchedOnAndIdle) {
-    struct {
-        const char *name;
-        bool checkedBefore;
-        bool cleaning;
-        size_t cleaningsAfter;
-    } const rows[] = {
-        // 512 MiB free, below a threshold of 1024 MB: a cleaning is due.
-        {"SwitchedOn", false, false, 1},
-        {"SwitchedOff", true, false, 0},
-        {"SwitchedOnWhileCleaning", false, true, 0},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto &[checkedBefore, cleaning, cleaningsAfter] :
+         {std::tuple{false, false, 1u}, {true, false, 0u}, {false, true, 0u}}) {
+        SCOPED_TRACE(::testing::Message() << checkedBefore << cleaning);
         PreferencesRig rig;
         rig.store("autoCleanByFreeSize", 1024);
-        rig.store("autoCleanByFreeSizeChecked", row.checkedBefore);
-        rig.start(row.cleaning);
+        rig.store("autoCleanByFreeSizeChecked", checkedBefore);
+        rig.start(cleaning);
         const size_t cleaningsBefore = rig.pendingCleanings.size();
         auto window = rig.open();
-
         window->tabCleaning->autoCleanByFreeSizeChecked->click();
-        EXPECT_EQ(rig.preferences.autoCleanByFreeSizeChecked(), !row.checkedBefore);
-        EXPECT_EQ(rig.pendingCleanings.size() - cleaningsBefore, row.cleaningsAfter);
-    }
-}
-
-TEST(CleaningTab, IntervalRestartsThePeriodicTimerOnlyWhileChecked) {
-    for (const bool cleaning : {false, true}) {
-        SCOPED_TRACE(cleaning ? "cleaning" : "idle");
-        PreferencesRig rig;
-        QRMAppDelegate &delegate = rig.start(cleaning);
-        auto window = rig.open();
-        CleaningTab &tab = *window->tabCleaning;
-        ASSERT_EQ(tab.autoCleanEveryTimeSlider->value(), 10);
-
-        // Off: the value and its label change, the timer stays off.
-        QTest::keyClick(tab.autoCleanEveryTimeSlider, Qt::Key_Right);
-        EXPECT_EQ(rig.preferences.autoCleanEveryTime(), 11);
-        EXPECT_EQ(tab.min->text(), "11 min");
-        EXPECT_FALSE(delegate.autoCleanEveryTimeTimer().isActive());
-
-        tab.autoCleanEveryTimeChecked->click();
-        EXPECT_TRUE(delegate.autoCleanEveryTimeTimer().isActive());
-        EXPECT_EQ(delegate.autoCleanEveryTimeTimer().interval(), 11 * 60 * 1000);
-
-        // On: restarted with the new interval, a running cleaning or not.
-        QTest::keyClick(tab.autoCleanEveryTimeSlider, Qt::Key_Left);
-        EXPECT_TRUE(delegate.autoCleanEveryTimeTimer().isActive());
-        EXPECT_EQ(delegate.autoCleanEveryTimeTimer().interval(), 10 * 60 * 1000);
-
-        tab.autoCleanEveryTimeChecked->click();
-        EXPECT_FALSE(rig.preferences.autoCleanEveryTimeChecked());
-        EXPECT_FALSE(delegate.autoCleanEveryTimeTimer().isActive());
+        EXPECT_EQ(rig.preferences.autoCleanByFreeSizeChecked(), !checkedBefore);
+        EXPECT_EQ(rig.pendingCleanings.size() - cleaningsBefore, cleaningsAfter);
     }
 }
 
@@ -550,7 +472,7 @@ TEST(UpdatesTab, FeedPopUpSwitchesOnlyToAnotherFeed) {
     }
 }
 
-TEST(UpdatesTab, AutomaticChecksIntervalAndDownloadsFollowTheUpdater) {
+TEST(UpdatesTab, AutomaticChecksIntervalAndDownloadsFollowTheUpdaterBesideVersionAndBuild) {
     PreferencesRig rig;
     FakeUpdateChecks &updater = rig.updater;
     updater.checks = true;
@@ -562,6 +484,8 @@ TEST(UpdatesTab, AutomaticChecksIntervalAndDownloadsFollowTheUpdater) {
               QStringList({"Hourly", "Daily", "Weekly", "Monthly"}));
     EXPECT_EQ(tab.updateCheckInterval->currentText(), "Weekly");
     EXPECT_FALSE(tab.automaticDowloadUpdateCheckBox->isChecked());
+    EXPECT_EQ(tab.versionAndBuildNumberInfo->text(),
+              QStringLiteral("Version %1 Build %2").arg(kMarketingVersion, kBuildNumber));
 
     choose(tab.updateCheckInterval, 3);
     EXPECT_EQ(updater.interval, 2'629'800);
@@ -571,13 +495,6 @@ TEST(UpdatesTab, AutomaticChecksIntervalAndDownloadsFollowTheUpdater) {
     EXPECT_FALSE(updater.checks);
     EXPECT_FALSE(tab.updateCheckInterval->isEnabled());
     EXPECT_FALSE(tab.automaticDowloadUpdateCheckBox->isEnabled());
-}
-
-TEST(UpdatesTab, ShowsVersionAndBuild) {
-    PreferencesRig rig;
-    auto window = rig.open();
-    EXPECT_EQ(window->tabUpdates->versionAndBuildNumberInfo->text(),
-              QStringLiteral("Version %1 Build %2").arg(kMarketingVersion, kBuildNumber));
 }
 
 // The tab over the rig's store and controller, whose application events the
