@@ -121,32 +121,27 @@ TEST(PreferencesWindow, PlusAndMinusAreDrawnAgainInTheNewPaletteHalfASecondAfter
         << "\"+\" drawn again in the dark palette";
 }
 
-const QString kNone = QStringLiteral("None");
-const QString kPercent = QStringLiteral("Free memory, per cent");
-const QString kSize = QStringLiteral("Free memory, size");
-const QStringList kIcons{"Static icon, monochrome", "Static icon, 3D greyscale",
-                         "Pie chart, monochrome", "Pie chart, colour"};
-
 // Text and icon are never both "None": each pop-up offers "None" only while
 // the other choice is not none, and its indexes shift by one when it does not.
 TEST(GeneralTab, ChoosingTextOrIconStoresTheTypeBehindTheItem) {
+    const QStringList texts{"None", "Free memory, per cent", "Free memory, size"};
+    const QStringList icons{"None", "Static icon, monochrome", "Static icon, 3D greyscale",
+                            "Pie chart, monochrome", "Pie chart, colour"};
     const struct {
         const char *name;
         int textType, iconType;
         bool inTextPopUp;  // else in the icon pop-up
-        int index;         // the item chosen
-        int storedText, storedIcon;
-        bool textOffersNone, iconOffersNone;  // afterwards
+        int index, storedText, storedIcon;
         const char *panelTitle;
     } rows[] = {
         // No icon: the first text item is "per cent", type 1 (index 0 minus -1).
-        {"FirstTextItemWithoutIcon", 2, 0, true, 0, 1, 0, false, true, "Free: 0.00 %"},
+        {"FirstTextItemWithoutIcon", 2, 0, true, 0, 1, 0, "Free: 0.00 %"},
         // Icon "None" while the text shows the size: the text loses its "None".
-        {"IconNoneWhileTextShowsSize", 2, 3, false, 0, 2, 0, false, true, "Free: 512.00 MB"},
-        {"TextNoneDisablesLabelBox", 1, 3, true, 0, 0, 3, true, false, ""},
+        {"IconNoneWhileTextShowsSize", 2, 3, false, 0, 2, 0, "Free: 512.00 MB"},
+        {"TextNoneDisablesLabelBox", 1, 3, true, 0, 0, 3, ""},
         // No text: the first icon item is the 2D icon, type 1.
-        {"FirstIconItemWithoutText", 0, 4, false, 0, 0, 1, true, false, ""},
-        {"LastIconItem", 2, 1, false, 4, 2, 4, true, true, "Free: 512.00 MB"},
+        {"FirstIconItemWithoutText", 0, 4, false, 0, 0, 1, ""},
+        {"LastIconItem", 2, 1, false, 4, 2, 4, "Free: 512.00 MB"},
     };
     for (const auto &c : rows) {
         SCOPED_TRACE(c.name);
@@ -161,12 +156,10 @@ TEST(GeneralTab, ChoosingTextOrIconStoresTheTypeBehindTheItem) {
 
         EXPECT_EQ(rig.preferences.statusBarTextType(), c.storedText);
         EXPECT_EQ(rig.preferences.statusBarIconType(), c.storedIcon);
-        EXPECT_EQ(items(tab.statusBarTextComboBox).contains(kNone), c.textOffersNone);
-        EXPECT_EQ(items(tab.statusBarIconComboBox).contains(kNone), c.iconOffersNone);
-        EXPECT_EQ(tab.statusBarTextComboBox->currentText(),
-                  c.storedText == 0 ? kNone : (c.storedText == 1 ? kPercent : kSize));
-        EXPECT_EQ(tab.statusBarIconComboBox->currentText(),
-                  c.storedIcon == 0 ? kNone : kIcons[c.storedIcon - 1]);
+        EXPECT_EQ(items(tab.statusBarTextComboBox).contains("None"), c.storedIcon != 0);
+        EXPECT_EQ(items(tab.statusBarIconComboBox).contains("None"), c.storedText != 0);
+        EXPECT_EQ(tab.statusBarTextComboBox->currentText(), texts[c.storedText]);
+        EXPECT_EQ(tab.statusBarIconComboBox->currentText(), icons[c.storedIcon]);
         // The label box means nothing without a text, but keeps its setting.
         EXPECT_EQ(tab.statusBarTextWithInfo->isEnabled(), c.storedText != 0);
         EXPECT_TRUE(rig.preferences.statusBarTextWithInfo());
@@ -281,17 +274,15 @@ QStringList windowTexts(const QRMPreferencesWindowController &window) {
     for (int i = 0; i < window.tabView->count(); ++i) {
         texts << window.tabView->tabText(i);
     }
-    for (const QLabel *label : window.findChildren<QLabel *>()) {
-        texts << label->text();
-    }
-    for (const QAbstractButton *button : window.findChildren<QCheckBox *>()) {
-        texts << button->text();
-    }
-    for (const QGroupBox *box : window.findChildren<QGroupBox *>()) {
-        texts << box->title();
-    }
-    for (const QComboBox *comboBox : window.findChildren<QComboBox *>()) {
-        texts << items(comboBox);
+    for (const QWidget *widget : window.findChildren<QWidget *>()) {
+        if (const auto *comboBox = qobject_cast<const QComboBox *>(widget)) {
+            texts << items(comboBox);
+        } else if (qobject_cast<const QLabel *>(widget) ||
+                   qobject_cast<const QCheckBox *>(widget)) {
+            texts << widget->property("text").toString();
+        } else if (qobject_cast<const QGroupBox *>(widget)) {
+            texts << widget->property("title").toString();
+        }
     }
     texts.removeAll(QString());
     return texts;
@@ -563,7 +554,7 @@ TEST_F(AppsTabTest, MenuOffersEachNameAndIdOnceSortedAndOnlyFromChosenSources) {
     EXPECT_TRUE(empty->actions().at(0)->text().isEmpty());
 }
 
-TEST_F(AppsTabTest, ChoosingStoresAtOnceInOrderChoosingAgainOnlySelectsAndIconlessRecordsGo) {
+TEST_F(AppsTabTest, ChoosingStoresInOrderBoxesRewriteTheListAndIconlessRecordsGo) {
     open();
     choose(2);  // zeta
     choose(0);  // Alpha
@@ -591,18 +582,16 @@ TEST_F(AppsTabTest, ChoosingStoresAtOnceInOrderChoosingAgainOnlySelectsAndIconle
     EXPECT_EQ(tab->tableDataSource()[0].record.value("ID"), "zeta.desktop");
     EXPECT_EQ(storedIds().size(), 2);
     EXPECT_FALSE(tab->removeButton->isEnabled());
-}
 
-TEST_F(AppsTabTest, CheckBoxRewritesTheListAndTheControllerWatchesAtOnce) {
-    open();
-    choose(2);
+    // A box rewrites the list, and the controller starts watching at once.
+    tab->appsTable->selectRow(0);
     EXPECT_TRUE(tab->appsBasicCleaning->isVisibleTo(tab.get()));
     EXPECT_EQ(rig.applicationEvents.starts, 0);
     tab->buttonDidActivate->click();
+    EXPECT_EQ(storedIds(), QStringList{"zeta.desktop"});
     EXPECT_EQ(rig.preferences.applicationsAndUtilitiesToMonitoring()->at(0).value("DidActivate"),
               QVariant(true));
     EXPECT_EQ(rig.applicationEvents.starts, 1);
-
     tab->removeButton->click();
     EXPECT_TRUE(storedIds().isEmpty());
     EXPECT_FALSE(tab->removeButton->isEnabled());
