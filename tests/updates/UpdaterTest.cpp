@@ -58,6 +58,9 @@ struct FakeInstaller : PackageInstaller {
 constexpr qint64 kNow = 1'800'000'000;
 constexpr auto kUser = &QRMUpdater::checkForUpdates;
 constexpr auto kBackground = &QRMUpdater::checkForUpdatesInBackground;
+ScriptedReply ok(const QByteArray &body) {
+    return ScriptedReply::respond(200, {}, body);
+}
 const QByteArray kPackage = QByteArray("!<arch>\ndebian-binary   ") + QByteArray(3000, 'p');
 
 class UpdaterTest : public ::testing::Test {
@@ -95,17 +98,17 @@ protected:
                "sparkle:edSignature=\"" +
                key_.sign(signedBytes).toBase64() + "\"/></item></channel></rss>";
     }
-    void serve(const QByteArray &body) { server_.script(ScriptedReply::respond(200, {}, body)); }
+    void serve(const QByteArray &body) { server_.script(ok(body)); }
 
     // Runs one session of the updater to its end.
     void finishSession() {
         QSignalSpy finished(updater_.get(), &QRMUpdater::sessionFinished);
         ASSERT_TRUE(finished.wait(5000));
     }
-    // Serves the feed, when there is one, and runs one check to its end.
-    void check(void (QRMUpdater::*how)(), const QByteArray &served = {}) {
-        if (!served.isEmpty()) {
-            serve(served);
+    // Scripts the server's replies and runs one check to its end.
+    void check(void (QRMUpdater::*how)(), const QList<ScriptedReply> &replies = {}) {
+        for (const ScriptedReply &reply : replies) {
+            server_.script(reply);
         }
         (updater_.get()->*how)();
         finishSession();
@@ -113,9 +116,7 @@ protected:
     // A background check finds 101 and downloads it.
     void downloadInBackground() {
         updater_->setAutomaticallyDownloadsUpdates(true);
-        serve(feed("101"));
-        serve(kPackage);
-        check(kBackground);
+        check(kBackground, {ok(feed("101")), ok(kPackage)});
     }
 
     QTemporaryDir dir_;
@@ -129,11 +130,7 @@ protected:
 };
 
 TEST_F(UpdaterTest, UserCheckAnswersWithTheNewestReleaseForThisSystem) {
-    const auto ok = [](const QByteArray &body) { return ScriptedReply::respond(200, {}, body); };
-    const struct {
-        QList<ScriptedReply> replies;
-        const char *answer;
-    } rows[] = {
+    const std::pair<QList<ScriptedReply>, const char *> rows[] = {
         {{ok(feed("100"))}, "up to date 1.0"},
         {{ok(feed("99"))}, "up to date 1.0"},
         {{ok(feed("101", "<sparkle:minimumSystemVersion>13</sparkle:minimumSystemVersion>"))},
@@ -145,13 +142,10 @@ TEST_F(UpdaterTest, UserCheckAnswersWithTheNewestReleaseForThisSystem) {
          "found 101 ready=0 notes=<h1>New</h1>"},
         {{ok(feed("102", "<description>Inline</description>"))}, "found 102 ready=0 notes=Inline"},
     };
-    for (const auto &row : rows) {
+    for (const auto &[replies, answer] : rows) {
         ui_.calls.clear();
-        for (const ScriptedReply &reply : row.replies) {
-            server_.script(reply);
-        }
-        check(kUser);
-        EXPECT_THAT(ui_.calls, ElementsAre(row.answer));
+        check(kUser, replies);
+        EXPECT_THAT(ui_.calls, ElementsAre(answer));
     }
     EXPECT_EQ(server_.requests()[4].path, "/moved.xml");
     EXPECT_EQ(server_.requests()[6].path, "/notes.html");
@@ -161,26 +155,24 @@ TEST_F(UpdaterTest, UserCheckAnswersWithTheNewestReleaseForThisSystem) {
 TEST_F(UpdaterTest, FeedFaultsAreExplainedToTheUserOnly) {
     preferences_.setValue(Setting::AutomaticallyChecksForUpdates, true);
     const std::pair<ScriptedReply, const char *> faults[] = {
-        {ScriptedReply::respond(200, {}, "<rss><channel><item>"), "line"},
+        {ok("<rss><channel><item>"), "line"},
         {ScriptedReply::respond(404, {}, "gone"), "status 404"},
         {ScriptedReply::stall(), "did not answer within 0.4 s"},
         {ScriptedReply::respond(302, {{"Location", "http://127.0.0.2/appcast.xml"}}),
          "another host (127.0.0.2)"},
-        {ScriptedReply::respond(200, {}, QByteArray(5 << 20, ' ')), "more than the 4194304 bytes"},
+        {ok(QByteArray(5 << 20, ' ')), "more than the 4194304 bytes"},
     };
     for (const auto &[reply, detail] : faults) {
         SCOPED_TRACE(detail);
         ui_.calls.clear();
-        server_.script(reply);
-        check(kUser);
+        check(kUser, {reply});
         EXPECT_THAT(ui_.calls, ElementsAre("failure 0"));
         EXPECT_THAT(ui_.lastDetail, HasSubstr(detail));
 
         // Later than the user's check, so the interval counts from this one.
         clock_ += 1000;
         const qsizetype asked = server_.requests().size();
-        server_.script(reply);
-        check(kBackground);
+        check(kBackground, {reply});
         EXPECT_EQ(server_.requests().size(), asked + 1) << "the background check asked too";
         EXPECT_THAT(ui_.calls, ElementsAre("failure 0"));
         EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateInterval::kDaily));
@@ -215,15 +207,15 @@ TEST_F(UpdaterTest, AUserCheckDuringABackgroundCheckIsAnsweredAfterIt) {
 }
 
 TEST_F(UpdaterTest, BackgroundCheckNotifiesOnlyOfNewNotSkippedVersions) {
-    check(kBackground, feed("100"));
-    check(kBackground, feed("101"));
+    check(kBackground, {ok(feed("100"))});
+    check(kBackground, {ok(feed("101"))});
     updater_->skipThisVersion();
-    check(kBackground, feed("101"));
-    check(kBackground, feed("102"));
+    check(kBackground, {ok(feed("101"))});
+    check(kBackground, {ok(feed("102"))});
     EXPECT_THAT(ui_.calls, ElementsAre("notify 101 ready=0", "notify 102 ready=0"));
     // The user still sees a skipped version when asking.
     preferences_.setValue(Setting::SkippedVersion, QString("102"));
-    check(kUser, feed("102"));
+    check(kUser, {ok(feed("102"))});
     EXPECT_THAT(ui_.calls.last().toStdString(), HasSubstr("found 102"));
 }
 
@@ -243,7 +235,7 @@ TEST_F(UpdaterTest, AutomaticDownloadWaitsVerifiedAndTheUserIsAskedOnlyToInstall
 
 // Nothing is installed and nothing left; downloaded silently, the fault is only logged.
 TEST_F(UpdaterTest, APackageFaultInstallsNothingLeavesNothingAndOnlyTheUserIsTold) {
-    const ScriptedReply served = ScriptedReply::respond(200, {}, kPackage);
+    const ScriptedReply served = ok(kPackage);
     const qint64 size = kPackage.size();
     const struct {
         const char *name;
@@ -255,8 +247,7 @@ TEST_F(UpdaterTest, APackageFaultInstallsNothingLeavesNothingAndOnlyTheUserIsTol
         {"Truncated", size + 10, kPackage, served, UpdateFailure::Download},
         {"Oversized", size - 10, kPackage, served, UpdateFailure::Download},
         {"WrongSignature", size, "other bytes", served, UpdateFailure::Verification},
-        {"TamperedInTransit", size, kPackage,
-         ScriptedReply::respond(200, {}, QByteArray(kPackage).replace('p', 'q')),
+        {"TamperedInTransit", size, kPackage, ok(QByteArray(kPackage).replace('p', 'q')),
          UpdateFailure::Verification},
         {"Stalls", size, kPackage, ScriptedReply::stall(), UpdateFailure::Download},
         {"ServerError", size, kPackage, ScriptedReply::respond(500, {}, "oops"),
@@ -266,7 +257,7 @@ TEST_F(UpdaterTest, APackageFaultInstallsNothingLeavesNothingAndOnlyTheUserIsTol
         SCOPED_TRACE(fault.name);
         const QByteArray announced = feed("101", {}, fault.announcedLength, fault.signedBytes);
         ui_.calls.clear();
-        check(kUser, announced);
+        check(kUser, {ok(announced)});
         server_.script(fault.reply);
         updater_->installUpdate();
         finishSession();
@@ -278,9 +269,7 @@ TEST_F(UpdaterTest, APackageFaultInstallsNothingLeavesNothingAndOnlyTheUserIsTol
         ui_.calls.clear();
         const qsizetype asked = server_.requests().size();
         updater_->setAutomaticallyDownloadsUpdates(true);
-        serve(announced);
-        server_.script(fault.reply);
-        check(kBackground);
+        check(kBackground, {ok(announced), fault.reply});
         EXPECT_EQ(server_.requests().size(), asked + 2) << "the package was asked for again";
         EXPECT_THAT(ui_.calls, IsEmpty());
         EXPECT_THAT(filesInDownloads(), IsEmpty());
@@ -288,7 +277,7 @@ TEST_F(UpdaterTest, APackageFaultInstallsNothingLeavesNothingAndOnlyTheUserIsTol
 }
 
 TEST_F(UpdaterTest, ACancelledOrAbandonedDownloadLeavesNoFile) {
-    check(kUser, feed("101"));
+    check(kUser, {ok(feed("101"))});
     server_.script(ScriptedReply::stall());
     updater_->installUpdate();
     ASSERT_TRUE(QSignalSpy(&server_, &TestHttpServer::requestReceived).wait(5000));
@@ -307,7 +296,7 @@ TEST_F(UpdaterTest, ACancelledOrAbandonedDownloadLeavesNoFile) {
 
 // Refused, failed, then installed: one download, with its progress, serves all three.
 TEST_F(UpdaterTest, InstallerFailuresAreReportedAndTheVerifiedFileKeptForAnotherTry) {
-    check(kUser, feed("101"));
+    check(kUser, {ok(feed("101"))});
     installer_.outcome = PackageInstaller::Outcome::Refused;
     serve(kPackage);
     updater_->installUpdate();
@@ -395,7 +384,7 @@ TEST_F(UpdaterTest, TheWindowTakesTheUserThroughNotificationDecisionInstallAndRe
         },
         [&] { ++restarts; });
     updater_->setUserInterface(&window);
-    check(kBackground, feed("101"));
+    check(kBackground, {ok(feed("101"))});
     ASSERT_EQ(notifications, QStringList{"UpdateNotificationAvailable v101 %2"});
     EXPECT_FALSE(window.isVisible());
 
