@@ -8,7 +8,6 @@
 #include <QTcpServer>
 #include <QTemporaryDir>
 
-#include "SigningKey.h"
 #include "TestHttpServer.h"
 #include "preferences/QRMPreferencesManager.h"
 #include "updates/PackageInstaller.h"
@@ -62,6 +61,15 @@ ScriptedReply ok(const QByteArray &body) {
     return ScriptedReply::respond(200, {}, body);
 }
 const QByteArray kPackage = QByteArray("!<arch>\ndebian-binary   ") + QByteArray(3000, 'p');
+// RFC 8032's first test key (section 7.1, TEST 1), its signature of kPackage
+// (made with openssl pkeyutl -sign -rawin) and its published one of the empty
+// message, a good signature of other bytes.
+const QByteArray kPublicKey =
+    QByteArray::fromHex("d75a980182b10ab7d54bfed3c964073a0ee172f3daa62325af021a68f707511a");
+const QByteArray kPackageSignature =
+    "FN6FbWnVD/Fg1q/XqPoIfa8Sx4Kiir78WEcF5x2blntS1Uvz6C6hCKCKTeYdgInftm3OhqhMKhSxwOdUWFvSAg==";
+const QByteArray kOtherSignature =
+    "5VZDAMNgrHKQhuLMgG6CioSHfx645dl02HPgZSJJAVVfuIIVkKM7rMYeOXAc+bRr0lv18FlbviRlUUFDjnoQCw==";
 
 class UpdaterTest : public ::testing::Test {
 protected:
@@ -74,7 +82,7 @@ protected:
     std::unique_ptr<QRMUpdater> makeUpdater() {
         auto updater = std::make_unique<QRMUpdater>(
             preferences_, installer_,
-            QRMUpdater::Environment{"100", "1.0", "12", downloads(), key_.publicKey(),
+            QRMUpdater::Environment{"100", "1.0", "12", downloads(), kPublicKey,
                                     [this] { return clock_; }, std::chrono::milliseconds(400)});
         updater->setUserInterface(&ui_);
         updater->setFeedURL(server_.url("/appcast.xml"));
@@ -87,7 +95,7 @@ protected:
     // A feed with one release whose package is kPackage, as the server sends it.
     QByteArray feed(const QByteArray &version, const QByteArray &extra = {},
                     qint64 length = kPackage.size(),
-                    const QByteArray &signedBytes = kPackage) const {
+                    const QByteArray &signature = kPackageSignature) const {
         return R"(<?xml version="1.0"?><rss version="2.0"
             xmlns:sparkle="http://www.andymatuschak.org/xml-namespaces/sparkle"><channel>
             <item><sparkle:version>)" +
@@ -96,7 +104,7 @@ protected:
                "<enclosure url=\"/tarnwell.deb\" length=\"" + QByteArray::number(length) +
                "\" type=\"application/vnd.debian.binary-package\" "
                "sparkle:edSignature=\"" +
-               key_.sign(signedBytes).toBase64() + "\"/></item></channel></rss>";
+               signature + "\"/></item></channel></rss>";
     }
     void serve(const QByteArray &body) { server_.script(ok(body)); }
 
@@ -121,7 +129,6 @@ protected:
 
     QTemporaryDir dir_;
     QRMPreferencesManager preferences_;
-    SigningKey key_;
     TestHttpServer server_;
     RecordingUserInterface ui_;
     FakeInstaller installer_;
@@ -240,22 +247,22 @@ TEST_F(UpdaterTest, APackageFaultInstallsNothingLeavesNothingAndOnlyTheUserIsTol
     const struct {
         const char *name;
         qint64 announcedLength;
-        QByteArray signedBytes;
+        QByteArray signature;
         ScriptedReply reply;
         UpdateFailure failure;
     } faults[] = {
-        {"Truncated", size + 10, kPackage, served, UpdateFailure::Download},
-        {"Oversized", size - 10, kPackage, served, UpdateFailure::Download},
-        {"WrongSignature", size, "other bytes", served, UpdateFailure::Verification},
-        {"TamperedInTransit", size, kPackage, ok(QByteArray(kPackage).replace('p', 'q')),
+        {"Truncated", size + 10, kPackageSignature, served, UpdateFailure::Download},
+        {"Oversized", size - 10, kPackageSignature, served, UpdateFailure::Download},
+        {"WrongSignature", size, kOtherSignature, served, UpdateFailure::Verification},
+        {"TamperedInTransit", size, kPackageSignature, ok(QByteArray(kPackage).replace('p', 'q')),
          UpdateFailure::Verification},
-        {"Stalls", size, kPackage, ScriptedReply::stall(), UpdateFailure::Download},
-        {"ServerError", size, kPackage, ScriptedReply::respond(500, {}, "oops"),
+        {"Stalls", size, kPackageSignature, ScriptedReply::stall(), UpdateFailure::Download},
+        {"ServerError", size, kPackageSignature, ScriptedReply::respond(500, {}, "oops"),
          UpdateFailure::Download},
     };
     for (const auto &fault : faults) {
         SCOPED_TRACE(fault.name);
-        const QByteArray announced = feed("101", {}, fault.announcedLength, fault.signedBytes);
+        const QByteArray announced = feed("101", {}, fault.announcedLength, fault.signature);
         ui_.calls.clear();
         check(kUser, {ok(announced)});
         server_.script(fault.reply);
