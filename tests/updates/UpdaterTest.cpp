@@ -244,13 +244,8 @@ TEST_F(UpdaterTest, AutomaticDownloadWaitsVerifiedAndTheUserIsAskedOnlyToInstall
 TEST_F(UpdaterTest, APackageFaultInstallsNothingLeavesNothingAndOnlyTheUserIsTold) {
     const ScriptedReply served = ok(kPackage);
     const qint64 size = kPackage.size();
-    const struct {
-        const char *name;
-        qint64 announcedLength;
-        QByteArray signature;
-        ScriptedReply reply;
-        UpdateFailure failure;
-    } faults[] = {
+    // Announced length and signature, the package's reply, the failure shown.
+    const std::tuple<const char *, qint64, QByteArray, ScriptedReply, UpdateFailure> faults[] = {
         {"Truncated", size + 10, kPackageSignature, served, UpdateFailure::Download},
         {"Oversized", size - 10, kPackageSignature, served, UpdateFailure::Download},
         {"WrongSignature", size, kOtherSignature, served, UpdateFailure::Verification},
@@ -260,23 +255,22 @@ TEST_F(UpdaterTest, APackageFaultInstallsNothingLeavesNothingAndOnlyTheUserIsTol
         {"ServerError", size, kPackageSignature, ScriptedReply::respond(500, {}, "oops"),
          UpdateFailure::Download},
     };
-    for (const auto &fault : faults) {
-        SCOPED_TRACE(fault.name);
-        const QByteArray announced = feed("101", {}, fault.announcedLength, fault.signature);
+    for (const auto &[name, announcedLength, signature, reply, failure] : faults) {
+        SCOPED_TRACE(name);
+        const QByteArray announced = feed("101", {}, announcedLength, signature);
         ui_.calls.clear();
         check(kUser, {ok(announced)});
-        server_.script(fault.reply);
+        server_.script(reply);
         updater_->installUpdate();
         finishSession();
-        EXPECT_THAT(ui_.calls.mid(1),
-                    ElementsAre(QStringLiteral("failure %1").arg(int(fault.failure))));
+        EXPECT_THAT(ui_.calls.mid(1), ElementsAre(QStringLiteral("failure %1").arg(int(failure))));
         EXPECT_THAT(installer_.installed, IsEmpty());
         EXPECT_THAT(filesInDownloads(), IsEmpty());
 
         ui_.calls.clear();
         const qsizetype asked = server_.requests().size();
         updater_->setAutomaticallyDownloadsUpdates(true);
-        check(kBackground, {ok(announced), fault.reply});
+        check(kBackground, {ok(announced), reply});
         EXPECT_EQ(server_.requests().size(), asked + 2) << "the package was asked for again";
         EXPECT_THAT(ui_.calls, IsEmpty());
         EXPECT_THAT(filesInDownloads(), IsEmpty());

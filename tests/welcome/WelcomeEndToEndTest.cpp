@@ -49,9 +49,9 @@ TEST(WelcomeWindow, ShowsTheLocalPageAndClosesOnCtrlW) {
 
 TEST(WelcomeExecutable, ItsProcessesEndWithItsWindow) {
     QTemporaryDir home;
-    qputenv("XDG_CONFIG_HOME", home.filePath("config").toLocal8Bit());
-    qputenv("XDG_DATA_HOME", home.filePath("data").toLocal8Bit());
-    qputenv("XDG_CACHE_HOME", home.filePath("cache").toLocal8Bit());
+    for (const QString folder : {"CONFIG", "DATA", "CACHE"}) {
+        qputenv(qPrintable("XDG_" + folder + "_HOME"), home.filePath(folder).toLocal8Bit());
+    }
     qputenv("TARNWELL_SITE_URL", kUnreachableSite);
     // The executable decides about the sandbox itself.
     qunsetenv("QTWEBENGINE_DISABLE_SANDBOX");

@@ -194,11 +194,8 @@ TEST(CloseKey, OnlyCtrlWCloses) {
 
 TEST(Navigation, StaysOnTheSite) {
     using enum WelcomeNavigation;
-    const struct {
-        const char *target;
-        bool linkClicked;
-        WelcomeNavigation expected;
-    } cases[] = {
+    // The target, whether a link was clicked to reach it, and what is done.
+    const std::tuple<const char *, bool, WelcomeNavigation> cases[] = {
         {"https://tarnwell.app/en/support/", true, Load},
         {"https://tarnwell.app:443/en/", false, Load},
         {"qrc:/welcome/en/index.html", true, Load},
@@ -211,29 +208,28 @@ TEST(Navigation, StaysOnTheSite) {
         {"javascript:alert(1)", true, Refuse},
     };
     const WelcomeSite site("https://tarnwell.app");
-    for (const auto &c : cases) {
-        EXPECT_EQ(site.navigation(QUrl(c.target), c.linkClicked), c.expected) << c.target;
+    for (const auto &[target, linkClicked, expected] : cases) {
+        EXPECT_EQ(site.navigation(QUrl(target), linkClicked), expected) << target;
     }
 }
 
 TEST(MessageLines, AreCutAtNewlinesAndCapped) {
     const QByteArray longest(64, 'y');
-    const struct {
-        QList<QByteArray> chunks, lines;
-    } cases[] = {
+    // Chunks as they arrive, lines as they come out.
+    const std::pair<QList<QByteArray>, QList<QByteArray>> cases[] = {
         {{"raise\nlanguageDidChanged\n"}, {"raise", "languageDidChanged"}},
         {{"rai", "se", "\n", "raise"}, {"raise"}},
         {{longest + "\n"}, {longest}},
         // One byte too many, in two chunks: dropped up to its end, no further.
         {{longest.left(40), longest.mid(40) + "z tail\nraise\n"}, {"raise"}},
     };
-    for (const auto &c : cases) {
+    for (const auto &[chunks, expected] : cases) {
         MessageLines buffer;
         QList<QByteArray> lines;
-        for (const QByteArray &chunk : c.chunks) {
+        for (const QByteArray &chunk : chunks) {
             lines += buffer.append(chunk);
         }
-        EXPECT_EQ(lines, c.lines) << c.chunks.join('|').toStdString();
+        EXPECT_EQ(lines, expected) << chunks.join('|').toStdString();
     }
 }
 

@@ -435,30 +435,23 @@ QString feedURL(int index) {
 // The pop-up shows the feed in use; choosing another stores it and runs a
 // silent check, choosing the shown one does nothing.
 TEST(UpdatesTab, FeedPopUpSwitchesOnlyToAnotherFeed) {
-    const struct {
-        int stored, shownIndex, chosenIndex;
-        bool switches;
-    } rows[] = {{0, 0, 0, false},
-                {2, 2, 2, false},
-                {0, 0, 1, true},
-                {1, 1, 2, true},
-                // An unknown feed shows as stable, so choosing stable switches.
-                {3, 0, 0, true}};
-    for (const auto &c : rows) {
-        SCOPED_TRACE(feedURL(c.stored).toStdString() + " to " + std::to_string(c.chosenIndex));
+    // Stored, shown and chosen feeds, and whether choosing switches; an
+    // unknown feed shows as stable, so choosing stable switches.
+    const std::tuple<int, int, int, bool> rows[] = {
+        {0, 0, 0, false}, {2, 2, 2, false}, {0, 0, 1, true}, {1, 1, 2, true}, {3, 0, 0, true}};
+    for (const auto &[stored, shownIndex, chosenIndex, switches] : rows) {
+        SCOPED_TRACE(feedURL(stored).toStdString() + " to " + std::to_string(chosenIndex));
         PreferencesRig rig;
-        rig.store("FeedURL", feedURL(c.stored));
+        rig.store("FeedURL", feedURL(stored));
         test::FakeUpdater updater;
         rig.preferences.setUpdater(&updater);
         auto window = rig.open();
         QComboBox *popUp = window->tabUpdates->updatesFeedNSPopUpButton;
-        EXPECT_EQ(popUp->currentIndex(), c.shownIndex);
-
-        choose(popUp, c.chosenIndex);
-        const QString chosen = feedURL(c.chosenIndex);
-        EXPECT_EQ(rig.preferences.updatesFeedURL().toString(),
-                  c.switches ? chosen : feedURL(c.stored));
-        EXPECT_EQ(updater.calls, c.switches ? QStringList({chosen, "check"}) : QStringList());
+        EXPECT_EQ(popUp->currentIndex(), shownIndex);
+        choose(popUp, chosenIndex);
+        const QString chosen = feedURL(chosenIndex);
+        EXPECT_EQ(rig.preferences.updatesFeedURL().toString(), switches ? chosen : feedURL(stored));
+        EXPECT_EQ(updater.calls, switches ? QStringList({chosen, "check"}) : QStringList());
         rig.preferences.setUpdater(nullptr);
     }
 }
