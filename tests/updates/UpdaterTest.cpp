@@ -46,8 +46,7 @@ struct RecordingUserInterface : UpdaterUserInterface {
 struct FakeInstaller : PackageInstaller {
     void install(const QString &path, Done done) override {
         QFile file(path);
-        file.open(QIODevice::ReadOnly);
-        installed << file.readAll();
+        installed << (file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable"));
         done(outcome, QStringLiteral("dpkg: error"));
     }
     Outcome outcome = Outcome::Installed;
@@ -108,12 +107,10 @@ protected:
     }
     void serve(const QByteArray &body) { server_.script(ok(body)); }
 
-    // Runs one session of the updater to its end.
     void finishSession() {
         QSignalSpy finished(updater_.get(), &QRMUpdater::sessionFinished);
         ASSERT_TRUE(finished.wait(5000));
     }
-    // Scripts the server's replies and runs one check to its end.
     void check(void (QRMUpdater::*how)(), const QList<ScriptedReply> &replies = {}) {
         for (const ScriptedReply &reply : replies) {
             server_.script(reply);
@@ -121,7 +118,6 @@ protected:
         (updater_.get()->*how)();
         finishSession();
     }
-    // A background check finds 101 and downloads it.
     void downloadInBackground() {
         updater_->setAutomaticallyDownloadsUpdates(true);
         check(kBackground, {ok(feed("101")), ok(kPackage)});

@@ -234,8 +234,7 @@ TEST(MessageLines, AreCutAtNewlinesAndCapped) {
 }
 
 TEST(TrayChannel, ReadsMessagesAndNoticesTheTrayGoing) {
-    int toWindow[2];
-    int fromWindow[2];
+    int toWindow[2], fromWindow[2];
     ASSERT_EQ(::pipe2(toWindow, O_CLOEXEC), 0);
     ASSERT_EQ(::pipe2(fromWindow, O_CLOEXEC), 0);
     TrayChannel channel(toWindow[0], fromWindow[1]);

@@ -127,13 +127,9 @@ TEST(GeneralTab, ChoosingTextOrIconStoresTheTypeBehindTheItem) {
     const QStringList texts{"None", "Free memory, per cent", "Free memory, size"};
     const QStringList icons{"None", "Static icon, monochrome", "Static icon, 3D greyscale",
                             "Pie chart, monochrome", "Pie chart, colour"};
-    const struct {
-        const char *name;
-        int textType, iconType;
-        bool inTextPopUp;  // else in the icon pop-up
-        int index, storedText, storedIcon;
-        const char *panelTitle;
-    } rows[] = {
+    // The stored text and icon types, the pop-up chosen in (text: true) and
+    // the item chosen, the types stored then, and the panel's title.
+    const std::tuple<const char *, int, int, bool, int, int, int, const char *> rows[] = {
         // No icon: the first text item is "per cent", type 1 (index 0 minus -1).
         {"FirstTextItemWithoutIcon", 2, 0, true, 0, 1, 0, "Free: 0.00 %"},
         // Icon "None" while the text shows the size: the text loses its "None".
@@ -143,29 +139,30 @@ TEST(GeneralTab, ChoosingTextOrIconStoresTheTypeBehindTheItem) {
         {"FirstIconItemWithoutText", 0, 4, false, 0, 0, 1, ""},
         {"LastIconItem", 2, 1, false, 4, 2, 4, "Free: 512.00 MB"},
     };
-    for (const auto &c : rows) {
-        SCOPED_TRACE(c.name);
+    for (const auto &[name, textType, iconType, inTextPopUp, index, storedText, storedIcon,
+                      panelTitle] : rows) {
+        SCOPED_TRACE(name);
         PreferencesRig rig;
-        rig.store("statusBarText", c.textType);
-        rig.store("statusBarIcon", c.iconType);
+        rig.store("statusBarText", textType);
+        rig.store("statusBarIcon", iconType);
         rig.store("statusBarTextWithInfo", true);
         auto window = rig.open();
         GeneralTab &tab = *window->tabGeneral;
 
-        choose(c.inTextPopUp ? tab.statusBarTextComboBox : tab.statusBarIconComboBox, c.index);
+        choose(inTextPopUp ? tab.statusBarTextComboBox : tab.statusBarIconComboBox, index);
 
-        EXPECT_EQ(rig.preferences.statusBarTextType(), c.storedText);
-        EXPECT_EQ(rig.preferences.statusBarIconType(), c.storedIcon);
-        EXPECT_EQ(items(tab.statusBarTextComboBox).contains("None"), c.storedIcon != 0);
-        EXPECT_EQ(items(tab.statusBarIconComboBox).contains("None"), c.storedText != 0);
-        EXPECT_EQ(tab.statusBarTextComboBox->currentText(), texts[c.storedText]);
-        EXPECT_EQ(tab.statusBarIconComboBox->currentText(), icons[c.storedIcon]);
+        EXPECT_EQ(rig.preferences.statusBarTextType(), storedText);
+        EXPECT_EQ(rig.preferences.statusBarIconType(), storedIcon);
+        EXPECT_EQ(items(tab.statusBarTextComboBox).contains("None"), storedIcon != 0);
+        EXPECT_EQ(items(tab.statusBarIconComboBox).contains("None"), storedText != 0);
+        EXPECT_EQ(tab.statusBarTextComboBox->currentText(), texts[storedText]);
+        EXPECT_EQ(tab.statusBarIconComboBox->currentText(), icons[storedIcon]);
         // The label box means nothing without a text, but keeps its setting.
-        EXPECT_EQ(tab.statusBarTextWithInfo->isEnabled(), c.storedText != 0);
+        EXPECT_EQ(tab.statusBarTextWithInfo->isEnabled(), storedText != 0);
         EXPECT_TRUE(rig.preferences.statusBarTextWithInfo());
         // The status item follows at once.
         ASSERT_FALSE(rig.statusItem.titles.empty());
-        EXPECT_EQ(rig.statusItem.titles.back(), QString::fromUtf8(c.panelTitle));
+        EXPECT_EQ(rig.statusItem.titles.back(), QString::fromUtf8(panelTitle));
     }
 }
 
@@ -268,7 +265,6 @@ TEST(GeneralTab, TaskbarBoxSwitchedOffAsksForTheWindowAgain) {
     EXPECT_EQ(requests.size(), 1);
 }
 
-// Every text a person reads in the window.
 QStringList windowTexts(const QRMPreferencesWindowController &window) {
     QStringList texts{window.windowTitle()};
     for (int i = 0; i < window.tabView->count(); ++i) {
@@ -598,7 +594,6 @@ TEST_F(AppsTabTest, WaylandSessionSaysEventsAreNotAvailable) {
     EXPECT_EQ(tab->applicationEventsNotAvailable->text(), "ApplicationEventsNotAvailable");
 }
 
-// Geometry of one 44-pixel row.
 TEST(QRMTextFieldCellTest, RowSplitsIntoIconSquareTitleAndSubtitle) {
     const QRect row(0, 0, 300, 44);
     EXPECT_EQ(QRMTextFieldCell::imageRectForBounds(row), QRect(5, 5, 34, 34));
