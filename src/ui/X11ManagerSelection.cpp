@@ -120,6 +120,13 @@ void X11ManagerSelection::readEvents() {
                     stale |=
                         reinterpret_cast<xcb_destroy_notify_event_t *>(event)->window == owner_;
                     break;
+                case 0:
+                    // A manager that leaves just after appearing: its window can be
+                    // gone before our request to watch it, which then fails with
+                    // BadWindow and no DestroyNotify ever comes.
+                    stale |=
+                        reinterpret_cast<xcb_generic_error_t *>(event)->error_code == XCB_WINDOW;
+                    break;
                 default:
                     break;
             }

@@ -2,7 +2,7 @@
 #include <QJsonDocument>
 #include <QStringList>
 
-#include "MessageCapture.h"
+#include "KitTestSupport.h"
 #include "analytics/EVTAttributeDictionary.h"
 #include "analytics/EVTEvent.h"
 
@@ -10,14 +10,6 @@
 
 namespace tarnwell {
 namespace {
-
-EVTAttributes numberedAttributes(int count) {
-    EVTAttributes attributes;
-    for (int i = 1; i <= count; ++i) {
-        attributes.append({QStringLiteral("key%1").arg(i, 2, 10, QLatin1Char('0')), i});
-    }
-    return attributes;
-}
 
 QString xs(int length) {
     return QString(length, QLatin1Char('x'));
@@ -40,7 +32,10 @@ class AttributeDictionary : public testing::TestWithParam<AttributeCase> {};
 TEST_P(AttributeDictionary, KeepsNormalisesOrDropsAnEntry) {
     const AttributeCase &c = GetParam();
     test::MessageCapture messages;
-    EVTAttributeDictionary attributes(numberedAttributes(c.held));
+    EVTAttributeDictionary attributes;
+    for (int i = 1; i <= c.held; ++i) {
+        attributes.add(QStringLiteral("key%1").arg(i, 2, 10, QLatin1Char('0')), i);
+    }
     if (c.price) {
         attributes.addPrice(c.key, c.value.toDouble());
     } else {

@@ -1,12 +1,7 @@
-// The tray application end to end on a private session bus (the test runs
-// under its own dbus-run-session): this test is the panel's
-// StatusNotifierWatcher and the desktop's notification service. It reads the
-// item's label and menu, clicks the clean command through dbusmenu and sees
-// the notification arrive; a second start hands over to the first, and the
-// terminal mode (no status item) may run beside it. The program reads a
-// small captured /proc whose free memory the test raises before the click,
-// so the cleaning frees a known amount without touching more than a few MiB
-// of real memory.
+// The tray application on a private session bus, with this test as the
+// panel's watcher and the notification service. The program reads a captured
+// /proc whose free memory the test raises before the click, so the cleaning
+// "frees" a known amount without touching real memory.
 #include <filesystem>
 
 #include <QRegularExpression>
@@ -47,93 +42,69 @@ void writeMeminfo(const QString &proc, uint64_t memFreeKiB) {
     ASSERT_TRUE(meminfo.commit());
 }
 
-class TrayEndToEnd : public ::testing::Test {
-protected:
-    void SetUp() override {
-        if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) {
-            GTEST_SKIP() << "needs its own session bus (run under dbus-run-session)";
-        }
-        const QString root = run.home.filePath("memory");
-        std::filesystem::copy(TARNWELL_TEST_DATA_DIR "/memory/debian12-6.18-noswap",
-                              root.toStdString(), std::filesystem::copy_options::recursive);
-        proc = root + "/proc";
-        writeMeminfo(proc, 4096);
-
-        // No periodic sample may replace the "before" figure during the test.
+TEST(TrayEndToEnd, CleansFromTheMenuAndStaysTheOnlyItem) {
+    if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) {
+        GTEST_SKIP() << "needs its own session bus (run under dbus-run-session)";
+    }
+    ThrowAwayRun run;
+    const QString root = run.home.filePath("memory");
+    std::filesystem::copy(TARNWELL_TEST_DATA_DIR "/memory/debian12-6.18-noswap", root.toStdString(),
+                          std::filesystem::copy_options::recursive);
+    writeMeminfo(root + "/proc", 4096);
+    {
+        // No periodic sample may replace the "before" figure; the label is
+        // sent as a label (this watcher is no known host); welcomed already.
         QSettings settings(run.settingsFile(), QSettings::IniFormat);
         settings.setValue("refreshRate", 3600);
         settings.setValue("statusBarText", 2);
-        // This test, as the watcher, is no host known to show the label.
         settings.setValue("statusBarTextPlacement", 1);
-        // Welcomed already: this test is about the tray, not the web view.
         settings.setValue("isWelcomeShown", true);
         settings.setValue("bundleBuild", kBuildNumber);
-        settings.sync();
-
-        registerDBusTypes();
-        labels.listen(QDBusConnection::sessionBus(), QString(), kItemPath, kItemInterface,
-                      {QStringLiteral("XAyatanaNewLabel")});
-
-        run.env.insert("LC_ALL", "C.UTF-8");
-        run.env.remove("LANGUAGE");
-        run.env.insert("DISPLAY", ":9999");  // a desktop session, drawn offscreen
-        run.env.insert("QT_QPA_PLATFORM", "offscreen");
-        run.env.insert("TARNWELL_MEMORY_ROOT", root);
-        run.process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     }
+    run.env.insert("LC_ALL", "C.UTF-8");
+    run.env.remove("LANGUAGE");
+    run.env.insert("DISPLAY", ":9999");  // a desktop session, drawn offscreen
+    run.env.insert("QT_QPA_PLATFORM", "offscreen");
+    run.env.insert("TARNWELL_MEMORY_ROOT", root);
+    run.process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
 
-    // Waits until the item's label reads as expected; the item announces
-    // every change with XAyatanaNewLabel.
-    bool waitForLabel(const QString &expected) {
-        QSignalSpy heard(&labels, &test::BusSignalRecorder::recorded);
-        while (itemProperty("XAyatanaLabel").toString() != expected) {
-            if (!heard.wait(30000)) {
-                return false;
-            }
-        }
-        return true;
-    }
-
-    QVariant itemProperty(const QString &name) {
-        return test::propertyOf(QDBusConnection::sessionBus(), watcher.senders.value(0), kItemPath,
-                                kItemInterface, name);
-    }
-
-    QDBusMessage callMenu(const QString &path, const QString &method,
-                          const QVariantList &arguments) {
-        QDBusMessage call = QDBusMessage::createMethodCall(watcher.senders.value(0), path,
-                                                           "com.canonical.dbusmenu", method);
-        call.setArguments(arguments);
-        return test::callAndWait(QDBusConnection::sessionBus(), call);
-    }
-
-    ThrowAwayRun run;
-    QString proc;
+    registerDBusTypes();
+    const QDBusConnection bus = QDBusConnection::sessionBus();
     test::BusSignalRecorder labels;
-    test::TestStatusNotifierWatcher watcher{QStringLiteral("watcher")};
+    labels.listen(bus, QString(), kItemPath, kItemInterface, {QStringLiteral("XAyatanaNewLabel")});
+    test::TestStatusNotifierWatcher watcher(QStringLiteral("watcher"));
     test::TestNotificationServer notifications;
-};
-
-TEST_F(TrayEndToEnd, CleansFromTheMenuAndStaysTheOnlyItem) {
     QSignalSpy registered(&watcher, &test::TestStatusNotifierWatcher::itemRegistered);
     run.start();
     ASSERT_TRUE(registered.wait(30000));
+    const QString item = watcher.senders.value(0);
+    auto itemProperty = [&](const char *name) {
+        return test::propertyOf(bus, item, kItemPath, kItemInterface, QString::fromLatin1(name));
+    };
+    QSignalSpy heard(&labels, &test::BusSignalRecorder::recorded);
+    while (itemProperty("XAyatanaLabel").toString() != "4.00 MB") {
+        ASSERT_TRUE(heard.wait(30000)) << "the label never showed the free memory";
+    }
 
-    ASSERT_TRUE(waitForLabel("4.00 MB"));
     const QString menuPath = itemProperty("Menu").value<QDBusObjectPath>().path();
-    ASSERT_FALSE(menuPath.isEmpty());
-    const QDBusMessage layout = callMenu(menuPath, "GetLayout", {0, -1, QStringList()});
+    auto callMenu = [&](const char *method, const QVariantList &arguments) {
+        QDBusMessage call = QDBusMessage::createMethodCall(item, menuPath, "com.canonical.dbusmenu",
+                                                           QString::fromLatin1(method));
+        call.setArguments(arguments);
+        return test::callAndWait(bus, call);
+    };
+    const QDBusMessage layout = callMenu("GetLayout", {0, -1, QStringList()});
     ASSERT_EQ(layout.type(), QDBusMessage::ReplyMessage) << layout.errorMessage().toStdString();
-    const auto root = test::demarshalled<DBusMenuLayoutItem>(layout.arguments().value(1));
-    const int clean = test::menuItemId(root, "Clean Memory Now");
+    const auto menu = test::demarshalled<DBusMenuLayoutItem>(layout.arguments().value(1));
+    const int clean = test::menuItemId(menu, "Clean Memory Now");
     ASSERT_NE(clean, 0);
-    EXPECT_NE(test::menuItemId(root, "    4.00 MB Free"), 0);
-    EXPECT_NE(test::menuItemId(root, "Quit"), 0);
+    EXPECT_NE(test::menuItemId(menu, "    4.00 MB Free"), 0);
+    EXPECT_NE(test::menuItemId(menu, "Quit"), 0);
 
     // 96 MiB more free memory after the cleaning than before it.
-    writeMeminfo(proc, 100 * 1024);
+    writeMeminfo(root + "/proc", 100 * 1024);
     QSignalSpy notified(&notifications, &test::TestNotificationServer::notified);
-    callMenu(menuPath, "Event",
+    callMenu("Event",
              {clean, QStringLiteral("clicked"), QVariant::fromValue(QDBusVariant(QString())), 0u});
     ASSERT_TRUE(notified.wait(30000));
     const test::ReceivedNotification &notification = notifications.received.first();
@@ -157,7 +128,6 @@ TEST_F(TrayEndToEnd, CleansFromTheMenuAndStaysTheOnlyItem) {
     console.stopWith(SIGINT);
 
     run.stopWith(SIGTERM);
-    // The statistics were stored where the next run finds them.
     QSettings stored(run.settingsFile(), QSettings::IniFormat);
     EXPECT_EQ(stored.value("lastTimeCleaned").toULongLong(), 96ull << 20);
 }

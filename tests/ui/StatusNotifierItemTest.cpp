@@ -1,3 +1,5 @@
+// The status item as hosts see it on the bus, and the host that chooses
+// between it and the legacy tray icon as panels come, go and come back.
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -12,24 +14,23 @@
 #include "QtPrinters.h"
 #include "TestStatusNotifierWatcher.h"
 #include "app/QRMMenu.h"
+#include "ui/LegacyTrayPresence.h"
 #include "ui/PanelAppearance.h"
+#include "ui/StatusItemHost.h"
 #include "ui/StatusNotifierItem.h"
 #include "ui/StatusNotifierItemView.h"
 
 namespace tarnwell {
 namespace {
 
+using namespace std::chrono_literals;
+using Kind = StatusItemHost::Kind;
 using test::demarshalled;
+using test::filled;
 using test::TestStatusNotifierWatcher;
 
 const QString kItemPath = QStringLiteral("/StatusNotifierItem");
 const QString kItemInterface = QStringLiteral("org.kde.StatusNotifierItem");
-
-QImage filledImage(QColor color) {
-    QImage image(22, 22, QImage::Format_ARGB32);
-    image.fill(color);
-    return image;
-}
 
 // The colour at the centre of a pixmap as sent on the bus: A, R, G, B, most
 // significant byte first.
@@ -61,18 +62,18 @@ protected:
             << "the item did not register";
     }
 
-    QVariant itemProperty(const QString &name) {
-        return test::propertyOf(host, view->item()->serviceName(), kItemPath, kItemInterface, name);
+    QVariant itemProperty(const char *name) {
+        return test::propertyOf(host, view->item()->serviceName(), kItemPath, kItemInterface,
+                                QString::fromLatin1(name));
     }
 
     QString iconFile() {
-        return itemProperty(QStringLiteral("IconThemePath")).toString() + QLatin1Char('/') +
-               itemProperty(QStringLiteral("IconName")).toString() + QStringLiteral(".png");
+        return itemProperty("IconThemePath").toString() + '/' +
+               itemProperty("IconName").toString() + ".png";
     }
 
     QColor centreOfLargestPixmap() {
-        const auto pixmaps =
-            demarshalled<DBusImageList>(itemProperty(QStringLiteral("IconPixmap")));
+        const auto pixmaps = demarshalled<DBusImageList>(itemProperty("IconPixmap"));
         return pixmaps.isEmpty() ? QColor() : centreOf(pixmaps.last());
     }
 
@@ -88,9 +89,7 @@ protected:
 };
 
 TEST_F(StatusNotifierItemTest, RegistersPublishesAndOpensItsMenu) {
-    QImage wide(30, 10, QImage::Format_ARGB32);
-    wide.fill(Qt::red);
-    startItem(wide);
+    startItem(filled(Qt::red, {30, 10}));
     QRMMenu menu;
     menu.addItem(QStringLiteral("Clean"));
     view->setMenu(&menu);
@@ -102,23 +101,21 @@ TEST_F(StatusNotifierItemTest, RegistersPublishesAndOpensItsMenu) {
         service,
         QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(QCoreApplication::applicationPid()));
     EXPECT_EQ(watcher->senders.at(0), QDBusConnection::sessionBus().baseService());
-    EXPECT_EQ(itemProperty(QStringLiteral("XAyatanaLabel")).toString(),
-              QStringLiteral("Free: 42.17 %"));
-    EXPECT_EQ(itemProperty(QStringLiteral("XAyatanaLabelGuide")).toString(),
-              QStringLiteral("Free: 00.00 %"));
-    const auto toolTip = demarshalled<DBusToolTip>(itemProperty(QStringLiteral("ToolTip")));
-    EXPECT_EQ(toolTip.description, QStringLiteral("Free memory: 8.00 GB (42.17 %)"));
+    EXPECT_EQ(itemProperty("XAyatanaLabel").toString(), "Free: 42.17 %");
+    EXPECT_EQ(itemProperty("XAyatanaLabelGuide").toString(), "Free: 00.00 %");
+    EXPECT_EQ(demarshalled<DBusToolTip>(itemProperty("ToolTip")).description,
+              "Free memory: 8.00 GB (42.17 %)");
 
     // Hosts that load icons by name find a PNG file in a private folder; a
     // picture that is not square is letterboxed.
     const QImage file(iconFile());
     EXPECT_EQ(file.pixelColor(file.width() / 2, file.height() / 2), QColor(Qt::red));
     EXPECT_EQ(file.pixelColor(file.width() / 2, 2).alpha(), 0);
-    EXPECT_EQ(QFileInfo(itemProperty(QStringLiteral("IconThemePath")).toString()).permissions() &
+    EXPECT_EQ(QFileInfo(itemProperty("IconThemePath").toString()).permissions() &
                   (QFile::ReadOther | QFile::ReadGroup),
               0);
     // Pixmaps for small and large panels, the largest no more than 64 px.
-    const auto pixmaps = demarshalled<DBusImageList>(itemProperty(QStringLiteral("IconPixmap")));
+    const auto pixmaps = demarshalled<DBusImageList>(itemProperty("IconPixmap"));
     ASSERT_GE(pixmaps.size(), 2);
     EXPECT_LE(pixmaps.first().width, 22);
     EXPECT_LE(pixmaps.last().width, 64);
@@ -129,7 +126,7 @@ TEST_F(StatusNotifierItemTest, RegistersPublishesAndOpensItsMenu) {
     }
 
     QDBusMessage getLayout = QDBusMessage::createMethodCall(
-        service, itemProperty(QStringLiteral("Menu")).value<QDBusObjectPath>().path(),
+        service, itemProperty("Menu").value<QDBusObjectPath>().path(),
         QStringLiteral("com.canonical.dbusmenu"), QStringLiteral("GetLayout"));
     getLayout << 0 << -1 << QStringList{QStringLiteral("label")};
     const QDBusMessage reply = test::callAndWait(host, getLayout);
@@ -149,19 +146,19 @@ TEST_F(StatusNotifierItemTest, RegistersPublishesAndOpensItsMenu) {
 }
 
 TEST_F(StatusNotifierItemTest, ChangesReachTheHosts) {
-    startItem(filledImage(Qt::red));
+    startItem(filled(Qt::red));
     const QString firstFile = iconFile();
 
     // The same picture again costs the hosts nothing: the label change sent
     // after it arrives with no icon change before it.
-    view->setImage(filledImage(Qt::red), false);
+    view->setImage(filled(Qt::red), false);
     view->setTitle(QStringLiteral("1.25 GB"));
     recorder.waitFor(QStringLiteral("XAyatanaNewLabel"));
     EXPECT_EQ(recorder.names(), QStringList{QStringLiteral("XAyatanaNewLabel")});
     EXPECT_EQ(recorder.received.last().arguments(),
               (QVariantList{QStringLiteral("1.25 GB"), QStringLiteral("0.00 GB")}));
 
-    view->setImage(filledImage(Qt::blue), false);
+    view->setImage(filled(Qt::blue), false);
     recorder.waitFor(QStringLiteral("NewIcon"));
     EXPECT_NE(iconFile(), firstFile);
     EXPECT_TRUE(QFileInfo::exists(iconFile()));
@@ -172,7 +169,7 @@ TEST_F(StatusNotifierItemTest, ChangesReachTheHosts) {
     recorder.received.clear();
     view->setTitleDrawn(true);
     recorder.waitFor(QStringLiteral("NewIcon"));
-    EXPECT_EQ(itemProperty(QStringLiteral("XAyatanaLabel")).toString(), QString());
+    EXPECT_EQ(itemProperty("XAyatanaLabel").toString(), QString());
     const QImage file = QImage(iconFile()).convertToFormat(QImage::Format_ARGB32);
     EXPECT_EQ(test::pixelsNear(file, Qt::blue), 0) << "the picture is still there";
     EXPECT_GT(test::pixelsNear(file, Qt::black), 50) << "no text in the panel's colour";
@@ -205,6 +202,148 @@ TEST_F(StatusNotifierItemTest, RegistersWithEveryNewWatcher) {
     TestStatusNotifierWatcher second(QStringLiteral("second"));
     waitForRegistration(second);
     EXPECT_EQ(second.registeredItems, QStringList{view->item()->serviceName()});
+}
+
+class FakeTray : public LegacyTrayPresence {
+public:
+    bool isPresent() const override { return present; }
+    void set(bool isPresent) {
+        present = isPresent;
+        emit changed();
+    }
+    bool present = false;
+};
+
+// Records what the host hands it; counts the items alive, which must never
+// exceed one.
+struct FakeItem : PanelStatusItem {
+    static inline int alive = 0;
+    static inline int mostAlive = 0;
+    FakeItem() { mostAlive = std::max(mostAlive, ++alive); }
+    ~FakeItem() override { --alive; }
+
+    void setTitle(const QString &t) override { title = t; }
+    void setToolTip(const QString &t) override { toolTip = t; }
+    void setImage(const QImage &i, bool t) override { image = i, isTemplate = t; }
+    void setMenu(QRMMenu *m) override { menu = m; }
+    void setTitleDrawn(bool d) override { drawn = d; }
+
+    QString title, toolTip;
+    QImage image;
+    bool isTemplate = false, drawn = false;
+    QRMMenu *menu = nullptr;
+};
+
+class StatusItemHostTest : public ::testing::Test {
+protected:
+    void SetUp() override { FakeItem::alive = FakeItem::mostAlive = 0; }
+
+    std::unique_ptr<StatusItemHost> start() {
+        auto host = std::make_unique<StatusItemHost>(
+            QDBusConnection::sessionBus(), tray,
+            StatusItemHost::Items{[] { return std::make_unique<FakeItem>(); },
+                                  [] { return std::make_unique<FakeItem>(); }},
+            [this] { return placement; });
+        host->setWatcherGracePeriod(50ms);
+        host->setProcessNameLookup([this](uint) { return watcherProcess; });
+        return host;
+    }
+
+    static FakeItem &itemOf(StatusItemHost &host) { return *static_cast<FakeItem *>(host.item()); }
+
+    static void waitForKind(StatusItemHost &host, Kind kind) {
+        QSignalSpy changed(&host, &StatusItemHost::kindChanged);
+        while (host.kind() != kind) {
+            ASSERT_TRUE(changed.wait(5000)) << "kind stays " << int(host.kind());
+        }
+    }
+
+    FakeTray tray;
+    int placement = 0;
+    QString watcherProcess = QStringLiteral("xfce4-panel");
+};
+
+// Without a watcher the item waits on the bus for one, unless a legacy tray
+// is there to take the tray icon.
+TEST_F(StatusItemHostTest, TheTrayIconOnlyWhereNoWatcherRuns) {
+    {
+        auto host = start();
+        EXPECT_EQ(host->kind(), Kind::NotifierItem);
+        tray.set(true);
+        EXPECT_EQ(host->kind(), Kind::TrayIcon);
+        tray.set(false);
+        EXPECT_EQ(host->kind(), Kind::NotifierItem);
+    }
+    TestStatusNotifierWatcher watcher(QStringLiteral("panel"));
+    tray.present = true;  // xfce4-panel's tray owns both
+    EXPECT_EQ(start()->kind(), Kind::NotifierItem);
+}
+
+// Tarnwell started at login before the panel: it used to settle on the tray
+// icon, or on nothing, for good.
+TEST_F(StatusItemHostTest, StartedBeforeThePanelFollowsItsWatcher) {
+    tray.present = true;
+    auto host = start();
+    EXPECT_EQ(host->kind(), Kind::TrayIcon);
+    QRMMenu menu;
+    const QImage image = filled(Qt::red);
+    host->setMenu(&menu);
+    host->setTitle(QStringLiteral("2.38 GB"));
+    host->setToolTip(QStringLiteral("Free memory: 2.38 GB (12.12 %)"));
+    host->setImage(image, true);
+
+    auto watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel"));
+    waitForKind(*host, Kind::NotifierItem);
+    // The new item shows everything the controller set before it came.
+    const FakeItem &item = itemOf(*host);
+    EXPECT_EQ(item.title, QStringLiteral("2.38 GB"));
+    EXPECT_EQ(item.toolTip, QStringLiteral("Free memory: 2.38 GB (12.12 %)"));
+    EXPECT_EQ(item.image, image);
+    EXPECT_TRUE(item.isTemplate);
+    EXPECT_EQ(item.menu, &menu);
+
+    // A panel restart within the grace period keeps the item.
+    host->setWatcherGracePeriod(10s);
+    QSignalSpy changed(host.get(), &StatusItemHost::kindChanged);
+    watcher.reset();
+    QSignalSpy identified(host.get(), &StatusItemHost::hostIdentified);
+    watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel2"));
+    ASSERT_TRUE(identified.wait(5000));
+    EXPECT_TRUE(changed.isEmpty());
+
+    // The watcher leaves and stays away: the tray icon returns.
+    host->setWatcherGracePeriod(50ms);
+    watcher.reset();
+    waitForKind(*host, Kind::TrayIcon);
+    EXPECT_EQ(FakeItem::mostAlive, 1) << "two icons at once";
+}
+
+TEST_F(StatusItemHostTest, TitleDrawnWhereTheHostShowsNoLabel) {
+    tray.present = true;
+    {
+        auto host = start();  // a legacy tray shows no label either
+        host->setTitle(QStringLiteral("42.00 %"));
+        EXPECT_TRUE(itemOf(*host).drawn);
+    }
+    TestStatusNotifierWatcher watcher(QStringLiteral("panel"));
+    const struct {
+        const char *watcherProcess;
+        int placement;  // the setting: 0 from the host, 1 label, 2 drawn
+        bool drawn;
+    } cases[] = {{"ayatana-indicat", 0, false},
+                 {"lxqt-panel", 0, true},
+                 {"lxqt-panel", 1, false},
+                 {"ayatana-indicat", 2, true}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(::testing::Message() << c.watcherProcess << " " << c.placement);
+        placement = c.placement;
+        watcherProcess = QString::fromLatin1(c.watcherProcess);
+        auto host = start();
+        QSignalSpy identified(host.get(), &StatusItemHost::hostIdentified);
+        ASSERT_TRUE(identified.wait(5000));
+        host->setTitle(QStringLiteral("42.00 %"));
+        EXPECT_EQ(itemOf(*host).drawn, c.drawn);
+    }
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "platform/linux/QRMApplicationsInfo.h"
 
 #include "preferences/QRMPreferencesManager.h"
+#include "threads/StartThread.h"
 
 namespace tarnwell {
 
@@ -102,7 +103,7 @@ void QRMApplicationsInfo::searchApplicationsAndUtilitiesInBackground() {
     if (worker_.joinable()) {
         worker_.join();
     }
-    worker_ = std::thread([this] { searchApplicationsAndUtilities(); });
+    worker_ = threads::startThread([this] { searchApplicationsAndUtilities(); });
 }
 
 }  // namespace tarnwell

@@ -22,6 +22,7 @@
 #include "platform/linux/QRMApplicationsInfo.h"
 #include "preferences/QRMPreferencesManager.h"
 #include "preferences/QRMSettingValue.h"
+#include "threads/StartThread.h"
 #include "ui/preferences/ButtonImages.h"
 #include "ui/preferences/QRMPopUpButton.h"
 #include "ui/preferences/QRMTextFieldCell.h"
@@ -437,9 +438,9 @@ void AppsTab::prepareMenuItems() {
         }
     }
     auto candidates = std::make_shared<QList<ApplicationCandidate>>();
-    preparation_ = QThread::create([candidates, running, files,
-                                    runningApplications = sources_.runningApplications,
-                                    locale = sources_.locale] {
+    const auto prepare = [candidates, running, files,
+                          runningApplications = sources_.runningApplications,
+                          locale = sources_.locale] {
         const auto append = [&](const ApplicationCandidate &candidate) {
             const bool listed = std::any_of(
                 candidates->cbegin(), candidates->cend(), [&](const ApplicationCandidate &c) {
@@ -468,7 +469,8 @@ void AppsTab::prepareMenuItems() {
                          [](const ApplicationCandidate &a, const ApplicationCandidate &b) {
                              return byName(a.name, b.name);
                          });
-    });
+    };
+    preparation_ = QThread::create([prepare] { threads::runWithSignalStack(prepare); });
     connect(preparation_, &QThread::finished, this, [this, candidates] {
         preparation_->deleteLater();
         preparation_ = nullptr;

@@ -1,4 +1,4 @@
-#include "EventFiles.h"
+#include "KitTestSupport.h"
 
 #include <zlib.h>
 
@@ -14,31 +14,23 @@ QByteArray readAll(const QString &path) {
 
 QByteArray gunzip(const QByteArray &compressed) {
     z_stream stream{};
-    // 15 + 32: accept a gzip (or zlib) header.
-    if (inflateInit2(&stream, 15 + 32) != Z_OK) {
-        return {};
-    }
+    QByteArray out(1 << 20, '\0');  // far more than any event file holds
     stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(compressed.constData()));
     stream.avail_in = static_cast<uInt>(compressed.size());
-    QByteArray out;
-    char chunk[4096];
-    int status = Z_OK;
-    while (status == Z_OK) {
-        stream.next_out = reinterpret_cast<Bytef *>(chunk);
-        stream.avail_out = sizeof chunk;
-        status = inflate(&stream, Z_NO_FLUSH);
-        out.append(chunk, static_cast<qsizetype>(sizeof chunk - stream.avail_out));
-    }
+    stream.next_out = reinterpret_cast<Bytef *>(out.data());
+    stream.avail_out = static_cast<uInt>(out.size());
+    // 15 + 32: accept a gzip (or zlib) header.
+    const bool whole =
+        inflateInit2(&stream, 15 + 32) == Z_OK && inflate(&stream, Z_FINISH) == Z_STREAM_END;
+    out.resize(whole ? static_cast<qsizetype>(stream.total_out) : 0);
     inflateEnd(&stream);
-    return status == Z_STREAM_END ? out : QByteArray();
+    return out;
 }
 
-QByteArray boundaryOf(const QByteArray &contentType) {
-    const qsizetype at = contentType.indexOf("boundary=");
-    return at < 0 ? QByteArray() : contentType.mid(at + 9);
-}
-
-UnpackedUpload unpack(const QByteArray &body, const QByteArray &boundary) {
+UnpackedUpload unpack(const QByteArray &body, QByteArray boundary) {
+    if (const qsizetype at = boundary.indexOf("boundary="); at >= 0) {
+        boundary = boundary.mid(at + 9);
+    }
     UnpackedUpload upload;
     const QByteArray opening = "--" + boundary + "\r\n";
     const QByteArray closing = "\r\n--" + boundary + "--\r\n";
@@ -49,12 +41,18 @@ UnpackedUpload unpack(const QByteArray &body, const QByteArray &boundary) {
     upload.partHeaders = body.mid(opening.size(), headersEnd - opening.size());
     const QByteArray part =
         body.mid(headersEnd + 4, body.size() - closing.size() - (headersEnd + 4));
-    for (const QByteArray &line : gunzip(part).split('\n')) {
+    upload.lines = lines(gunzip(part));
+    return upload;
+}
+
+QList<QByteArray> lines(const QByteArray &file) {
+    QList<QByteArray> lines;
+    for (const QByteArray &line : file.split('\n')) {
         if (!line.isEmpty()) {
-            upload.lines.append(line + '\n');
+            lines.append(line + '\n');
         }
     }
-    return upload;
+    return lines;
 }
 
 QJsonObject linePayload(const QByteArray &line) {

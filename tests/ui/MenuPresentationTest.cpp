@@ -1,11 +1,19 @@
+// The two presenters of the menu model: the dbusmenu exporter that panels
+// read over the bus, and the QMenu mirror the tray icon and activations pop
+// up. Both show the same model, each with its own escaping.
 #include <QDBusMessage>
 #include <QImage>
+#include <QMenu>
+#include <QScreen>
+#include <QSignalSpy>
 
 #include "BusTestSupport.h"
 #include "MenuShape.h"
+#include "Pixels.h"
 #include "QtPrinters.h"
 #include "app/QRMMenu.h"
 #include "ui/DBusMenuExporter.h"
+#include "ui/MenuMirror.h"
 
 namespace tarnwell {
 namespace {
@@ -29,26 +37,46 @@ QString shapeOf(const QList<DBusMenuLayoutItem> &items) {
     });
 }
 
-class DBusMenuExporterTest : public ::testing::Test {
+QString shapeOf(const QMenu *menu) {
+    return test::menuShape(menu->actions(), [](const QAction *action) {
+        // Qt disables every hidden action; only a shown one tells.
+        return test::ShownEntry{action->text(),
+                                action->isSeparator(),
+                                action->isVisible(),
+                                !action->isVisible() || action->isEnabled(),
+                                !action->icon().isNull(),
+                                false,
+                                action->menu() ? shapeOf(action->menu()) : QString()};
+    });
+}
+
+class MenuModel : public ::testing::Test {
 protected:
     void SetUp() override {
-        registerDBusTypes();
-        clean = menu.addItem(QStringLiteral("Clean_now"));
-        menu.addSeparator();
-        free = menu.addItem(QStringLiteral("Free"));
-        QImage legend(16, 16, QImage::Format_ARGB32);
-        legend.fill(Qt::green);
-        free->setImage(legend);
-        wired = menu.addItem(QStringLiteral("Wired"));
+        clean = model.addItem(QStringLiteral("Clean_now"));
+        model.addSeparator();
+        free = model.addItem(QStringLiteral("Free & easy"));
+        free->setImage(test::filled(Qt::green, {16, 16}));
+        wired = model.addItem(QStringLiteral("Wired"));
         wired->setEnabled(false);
-        swap = menu.addItem(QStringLiteral("Swap"));
+        swap = model.addItem(QStringLiteral("Swap"));
         swap->setSubmenu(new QRMMenu);
         swapUsed = swap->submenu()->addItem(QStringLiteral("Used"));
         swap->submenu()->addItem(QStringLiteral("Total"));
-        menu.addItem(QStringLiteral("Hidden"))->setVisible(false);
+        model.addItem(QStringLiteral("Hidden"))->setVisible(false);
+    }
 
+    QRMMenu model;
+    QRMMenuItem *clean, *free, *wired, *swap, *swapUsed;
+};
+
+class DBusMenuExporterTest : public MenuModel {
+protected:
+    void SetUp() override {
+        MenuModel::SetUp();
+        registerDBusTypes();
         exporter = std::make_unique<DBusMenuExporter>(QDBusConnection::sessionBus(), kPath);
-        exporter->setMenu(&menu);
+        exporter->setMenu(&model);
         recorder.listen(
             host, service, kPath, kInterface,
             {QStringLiteral("LayoutUpdated"), QStringLiteral("ItemsPropertiesUpdated")});
@@ -82,8 +110,6 @@ protected:
         return id;
     }
 
-    QRMMenu menu;
-    QRMMenuItem *clean, *free, *wired, *swap, *swapUsed;
     std::unique_ptr<DBusMenuExporter> exporter;
     // A connection of its own, with its own unique name, as a panel has.
     QDBusConnection host =
@@ -101,11 +127,11 @@ TEST_F(DBusMenuExporterTest, ReadsAnswerTheAskedPartOrAnError) {
         QStringList propertyNames;
         const char *shape;
     } cases[] = {
-        {nullptr, -1, {}, "Clean__now, ---, Free*, !Wired, Swap>(Used, Total), ~Hidden"},
+        {nullptr, -1, {}, "Clean__now, ---, Free & easy*, !Wired, Swap>(Used, Total), ~Hidden"},
         {nullptr, 0, {}, ""},
-        {nullptr, 1, {}, "Clean__now, ---, Free*, !Wired, Swap>, ~Hidden"},
+        {nullptr, 1, {}, "Clean__now, ---, Free & easy*, !Wired, Swap>, ~Hidden"},
         {"Swap", -1, {}, "Used, Total"},
-        {nullptr, -1, {"label"}, "Clean__now, ?, Free, Wired, Swap(Used, Total), Hidden"},
+        {nullptr, -1, {"label"}, "Clean__now, ?, Free & easy, Wired, Swap(Used, Total), Hidden"},
         {nullptr, 1, {"no-such"}, "?, ?, ?, ?, ?, ?"},
     };
     for (const auto &c : cases) {
@@ -162,10 +188,10 @@ TEST_F(DBusMenuExporterTest, ClicksAndOpeningsReachTheModel) {
     EXPECT_EQ(swapShown.count(), 1);
 }
 
-TEST_F(DBusMenuExporterTest, PropertyChangesOfOneTurnArriveAsOneDiff) {
+TEST_F(DBusMenuExporterTest, ChangesOfOneTurnArriveAsOneDiffOrOneLayoutUpdate) {
     const uint revision = getLayout(0, 0).first;
     const int cleanId = idOf(QStringLiteral("Clean__now"));
-    const int freeId = idOf(QStringLiteral("Free"));
+    const int freeId = idOf(QStringLiteral("Free & easy"));
     const int wiredId = idOf(QStringLiteral("Wired"));
 
     clean->setTitle(QStringLiteral("Cleaning..."));
@@ -188,10 +214,9 @@ TEST_F(DBusMenuExporterTest, PropertyChangesOfOneTurnArriveAsOneDiff) {
     EXPECT_EQ(removedById, (QMap<int, QStringList>{{freeId, {QStringLiteral("icon-data")}},
                                                    {wiredId, {QStringLiteral("enabled")}}}));
     EXPECT_EQ(getLayout(0, 0).first, revision) << "a retitle is no layout change";
-}
 
-TEST_F(DBusMenuExporterTest, StructureChangesAnnounceTheirParentWithANewRevision) {
-    const uint revision = getLayout(0, 0).first;
+    // A structure change announces its parent with a new revision.
+    recorder.received.clear();
     const int swapId = idOf(QStringLiteral("Swap"));
     swap->submenu()->addItem(QStringLiteral("Free swap"));
     recorder.waitFor(QStringLiteral("LayoutUpdated"));
@@ -204,8 +229,8 @@ TEST_F(DBusMenuExporterTest, StructureChangesAnnounceTheirParentWithANewRevision
     // A rebuilt menu is one announcement of the root, with fresh ids.
     const int oldMaximum = idOf(QStringLiteral("Free swap"));
     recorder.received.clear();
-    menu.removeAllItems();
-    menu.addItem(QStringLiteral("Clean_now"));
+    model.removeAllItems();
+    model.addItem(QStringLiteral("Clean_now"));
     recorder.waitFor(QStringLiteral("LayoutUpdated"));
     ASSERT_EQ(recorder.received.size(), 1) << "one announcement per turn";
     EXPECT_EQ(recorder.received[0].arguments().at(1).toInt(), 0);
@@ -214,6 +239,87 @@ TEST_F(DBusMenuExporterTest, StructureChangesAnnounceTheirParentWithANewRevision
     EXPECT_GT(root.children[0].id, oldMaximum);
     EXPECT_EQ(call(QStringLiteral("GetProperty"), {oldMaximum, QStringLiteral("label")}).type(),
               QDBusMessage::ErrorMessage);
+}
+
+class MenuMirrorTest : public MenuModel {
+protected:
+    void SetUp() override {
+        MenuModel::SetUp();
+        mirror.setMenu(&model);
+    }
+
+    MenuMirror mirror;
+};
+
+TEST_F(MenuMirrorTest, ItemChangesUpdateTheSameActionsAndStructureChangesRebuild) {
+    EXPECT_EQ(shapeOf(mirror.menu()),
+              QStringLiteral("Clean_now, ---, Free && easy*, !Wired, Swap(Used, Total), ~Hidden"));
+    const QList<QAction *> before = mirror.menu()->actions();
+    QSignalSpy triggered(swapUsed, &QRMMenuItem::triggered);
+    before.at(4)->menu()->actions().at(0)->trigger();
+    EXPECT_TRUE(triggered.wait(10000)) << "picking an action did not trigger its item";
+
+    clean->setTitle(QStringLiteral("Cleaning..."));
+    clean->setEnabled(false);
+    free->setImage({});
+    swapUsed->setVisible(false);
+    EXPECT_EQ(
+        shapeOf(mirror.menu()),
+        QStringLiteral("!Cleaning..., ---, Free && easy, !Wired, Swap(~Used, Total), ~Hidden"));
+    EXPECT_EQ(mirror.menu()->actions(), before);
+
+    // Structure changes rebuild their menu; a new submenu on the next turn.
+    swap->submenu()->addItem(QStringLiteral("Free swap"));
+    auto *more = new QRMMenu;
+    more->addItem(QStringLiteral("Page size"));
+    clean->setSubmenu(more);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(
+        shapeOf(mirror.menu()),
+        QStringLiteral("!Cleaning...(Page size), ---, Free && easy, !Wired, Swap(~Used, Total, "
+                       "Free swap), ~Hidden"));
+    model.removeAllItems();
+    model.addItem(QStringLiteral("Quit"));
+    EXPECT_EQ(shapeOf(mirror.menu()), QStringLiteral("Quit"));
+}
+
+TEST_F(MenuMirrorTest, OpeningAMenuLetsTheModelItFollowsRefreshFirst) {
+    QObject::connect(&model, &QRMMenu::aboutToShow, clean,
+                     [this] { clean->setTitle(QStringLiteral("Clean now")); });
+    mirror.menu()->popup({0, 0});
+    EXPECT_EQ(mirror.menu()->actions().at(0)->text(), QStringLiteral("Clean now"));
+    mirror.menu()->hide();
+
+    QRMMenu other;
+    other.addItem(QStringLiteral("Other"));
+    mirror.setMenu(&other);
+    QSignalSpy oldShown(&model, &QRMMenu::aboutToShow);
+    model.addItem(QStringLiteral("Late"));
+    mirror.menu()->popup({0, 0});
+    EXPECT_EQ(shapeOf(mirror.menu()), QStringLiteral("Other"));
+    EXPECT_EQ(oldShown.count(), 0);
+    mirror.menu()->hide();
+}
+
+// A QMenu taller than the screen used to open a second column holding "Quit"
+// alone.
+TEST(MenuMirrorHeight, ALongMenuScrollsInOneColumn) {
+    QRMMenu model;
+    for (int i = 0; i < 80; ++i) {
+        model.addItem(QStringLiteral("Figure %1").arg(i));
+    }
+    QRMMenuItem *quit = model.addItem(QStringLiteral("Quit"));
+    MenuMirror mirror;
+    mirror.setMenu(&model);
+    QMenu *menu = mirror.menu();
+    menu->ensurePolished();
+    const QList<QAction *> actions = menu->actions();
+    ASSERT_EQ(actions.last()->text(), quit->title());
+    EXPECT_EQ(menu->actionGeometry(actions.last()).left(),
+              menu->actionGeometry(actions.first()).left());
+    menu->popup(QPoint(0, 0));
+    EXPECT_LE(menu->height(), menu->screen()->availableGeometry().height());
+    menu->hide();
 }
 
 }  // namespace

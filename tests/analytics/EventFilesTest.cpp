@@ -1,18 +1,14 @@
-// The events kit's folders as someone else may have filled them: only what the
-// kit wrote itself is ever sent, and nothing found there is changed or hangs it.
 #include <gtest/gtest.h>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QSemaphore>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
-#include "CaseName.h"
-#include "EventFiles.h"
+#include "KitTestSupport.h"
 #include "TestHttpServer.h"
+#include "analytics/EVTConfiguration.h"
 #include "analytics/EVTEvent.h"
 #include "analytics/EVTEventsController.h"
 #include "analytics/EVTFilePackager.h"
@@ -26,6 +22,59 @@ namespace tarnwell {
 namespace {
 
 using namespace tarnwell::testing;
+
+class EventFile : public ::testing::Test {
+protected:
+    QString path(const QString &name) const { return QDir(dir.path()).filePath(name); }
+
+    QTemporaryDir dir;
+    EVTMetadata metadata = EVTMetadata::current(EVTConfiguration{});
+};
+
+TEST_F(EventFile, WrittenCompressedAndPackagedFileGivesBackTheSameLines) {
+    // Names as the kit makes them: it takes no other files.
+    const QString kLog = "5F0E1D2C-3B4A-4958-8776-A5B4C3D2E1F0.log";
+    const QString kCompressed = "5F0E1D2C-3B4A-4958-8776-A5B4C3D2E1F0.gz";
+    const QString kBoundary = "Boundary-00112233445566778899aabbccddeeff";
+    for (const char *name : {"first", "second"}) {
+        ASSERT_TRUE(EVTWriteEventOperation(path(kLog), EVTEvent::custom(name, {}), metadata).run());
+    }
+    // Only a new file starts with the metadata line.
+    const QByteArray written = test::readAll(path(kLog));
+    EXPECT_EQ(test::lineNames(test::lines(written)),
+              QStringList({"metadata", "custom first", "custom second"}));
+    EXPECT_EQ(QFile::permissions(path(kLog)) & 0x7777, 0x6644);  // 0644 in Qt's flags
+
+    const std::optional<QString> compressed = EVTFilePackager::compress(path(kLog));
+    ASSERT_EQ(compressed, path(kCompressed));
+    EXPECT_FALSE(QFile::exists(path(kLog)));
+    // A gzip stream (the reader here also takes a bare zlib one).
+    EXPECT_TRUE(test::readAll(*compressed).startsWith("\x1f\x8b"));
+    EXPECT_EQ(test::gunzip(test::readAll(*compressed)), written);
+
+    const std::optional<QString> packaged = EVTFilePackager::package(*compressed, kBoundary);
+    ASSERT_EQ(packaged, path(kBoundary + ".multipartmime"));
+    EXPECT_FALSE(QFile::exists(*compressed));
+    EXPECT_EQ(EVTFilePackager::contentTypeForPackagedFile(*packaged),
+              "multipart/form-data; boundary=" + kBoundary.toLatin1());
+    const test::UnpackedUpload upload =
+        test::unpack(test::readAll(*packaged), kBoundary.toLatin1());
+    EXPECT_TRUE(upload.partHeaders.contains("filename=\"" + kCompressed.toLatin1() + "\""));
+    EXPECT_EQ(upload.lines.join(), written);
+}
+
+TEST_F(EventFile, UnwritableOrMissingPathsAreFailuresNotCrashes) {
+    test::MessageCapture messages;
+    ASSERT_TRUE(QDir().mkpath(path("B.log")));
+    EXPECT_FALSE(EVTWriteEventOperation(path("B.log"), EVTEvent(), metadata).run());
+    EXPECT_FALSE(EVTWriteEventOperation(path("missing/C.log"), EVTEvent(), metadata).run());
+    EXPECT_FALSE(EVTFilePackager::compress(path("E.log")));
+    EXPECT_FALSE(EVTFilePackager::package(path("E.gz"), "Boundary-Y"));
+    EXPECT_EQ(messages.count("Error: attempting to package nonexistent file: " + path("E.gz")), 1);
+}
+
+// The events kit's folders as someone else may have filled them: only what the kit wrote
+// itself is ever sent, and nothing found there is changed or hangs it.
 
 // A file of each kind as the kit writes it, by name.
 QMap<QString, QByteArray> kitFiles(const QString &staging) {
@@ -70,8 +119,7 @@ TEST_P(HostileEventFiles, AreNeitherSentNorTouched) {
     configuration.apiKey = "key";
     auto kit = std::make_unique<EVTEventsController>(configuration);
     QSignalSpy finished(kit.get(), &EVTEventsController::uploadFinished);
-    // This run's own file is sent (with whatever the kit finds its own); the test
-    // waits for it.
+    // Waits for this run's own file, sent with whatever the kit takes for its own.
     kit->enqueueEvent(EVTEvent::lifecycle(EVTLifecycle::DidBecomeActive));
     QByteArray sent;  // every event line the server got, and every body
     while (!sent.contains("app_became_active")) {
@@ -79,7 +127,7 @@ TEST_P(HostileEventFiles, AreNeitherSentNorTouched) {
         sent.clear();
         for (const test::ReceivedRequest &request : server.requests()) {
             const test::UnpackedUpload upload =
-                test::unpack(request.body, test::boundaryOf(request.headers.value("content-type")));
+                test::unpack(request.body, request.headers.value("content-type"));
             ASSERT_FALSE(upload.lines.isEmpty()) << "not an event file: " << request.body.data();
             EXPECT_LE(test::linePayload(upload.lines.first())["install_id"].toString().size(), 64);
             sent += upload.lines.join() + request.body;
@@ -101,34 +149,19 @@ TEST_P(HostileEventFiles, AreNeitherSentNorTouched) {
 INSTANTIATE_TEST_SUITE_P(Entries, HostileEventFiles, ::testing::ValuesIn(kHostileEntries),
                          hostileCaseName);
 
-struct IntervalCase {
-    const char *name;
-    const char *key;
-    double stored;
-    double inUse;
-};
-
-class KitIntervals : public ::testing::TestWithParam<IntervalCase> {};
-
 // 0 or less: no flush timer. A timer takes milliseconds as an int: 2147483 s at most.
-TEST_P(KitIntervals, StayWithinWhatATimerHolds) {
-    const IntervalCase &c = GetParam();
-    const EVTSettings settings(QJsonObject{{"analytics", QJsonObject{{c.key, c.stored}}}}, QUrl());
-    const double inUse = QString(c.key) == "flush_interval_secs" ? settings.flushInterval()
-                                                                 : settings.defaultUploadTimeout();
-    EXPECT_EQ(inUse, c.inUse);
+TEST(KitIntervals, StayWithinWhatATimerHolds) {
+    const auto stored = [](const char *key, double seconds) {
+        return EVTSettings(QJsonObject{{"analytics", QJsonObject{{key, seconds}}}}, QUrl());
+    };
+    for (const auto &[seconds, inUse] :
+         {std::pair{0.0, 0.0}, {-1.0, 0.0}, {0.0001, 1.0}, {1e300, 2147483.0}}) {
+        EXPECT_EQ(stored("flush_interval_secs", seconds).flushInterval(), inUse) << seconds;
+    }
+    for (const auto &[seconds, inUse] : {std::pair{0.0, 1.0}, {1e12, 2147483.0}}) {
+        EXPECT_EQ(stored("upload_timeout_secs", seconds).defaultUploadTimeout(), inUse) << seconds;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    BothEdges, KitIntervals,
-    ::testing::Values(IntervalCase{"FlushOff", "flush_interval_secs", 0, 0},
-                      IntervalCase{"FlushNegative", "flush_interval_secs", -1, 0},
-                      IntervalCase{"FlushSpinning", "flush_interval_secs", 0.0001, 1},
-                      IntervalCase{"FlushLongest", "flush_interval_secs", 2147483, 2147483},
-                      IntervalCase{"FlushBeyondATimer", "flush_interval_secs", 1e300, 2147483},
-                      IntervalCase{"UploadNoTimeout", "upload_timeout_secs", 0, 1},
-                      IntervalCase{"UploadBeyondATimer", "upload_timeout_secs", 1e12, 2147483}),
-    tarnwell::test::caseName);
 
 TEST(EventsWorker, QuittingDoesNotWaitForAStuckTask) {
     auto gate = std::make_shared<QSemaphore>();
