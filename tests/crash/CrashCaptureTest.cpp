@@ -4,25 +4,18 @@
 #include "crash/SignalCapture.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <barrier>
 #include <climits>
-#include <cstdlib>
 #include <exception>
-#include <functional>
 #include <memory>
 #include <regex>
 #include <sstream>
 #include <stdexcept>
-#include <string>
 #include <thread>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 #include <QCoreApplication>
 
@@ -42,6 +35,27 @@ namespace tarnwell::crash {
 namespace {
 
 using namespace testing;
+
+// Runs `body` in a child with crash reporting started and its reports under `reports`
+// (no image watcher, no foreign-handler check; exit status 99 if it cannot start).
+// `beforeCapture` installs what must already be in place when reporting starts.
+ChildEnd runCapturedInChild(const std::string &reports, const std::function<void()> &body,
+                            const std::function<void()> &beforeCapture = {}) {
+    return runInChild([&] {
+        if (beforeCapture) {
+            beforeCapture();
+        }
+        CrashReportingOptions options;
+        options.reportsDirectory = reports;
+        options.metadata.bundleIdentifier = "app.tarnwell.Tests";
+        options.checkForeignHandlers = false;
+        options.watchImages = false;
+        if (!startCrashReporting(options)) {
+            _exit(99);
+        }
+        body();
+    });
+}
 
 void crashAs(const char *way) {
     crashDeliberately(*parseDeliberateCrash(way));

@@ -2,29 +2,21 @@
 // metadata written when it starts, and the reports folder.
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <climits>
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <memory>
 #include <optional>
 #include <regex>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "CrashTestSupport.h"
 #include "crash/BinaryImageLog.h"
 #include "crash/CrashLog.h"
 #include "crash/CrashReportReader.h"
 #include "crash/ImageTable.h"
-#include "crash/RecordParser.h"
 #include "crash/RecordWriter.h"
 #include "crash/ReportMetadata.h"
 #include "crash/ReportStore.h"
@@ -36,6 +28,17 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace testing;
+
+// What `body` writes to the crash log.
+std::string crashLogOutput(const std::function<void()> &body) {
+    FILE *log = tmpfile();
+    setCrashLogDescriptor(fileno(log));
+    body();
+    setCrashLogDescriptor(-1);
+    const std::string text = readText("/proc/self/fd/" + std::to_string(fileno(log)));
+    fclose(log);
+    return text;
+}
 
 TEST(SafeFormatTest, DirectivesAndTruncation) {
     char out[128];
