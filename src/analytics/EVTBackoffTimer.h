@@ -38,8 +38,6 @@ public:
 
     static bool jitterCoefficientIsValid(double jitterCoefficient);
 
-    double initialValue() const { return initialValue_; }
-    double jitterCoefficient() const { return jitterCoefficient_; }
     uint64_t retryCount() const { return retryCount_; }
 
     // Counts one more retry and runs the block after the delay for it.

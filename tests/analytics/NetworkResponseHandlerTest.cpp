@@ -131,9 +131,10 @@ TEST(TransportErrors, OnlyPermanentConditionsAreNotRetried) {
           QNetworkReply::TooManyRedirectsError}) {
         EXPECT_FALSE(R::retryableURLError(R::urlErrorFromNetworkError(error, {}))) << error;
     }
-    // Offline, the name lookup or the connection fails: that must stay worth retrying.
+    // Offline or on a flaky network: that must stay worth retrying.
     for (const auto error :
-         {QNetworkReply::HostNotFoundError, QNetworkReply::ConnectionRefusedError}) {
+         {QNetworkReply::HostNotFoundError, QNetworkReply::ConnectionRefusedError,
+          QNetworkReply::TemporaryNetworkFailureError, QNetworkReply::TimeoutError}) {
         EXPECT_TRUE(R::retryableURLError(R::urlErrorFromNetworkError(error, {}))) << error;
     }
 }

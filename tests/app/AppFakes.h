@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <map>
-#include <mutex>
 #include <vector>
 
 #include <QCoreApplication>
@@ -15,6 +14,7 @@
 #include "app/ApplicationEventSource.h"
 #include "app/MemoryEngine.h"
 #include "app/QRMAppDelegate.h"
+#include "app/QRMMenu.h"
 #include "app/StatusItemView.h"
 #include "app/UpdateChecks.h"
 #include "app/UrlOpener.h"
@@ -44,12 +44,10 @@ inline QRMStatisticsRecord recordWith(uint64_t freeBytes, uint64_t inactiveBytes
 // test says so. refresh() publishes the pending record, as a real sample would.
 class FakeEngine : public MemoryEngine {
 public:
-    QRMStatisticsRecord current;
-    QRMStatisticsRecord nextSample;
+    QRMStatisticsRecord current, nextSample;
     std::string problem;
     std::optional<CleaningRefusal> refusal;
-    int refreshes = 0;
-    int cleaningRequests = 0;
+    int refreshes = 0, cleaningRequests = 0;
 
     void refresh() override {
         ++refreshes;
@@ -79,22 +77,11 @@ public:
 };
 
 struct FakeSettings : AppSettings {
-    int64_t textType = 2;
-    bool textWithInfo = false;
-    int64_t iconType = 3;
-    double refresh = 5;
-    double everyTime = 10;
-    bool everyTimeChecked = false;
-    bool freeChecked = false;
-    int64_t freeThreshold = 0;
-    bool inactiveChecked = false;
-    int64_t inactiveThreshold = 0;
-    bool notifications = true;
-    uint64_t last = 0;
-    uint64_t max = 0;
-    uint64_t total = 0;
-    int64_t digit = 0;
-    bool welcomeShown = false;
+    int64_t textType = 2, iconType = 3, freeThreshold = 0, inactiveThreshold = 0, digit = 0;
+    bool textWithInfo = false, everyTimeChecked = false, freeChecked = false;
+    bool inactiveChecked = false, notifications = true, welcomeShown = false;
+    double refresh = 5, everyTime = 10;
+    uint64_t last = 0, max = 0, total = 0;
     QString build;
     QList<QVariantMap> monitored;
 
@@ -152,13 +139,16 @@ struct FakeNotifier : UserNotifier {
 
 struct FakeUsageEvents : UsageEvents {
     std::atomic<int> firstRuns{0}, runs{0}, cleanings{0};
+    std::vector<QStringList> contentViews;
+    QString activity;  // "A" became active, "I" resigned, in order
     void firstRun() override { ++firstRuns; }
     void run() override { ++runs; }
     void memoryCleaned() override { ++cleanings; }
-    std::vector<QStringList> contentViews;
     void contentViewWithName(const QString &name, const QString &type, const QString &id) override {
         contentViews.push_back({name, type, id});
     }
+    void becameActive() override { activity += u'A'; }
+    void resignedActive() override { activity += u'I'; }
 };
 
 struct FakeUrlOpener : UrlOpener {
@@ -235,20 +225,10 @@ struct ControllerRig {
     // their own, as in the program.
     std::unique_ptr<QRMAppDelegate> start(MemoryEngine *otherEngine = nullptr) {
         QRMAppDelegate::BackgroundRunner inline_ = [](std::function<void()> task) { task(); };
-        auto delegate = std::make_unique<QRMAppDelegate>(
-            QRMAppDelegate::Services{otherEngine ? *otherEngine : engine,
-                                     settings,
-                                     localized,
-                                     urlOpener,
-                                     &statusItem,
-                                     &notifier,
-                                     otherEngine ? QRMAppDelegate::BackgroundRunner() : inline_,
-                                     &usageEvents,
-                                     &updater,
-                                     nullptr,
-                                     {},
-                                     &applicationEvents,
-                                     {}});
+        auto delegate = std::make_unique<QRMAppDelegate>(QRMAppDelegate::Services{
+            otherEngine ? *otherEngine : engine, settings, localized, urlOpener, &statusItem,
+            &notifier, otherEngine ? QRMAppDelegate::BackgroundRunner() : inline_, &usageEvents,
+            &updater, nullptr, QString(), &applicationEvents});
         delegate->awakeFromNib();
         return delegate;
     }

@@ -7,16 +7,19 @@
 #include "AppFakes.h"
 #include "BuildInfo.h"
 #include "CaseName.h"
+#include "app/ApplicationActivity.h"
 #include "memory/FakeMemorySource.h"
 #include "memory/QRMMemoryInfo.h"
 
 namespace tarnwell::testing {
 namespace {
 
+constexpr uint64_t M = kMiB;
+
 class CleaningController : public ::testing::Test {
 protected:
     void SetUp() override {
-        rig.engine.nextSample = recordWith(1000 * kMiB);
+        rig.engine.nextSample = recordWith(1000 * M);
         delegate = rig.start();
         delegate->applicationDidFinishLaunching();
     }
@@ -29,10 +32,6 @@ protected:
         ASSERT_TRUE(changed.wait());
     }
 
-    // Lets queued hand-backs run until the controller is idle again.
-    void waitForIdle() { ASSERT_TRUE(waitUntilIdle(*delegate)); }
-
-    // The command and the refresh are back as before the cleaning.
     void expectIdle() {
         EXPECT_FALSE(delegate->memoryCleaningInProgress());
         EXPECT_TRUE(cleanItem()->isEnabled());
@@ -64,7 +63,7 @@ TEST_F(CleaningController, BusyCleaningStopsTheRefreshAndDropsRequests) {
 
 // Each row cleans once from the stored statistics last 7 B, max 9 MiB and a
 // total of 1 Mi in the row's unit; the title is also the notification's text.
-struct OutcomeCase {
+struct Outcome {
     const char *name;
     uint64_t freeBeforeMiB, freeAfterMiB;
     bool notifications;
@@ -73,19 +72,18 @@ struct OutcomeCase {
     const char *title;
 };
 
-class CleaningOutcome : public CleaningController,
-                        public ::testing::WithParamInterface<OutcomeCase> {};
+class CleaningOutcome : public CleaningController, public ::testing::WithParamInterface<Outcome> {};
 
 TEST_P(CleaningOutcome, IsRecordedAndAnnounced) {
-    const OutcomeCase &c = GetParam();
+    const Outcome &c = GetParam();
     rig.settings.notifications = c.notifications;
     rig.settings.last = 7;
-    rig.settings.max = 9 * kMiB;
-    rig.settings.total = kMiB;
+    rig.settings.max = 9 * M;
+    rig.settings.total = M;
     rig.settings.digit = c.totalDigit;
-    rig.engine.current = recordWith(c.freeBeforeMiB * kMiB);
+    rig.engine.current = recordWith(c.freeBeforeMiB * M);
     delegate->cleanMemoryNow();
-    finishCleaning(recordWith(c.freeAfterMiB * kMiB));
+    finishCleaning(recordWith(c.freeAfterMiB * M));
 
     EXPECT_EQ(rig.statusItem.titles.back(), QString::fromUtf8(c.title));
     EXPECT_EQ(rig.settings.last, c.last);
@@ -98,24 +96,19 @@ TEST_P(CleaningOutcome, IsRecordedAndAnnounced) {
     EXPECT_EQ(rig.usageEvents.cleanings, 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cleanings, CleaningOutcome,
-    ::testing::Values(
-        OutcomeCase{"NewMaximum", 1000, 1512, true, 0, 512 * kMiB, 512 * kMiB, 513 * kMiB,
-                    "512.00 MB cleaned"},
-        OutcomeCase{"SmallerKeepsTheMaximum", 1000, 1005, true, 0, 5 * kMiB, 9 * kMiB, 6 * kMiB,
-                    "5.00 MB cleaned"},
-        OutcomeCase{"NotificationsOff", 1000, 2000, false, 0, 1000 * kMiB, 1000 * kMiB, 1001 * kMiB,
-                    "0.98 GB cleaned"},
-        OutcomeCase{"NothingFreed", 1000, 1000, true, 0, 0, 9 * kMiB, kMiB, "Nothing to clean"},
-        OutcomeCase{"LessFreeAfter", 1000, 900, true, 0, 0, 9 * kMiB, kMiB, "Nothing to clean"},
-        // The total keeps its stored unit: 1 MiB freed is 1024 KiB more.
-        OutcomeCase{"TotalInKiB", 1000, 1001, true, 1, kMiB, 9 * kMiB, kMiB + 1024,
-                    "1.00 MB cleaned"},
-        // Nothing free to measure from: no result, and the title back to the
-        // figure.
-        OutcomeCase{"NothingFreeBefore", 0, 500, true, 0, 7, 9 * kMiB, kMiB, "500.00 MB"}),
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Cleanings, CleaningOutcome, ::testing::Values(
+    Outcome{"NewMaximum", 1000, 1512, true, 0, 512 * M, 512 * M, 513 * M, "512.00 MB cleaned"},
+    Outcome{"SmallerKeepsMaximum", 1000, 1005, true, 0, 5 * M, 9 * M, 6 * M, "5.00 MB cleaned"},
+    Outcome{"Unannounced", 1000, 2000, false, 0, 1000 * M, 1000 * M, 1001 * M, "0.98 GB cleaned"},
+    Outcome{"NothingFreed", 1000, 1000, true, 0, 0, 9 * M, M, "Nothing to clean"},
+    Outcome{"LessFreeAfter", 1000, 900, true, 0, 0, 9 * M, M, "Nothing to clean"},
+    // The total keeps its stored unit: 1 MiB freed is 1024 KiB more.
+    Outcome{"TotalInKiB", 1000, 1001, true, 1, M, 9 * M, M + 1024, "1.00 MB cleaned"},
+    // Nothing free to measure from: no result, and the title back to the figure.
+    Outcome{"NothingFreeBefore", 0, 500, true, 0, 7, 9 * M, M, "500.00 MB"}),
     test::caseName);
+// clang-format on
 
 TEST_F(CleaningController, ChainedThresholdCleaningsCountAsOne) {
     rig.settings.freeChecked = true;
@@ -124,7 +117,7 @@ TEST_F(CleaningController, ChainedThresholdCleaningsCountAsOne) {
 
     // Still below the threshold after the first cleaning: the policy starts
     // the next one straight away, and nothing is recorded yet.
-    finishCleaning(recordWith(1010 * kMiB));
+    finishCleaning(recordWith(1010 * M));
     EXPECT_TRUE(delegate->memoryCleaningInProgress());
     EXPECT_EQ(rig.engine.cleaningRequests, 2);
     EXPECT_EQ(rig.settings.last, 0u);
@@ -132,11 +125,11 @@ TEST_F(CleaningController, ChainedThresholdCleaningsCountAsOne) {
     EXPECT_FALSE(cleanItem()->isEnabled());
     EXPECT_FALSE(delegate->refreshMemoryInfoTimer().isActive());
 
-    finishCleaning(recordWith(3000 * kMiB));
+    finishCleaning(recordWith(3000 * M));
     expectIdle();
     // Measured from the first cleaning's "before".
-    EXPECT_EQ(rig.settings.last, 2000 * kMiB);
-    EXPECT_EQ(rig.settings.total, 2000 * kMiB);
+    EXPECT_EQ(rig.settings.last, 2000 * M);
+    EXPECT_EQ(rig.settings.total, 2000 * M);
     EXPECT_EQ(rig.notifier.sent.size(), 1u);
     EXPECT_EQ(rig.usageEvents.cleanings, 2);
 }
@@ -145,7 +138,7 @@ TEST_F(CleaningController, IconOnlyTitleIsNeverTouched) {
     rig.settings.textType = 0;
     const size_t titles = rig.statusItem.titles.size();
     delegate->cleanMemoryNow();
-    finishCleaning(recordWith(2000 * kMiB));
+    finishCleaning(recordWith(2000 * M));
     // Only the refreshes wrote the (empty) title.
     for (size_t i = titles; i < rig.statusItem.titles.size(); ++i) {
         EXPECT_EQ(rig.statusItem.titles[i], "");
@@ -154,60 +147,41 @@ TEST_F(CleaningController, IconOnlyTitleIsNeverTouched) {
 
 TEST_F(CleaningController, HandBackFromTheCleaningThread) {
     delegate->cleanMemoryNow();
-    rig.engine.nextSample = recordWith(1100 * kMiB);
+    rig.engine.nextSample = recordWith(1100 * M);
     QSignalSpy changed(delegate.get(), &QRMAppDelegate::memoryCleaningInProgressChanged);
     std::thread([this] { rig.engine.announceCleaned(); }).join();
     // Nothing happens on the cleaning thread itself.
     EXPECT_TRUE(delegate->memoryCleaningInProgress());
     ASSERT_TRUE(changed.wait());
     expectIdle();
-    EXPECT_EQ(rig.settings.last, 100 * kMiB);
+    EXPECT_EQ(rig.settings.last, 100 * M);
 }
 
 // Any refusal ends the attempt without a result, whatever free memory does
 // meanwhile: no message, notification or event, the statistics as they were.
 // Only the user is told there was nothing to clean; after an automatic
 // request the title keeps the figure.
-struct DeclineCase {
-    const char *name;
-    CleaningRefusal refusal;
-    bool byUser;
-    const char *title;
-};
-
-class DeclinedCleaning : public CleaningController,
-                         public ::testing::WithParamInterface<DeclineCase> {};
-
-TEST_P(DeclinedCleaning, EndsQuietly) {
-    const DeclineCase &c = GetParam();
+TEST_F(CleaningController, DeclinedCleaningsEndQuietly) {
     rig.settings.last = 7;
     rig.settings.max = 9;
-    rig.engine.refusal = c.refusal;
-    rig.engine.nextSample = recordWith(1300 * kMiB);
-    if (c.byUser) {
-        cleanItem()->trigger();
-    } else {
-        delegate->cleanMemoryNow(CleaningTrigger::Automatic);
-    }
-    waitForIdle();
+    rig.engine.nextSample = recordWith(1300 * M);
+    rig.engine.refusal = CleaningRefusal::NoRoomAboveReserve;
+    cleanItem()->trigger();
+    ASSERT_TRUE(waitUntilIdle(*delegate));
+    EXPECT_EQ(rig.statusItem.titles.back(), "Nothing to clean");
 
+    rig.engine.refusal = CleaningRefusal::NoUsableStatistics;
+    delegate->cleanMemoryNow(CleaningTrigger::Automatic);
+    ASSERT_TRUE(waitUntilIdle(*delegate));
     expectIdle();
-    EXPECT_EQ(rig.statusItem.titles.back(), c.title);
+    EXPECT_EQ(rig.statusItem.titles.back(), "0.98 GB");
     EXPECT_EQ(rig.settings.last, 7u);
     EXPECT_EQ(rig.settings.max, 9u);
     EXPECT_EQ(rig.settings.total, 0u);
     EXPECT_TRUE(rig.notifier.sent.empty());
     EXPECT_EQ(rig.usageEvents.cleanings, 0);
-    EXPECT_EQ(rig.engine.cleaningRequests, 1);
+    EXPECT_EQ(rig.engine.cleaningRequests, 2);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Refusals, DeclinedCleaning,
-    ::testing::Values(DeclineCase{"NoRoomAskedByUser", CleaningRefusal::NoRoomAboveReserve, true,
-                                  "Nothing to clean"},
-                      DeclineCase{"NoStatisticsAskedByPolicy", CleaningRefusal::NoUsableStatistics,
-                                  false, "0.98 GB"}),
-    test::caseName);
 
 TEST_F(CleaningController, DeclinedChainEndsWithItsCompletedCleaning) {
     rig.settings.freeChecked = true;
@@ -216,11 +190,11 @@ TEST_F(CleaningController, DeclinedChainEndsWithItsCompletedCleaning) {
     // Still below the threshold, so the check at the end asks again, and the
     // engine declines: what the first cleaning freed is the chain's result.
     rig.engine.refusal = CleaningRefusal::NoRoomAboveReserve;
-    finishCleaning(recordWith(1010 * kMiB));
-    waitForIdle();
+    finishCleaning(recordWith(1010 * M));
+    ASSERT_TRUE(waitUntilIdle(*delegate));
     expectIdle();
     EXPECT_EQ(rig.engine.cleaningRequests, 2);
-    EXPECT_EQ(rig.settings.last, 10 * kMiB);
+    EXPECT_EQ(rig.settings.last, 10 * M);
     EXPECT_EQ(rig.statusItem.titles.back(), "10.00 MB cleaned");
     EXPECT_EQ(rig.usageEvents.cleanings, 1);
 }
@@ -250,7 +224,6 @@ struct ThresholdCase {
     uint64_t inactiveMiB;
     int expectedCleanings;
     bool atStartUp = false;
-    int64_t freeThresholdMiB = 1024;
     int64_t inactiveThresholdMiB = 1024;
 };
 
@@ -260,13 +233,13 @@ TEST_P(ThresholdPolicy, CleansWhenCrossed) {
     const ThresholdCase &c = GetParam();
     ControllerRig rig;
     rig.settings.freeChecked = c.freeChecked;
-    rig.settings.freeThreshold = c.freeThresholdMiB;
+    rig.settings.freeThreshold = 1024;
     rig.settings.inactiveChecked = c.inactiveChecked;
     rig.settings.inactiveThreshold = c.inactiveThresholdMiB;
     // Half a MiB more must not matter: the comparison is on whole MiB.
     const QRMStatisticsRecord sample =
-        recordWith(c.freeMiB * kMiB + kMiB / 2, c.inactiveMiB * kMiB + kPageSize);
-    rig.engine.nextSample = c.atStartUp ? sample : recordWith(4000 * kMiB);
+        recordWith(c.freeMiB * M + M / 2, c.inactiveMiB * M + kPageSize);
+    rig.engine.nextSample = c.atStartUp ? sample : recordWith(4000 * M);
     auto delegate = rig.start();
     if (!c.atStartUp) {
         ASSERT_EQ(rig.engine.cleaningRequests, 0);
@@ -276,41 +249,40 @@ TEST_P(ThresholdPolicy, CleansWhenCrossed) {
     EXPECT_EQ(rig.engine.cleaningRequests, c.expectedCleanings);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Thresholds, ThresholdPolicy,
-    ::testing::Values(ThresholdCase{"FreeJustBelow", true, 1023, false, 0, 1},
-                      ThresholdCase{"FreeAtThreshold", true, 1024, false, 0, 0},
-                      ThresholdCase{"FreeBelowButOff", false, 10, false, 0, 0},
-                      ThresholdCase{"InactiveAtThreshold", false, 4000, true, 1024, 0},
-                      ThresholdCase{"InactiveJustAbove", false, 4000, true, 1025, 1},
-                      ThresholdCase{"BothMetCleansOnce", true, 10, true, 3000, 1},
-                      ThresholdCase{"FirstSampleAtStartUp", true, 10, false, 0, 1, true},
-                      // Past 4 GiB, where the stored byte figures wrap (to
-                      // 904 MiB here) and would decide the other way.
-                      ThresholdCase{"FreePast4GiBAboveThreshold", true, 5000, false, 0, 0},
-                      ThresholdCase{"InactivePast4GiBAboveThreshold", false, 8000, true, 5000, 1,
-                                    false, 1024, 4096}),
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Thresholds, ThresholdPolicy, ::testing::Values(
+    ThresholdCase{"FreeJustBelow", true, 1023, false, 0, 1},
+    ThresholdCase{"FreeAtThreshold", true, 1024, false, 0, 0},
+    ThresholdCase{"FreeBelowButOff", false, 10, false, 0, 0},
+    ThresholdCase{"InactiveAtThreshold", false, 4000, true, 1024, 0},
+    ThresholdCase{"InactiveJustAbove", false, 4000, true, 1025, 1},
+    ThresholdCase{"BothMetCleansOnce", true, 10, true, 3000, 1},
+    ThresholdCase{"FirstSampleAtStartUp", true, 10, false, 0, 1, true},
+    // Past 4 GiB, where the stored byte figures wrap (to 904 MiB here) and
+    // would decide the other way.
+    ThresholdCase{"FreePast4GiBAboveThreshold", true, 5000, false, 0, 0},
+    ThresholdCase{"InactivePast4GiBAboveThreshold", false, 8000, true, 5000, 1, false, 4096}),
     test::caseName);
+// clang-format on
 
-// The controller over the real engine, whose cleanings run on threads of
-// their own, as in the program. Memory short and the engine declining: one
-// attempt per refresh tick, never a loop from the hand-back, and nothing
-// counted as cleaned.
+struct CountingEngine : QRMMemoryInfoEngine {
+    using QRMMemoryInfoEngine::QRMMemoryInfoEngine;
+    CleaningDecision cleanMemoryNow() override {
+        ++attempts;
+        return QRMMemoryInfoEngine::cleanMemoryNow();
+    }
+    std::atomic<int> attempts{0};
+};
+
+// The real engine's cleanings run on threads of their own, as in the
+// program. Memory short and the engine declining: one attempt per refresh
+// tick, never a loop from the hand-back, and nothing counted as cleaned.
 TEST(RealCleaningThread, DeclinedThresholdCleaningWaitsForTheNextTick) {
-    // Counts what the controller asks of the engine.
-    struct CountingEngine : QRMMemoryInfoEngine {
-        using QRMMemoryInfoEngine::QRMMemoryInfoEngine;
-        CleaningDecision cleanMemoryNow() override {
-            ++attempts;
-            return QRMMemoryInfoEngine::cleanMemoryNow();
-        }
-        std::atomic<int> attempts{0};
-    };
     // 16 MiB free below a 1024 MiB threshold, available memory short of the
     // 256 MiB reserve of a 4 GiB machine.
     auto state = std::make_shared<test::FakeMemorySource::State>();
     state->vmStatistics = test::smallMachine();
-    state->vmStatistics->availableBytes = 100 * kMiB;
+    state->vmStatistics->availableBytes = 100 * M;
     state->hardwarePhysicalMemory = uint64_t(4) << 30;
     QRMMemoryInfo memory(std::make_unique<test::FakeMemorySource>(state));
     CountingEngine engine(memory);
@@ -337,58 +309,136 @@ TEST(RealCleaningThread, DeclinedThresholdCleaningWaitsForTheNextTick) {
     EXPECT_TRUE(delegate->statusMenu().cleanMemoryNow->isEnabled());
 }
 
-struct WelcomeCase {
-    const char *name;
-    bool welcomeShown;
-    const char *storedBuild;
-    bool expectShown;
-};
-
-class WelcomePage : public ::testing::TestWithParam<WelcomeCase> {};
-
-TEST_P(WelcomePage, ShownOnFirstLaunchAndAfterAnUpdate) {
-    const WelcomeCase &c = GetParam();
+// Shown on the first launch and after an update, until the user closes it.
+// The first run turns automatic updates on and checks at once; the menu's
+// command asks for a check that answers.
+TEST(WelcomePage, ShownOnFirstLaunchAndAfterAnUpdate) {
     ControllerRig rig;
-    rig.settings.welcomeShown = c.welcomeShown;
-    rig.settings.build = QString::fromLatin1(c.storedBuild);
-    auto delegate = rig.start();
-    QSignalSpy requested(delegate.get(), &QRMAppDelegate::welcomePageRequested);
-    delegate->applicationDidFinishLaunching();
-    EXPECT_EQ(requested.size(), c.expectShown ? 1 : 0);
+    std::unique_ptr<QRMAppDelegate> delegate;
+    // Starts the program anew; how often it asked for the page.
+    const auto launch = [&] {
+        delegate.reset();
+        delegate = rig.start();
+        QSignalSpy requested(delegate.get(), &QRMAppDelegate::welcomePageRequested);
+        delegate->applicationDidFinishLaunching();
+        delegate->statusMenu().checkForUpdates->trigger();
+        return requested.size();
+    };
+    EXPECT_EQ(launch(), 1);
     // The launch is reported before the build number is stored.
-    EXPECT_EQ(rig.usageEvents.firstRuns, c.storedBuild[0] == 0 ? 1 : 0);
-    EXPECT_EQ(rig.usageEvents.runs, c.storedBuild[0] == 0 ? 0 : 1);
+    EXPECT_EQ(rig.usageEvents.firstRuns, 1);
+    EXPECT_EQ(rig.usageEvents.runs, 0);
     EXPECT_EQ(rig.settings.build, QString::fromLatin1(kBuildNumber));
-    // The first run turns automatic updates on and checks at once; the menu's
-    // command asks for a check that answers.
-    delegate->statusMenu().checkForUpdates->trigger();
-    EXPECT_EQ(rig.updater.calls,
-              c.storedBuild[0] == 0 ? QStringList({"checks 1", "downloads 1", "background", "user"})
-                                    : QStringList({"user"}));
-}
-
-INSTANTIATE_TEST_SUITE_P(Launches, WelcomePage,
-                         ::testing::Values(WelcomeCase{"FirstLaunch", false, "", true},
-                                           WelcomeCase{"SameBuild", true, kBuildNumber, false},
-                                           WelcomeCase{"Updated", true, "0", true}),
-                         test::caseName);
-
-TEST(WelcomeWindow, ClosingItKeepsItAwayUntilTheNextUpdate) {
-    ControllerRig rig;
-    auto first = rig.start();
-    QSignalSpy requested(first.get(), &QRMAppDelegate::welcomePageRequested);
-    first->applicationDidFinishLaunching();
-    ASSERT_EQ(requested.size(), 1);
-    first->welcomeWindowDidLoad();
+    EXPECT_EQ(rig.updater.calls, QStringList({"checks 1", "downloads 1", "background", "user"}));
+    delegate->welcomeWindowDidLoad();
     EXPECT_EQ(rig.usageEvents.contentViews,
               std::vector<QStringList>({{"Welcome", "Window", "welcomeWindow"}}));
-    first->welcomeWindowWillClose();
-    first.reset();
+    delegate->welcomeWindowWillClose();
 
-    auto next = rig.start();
-    QSignalSpy again(next.get(), &QRMAppDelegate::welcomePageRequested);
-    next->applicationDidFinishLaunching();
-    EXPECT_TRUE(again.isEmpty());
+    rig.updater.calls.clear();
+    EXPECT_EQ(launch(), 0);
+    EXPECT_EQ(rig.usageEvents.runs, 1);
+    EXPECT_EQ(rig.updater.calls, QStringList({"user"}));
+    rig.settings.build = "0";
+    EXPECT_EQ(launch(), 1);
+    EXPECT_EQ(rig.usageEvents.firstRuns, 1);
+    EXPECT_EQ(rig.settings.build, QString::fromLatin1(kBuildNumber));
+}
+
+QVariantMap monitored(const QString &id, QVariantMap flags) {
+    flags.insert("name", "Some Application");
+    flags.insert("ID", id);
+    return flags;
+}
+
+struct Match {
+    const char *name;
+    QList<QVariantMap> records;
+    ApplicationEvent event;
+    QString applicationId;
+    int expectedCleanings;
+};
+
+class MatchingRule : public ::testing::TestWithParam<Match> {};
+
+TEST_P(MatchingRule, CleansForTheFirstRecordWithTheFlagOn) {
+    ControllerRig rig;
+    rig.settings.monitored = GetParam().records;
+    const auto delegate = rig.start();
+    delegate->applicationDidFinishLaunching();
+    if (rig.applicationEvents.handler) {
+        rig.applicationEvents.handler(GetParam().event, GetParam().applicationId);
+    }
+    EXPECT_EQ(rig.engine.cleaningRequests, GetParam().expectedCleanings);
+}
+
+using enum ApplicationEvent;
+const QVariantMap kLaunchOn{{"DidLaunch", true}};
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Rows, MatchingRule, ::testing::Values(
+    Match{"FlagOn", {monitored("a.desktop", kLaunchOn)}, DidLaunch, "a.desktop", 1},
+    Match{"EachEventReadsItsOwnFlag",
+          {monitored("a.desktop", {{"DidLaunch", false}, {"DidDeactivate", true}})},
+          DidDeactivate, "a.desktop", 1},
+    Match{"OtherFlagOn", {monitored("a.desktop", {{"DidHide", true}})}, DidUnhide, "a.desktop", 0},
+    Match{"MissingFlagCountsAsOff", {monitored("a.desktop", {{"DidHide", true}})}, DidTerminate,
+          "a.desktop", 0},
+    Match{"TextTrueIsNoFlag", {monitored("a.desktop", {{"DidActivate", "true"}})}, DidActivate,
+          "a.desktop", 0},
+    Match{"IdsAreCaseSensitive", {monitored("A.desktop", kLaunchOn)}, DidLaunch, "a.desktop", 0},
+    Match{"LaterRecordOfTheSameIdStillCounts",
+          {monitored("a.desktop", {{"DidLaunch", false}}), monitored("b.desktop", {}),
+           monitored("a.desktop", kLaunchOn)},
+          DidLaunch, "a.desktop", 1},
+    Match{"NoIdNeverCleans", {monitored("", kLaunchOn)}, DidLaunch, "", 0},
+    Match{"EmptyList", {}, DidLaunch, "a.desktop", 0}),
+    test::caseName);
+// clang-format on
+
+TEST(ApplicationEvents, WatchedOnlyWhileAFlagIsOnAndNewListsTakeEffectAtOnce) {
+    ControllerRig rig;
+    rig.settings.monitored = {monitored("a.desktop", {{"DidLaunch", false}})};
+    const auto delegate = rig.start();
+    delegate->applicationDidFinishLaunching();
+    EXPECT_EQ(rig.applicationEvents.starts, 0);
+
+    rig.settings.monitored = {monitored("a.desktop", {{"DidActivate", true}}),
+                              monitored("b.desktop", {{"DidDeactivate", true}})};
+    delegate->loadPreferences();
+    ASSERT_TRUE(rig.applicationEvents.handler);
+    // One switch from b to a: the second request meets the first cleaning.
+    rig.applicationEvents.handler(ApplicationEvent::DidDeactivate, "b.desktop");
+    rig.applicationEvents.handler(ApplicationEvent::DidActivate, "a.desktop");
+    EXPECT_EQ(rig.engine.cleaningRequests, 1);
+
+    rig.settings.monitored = {};
+    delegate->loadPreferences();
+    EXPECT_FALSE(rig.applicationEvents.handler);
+}
+
+// A tray program is active while its menu is open or one of its windows has
+// the focus; each change of that is reported once ("A" active, "I" inactive).
+// Steps: M/m the menu opens/closes, W/w a window takes/loses the focus.
+TEST(ApplicationActivity, ReportsEachChangeOnce) {
+    // Submenus ask again before they show (MMm); the menu's command opens a
+    // window, which keeps the focus (MWmw).
+    const std::pair<const char *, const char *> rows[] = {
+        {"Mm", "AI"},   {"MMm", "AI"},    {"Ww", "AI"}, {"MWmw", "AI"},
+        {"WMmw", "AI"}, {"MmWw", "AIAI"}, {"mw", ""}};
+    for (const auto &[steps, reported] : rows) {
+        QRMMenu menu;
+        FakeUsageEvents log;
+        ApplicationActivity activity(menu, &log);
+        for (const char *step = steps; *step != '\0'; ++step) {
+            if (*step == 'M' || *step == 'm') {
+                *step == 'M' ? menu.notifyAboutToShow() : menu.notifyClosed();
+            } else {
+                activity.windowFocusChanged(*step == 'W');
+            }
+        }
+        EXPECT_EQ(log.activity, QString::fromLatin1(reported)) << steps;
+    }
 }
 
 }  // namespace

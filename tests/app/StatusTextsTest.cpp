@@ -1,45 +1,51 @@
+// The status item, its icon and the menu's texts, in English and through the
+// real string tables.
+#include <QTemporaryDir>
+#include <cmath>
+#include <optional>
+
 #include <gtest/gtest.h>
 
 #include "AppFakes.h"
 #include "BuildInfo.h"
-#include "app/CleaningStatistics.h"
-
 #include "CaseName.h"
+#include "Pixels.h"
+#include "app/CleaningStatistics.h"
+#include "app/StatusIcons.h"
+#include "localization/QRMLanguageNotifier.h"
+#include "localization/QRMLocalization.h"
+#include "preferences/QRMPreferencesManager.h"
 
 namespace tarnwell::testing {
 namespace {
 
+using namespace StatusIcons;
+
+// Byte lines come from the page counts (22 GiB free); the stored byte figures
+// (here wrapped past 4 GiB, as the record keeps them) are never shown. 97 of
+// 800 pages free is an exact binary tie, which "%.2f" rounds to even. No
+// compressed pages and no inactive per cent: missing figures read as zero.
 QRMStatisticsRecord fullRecord() {
-    QRMStatisticsRecord r;
-    auto u32 = [&](std::string_view key, uint32_t v) {
-        r[std::string(key)] = QRMNumber::fromUInt32(v);
-    };
-    auto u64 = [&](std::string_view key, uint64_t v) {
-        r[std::string(key)] = QRMNumber::fromUInt64(v);
-    };
-    auto f = [&](std::string_view key, float v) { r[std::string(key)] = QRMNumber::fromFloat(v); };
-    // Byte lines come from the page counts; the stored byte figures (here
-    // wrapped past 4 GiB, as the record keeps them) are never shown.
-    u32(keys::freeCount, 5767168);  // 22 GiB
-    u32(keys::freeBytes, 2 * 1024 * kMiB);
-    u32(keys::inactiveCount, 131072);
-    u32(keys::activeCount, 262144);
-    u32(keys::wireCount, 65536);
-    u32(keys::compressorPageCount, 0);
-    u32(keys::usedCount, 327680);
-    u32(keys::totalCount, 6094848);
-    // 97 of 800 pages: an exact binary tie, which "%.2f" rounds to even.
-    f(keys::freePercents, 12.125f);
-    f(keys::usedPercents, 31.25f);
-    u64(keys::xsuTotal, 2048 * kMiB);
-    u64(keys::xsuAvail, 2000 * kMiB);
-    u64(keys::xsuUsed, 48 * kMiB);
-    u32(keys::xsuPageSize, 4096);
-    u32(keys::xsuEncripted, 1);
-    u32(keys::pageSize, 4096);
-    u64(keys::userMemory, 3900 * kMiB);
-    u64(keys::hardwareMemorySize, 4096 * kMiB);
-    return r;
+    const auto u32 = QRMNumber::fromUInt32;
+    const auto u64 = QRMNumber::fromUInt64;
+    // clang-format off
+    const std::pair<std::string_view, QRMNumber> entries[] = {
+        {keys::freeCount, u32(5767168)},       {keys::freeBytes, u32(2 * 1024 * kMiB)},
+        {keys::inactiveCount, u32(131072)},    {keys::activeCount, u32(262144)},
+        {keys::wireCount, u32(65536)},         {keys::usedCount, u32(327680)},
+        {keys::totalCount, u32(6094848)},
+        {keys::freePercents, QRMNumber::fromFloat(12.125f)},
+        {keys::usedPercents, QRMNumber::fromFloat(31.25f)},
+        {keys::xsuTotal, u64(2048 * kMiB)},    {keys::xsuAvail, u64(2000 * kMiB)},
+        {keys::xsuUsed, u64(48 * kMiB)},       {keys::xsuPageSize, u32(4096)},
+        {keys::xsuEncripted, u32(1)},          {keys::pageSize, u32(4096)},
+        {keys::userMemory, u64(3900 * kMiB)},  {keys::hardwareMemorySize, u64(4096 * kMiB)}};
+    // clang-format on
+    QRMStatisticsRecord record;
+    for (const auto &[key, value] : entries) {
+        record[std::string(key)] = value;
+    }
+    return record;
 }
 
 std::vector<QString> titles(const QRMMenu &menu) {
@@ -71,8 +77,10 @@ TEST(StatusMenuTitles, EveryFigureInItsPlace) {
                                     "    1.00 GB Active", "256.00 MB Wire", "    0.00 B Compressed",
                                     "    1.25 GB Used", "  23.25 GB Total"}));
     EXPECT_EQ(menu.percentItems[0]->title(), "Free: 12.12 %");
+    EXPECT_EQ(menu.percentItems[1]->title(), "Inactive: 0.00 %");
     EXPECT_EQ(menu.percentItems[5]->title(), "Used: 31.25 %");
     EXPECT_EQ(menu.pagesItems[0]->title(), "Free: 5767168 Pages");
+    EXPECT_EQ(menu.pagesItems[4]->title(), "Compressed: 0 Pages");
     EXPECT_EQ(menu.pagesItems[6]->title(), "Total: 6094848 Pages");
     ASSERT_NE(menu.swapInfoMenuItem->submenu(), nullptr);
     // The swap item reads a key the record never holds, so it always says NO.
@@ -87,44 +95,21 @@ TEST(StatusMenuTitles, EveryFigureInItsPlace) {
                                     "TotallyCleaned: 1.46 GB"}));
 }
 
-TEST(StatusMenuTitles, MissingValuesReadAsZero) {
-    ControllerRig rig;
-    rig.localized = [](const QString &key) { return key; };
-    auto delegate = rig.start();
-    const QRMStatusMenu &menu = delegate->statusMenu();
-    EXPECT_EQ(menu.bytesItems[0]->title(), "    0.00 B Free");
-    EXPECT_EQ(menu.percentItems[0]->title(), "Free: 0.00 %");
-    EXPECT_EQ(menu.pagesItems[0]->title(), "Free: 0 Pages");
-    EXPECT_EQ(rig.statusItem.titles.back(), "0.00 B");
+// None ignores the label, an unknown type shows only the label; the per cent
+// is a tie, the size past 4 GiB.
+TEST(StatusItemTitle, FollowsTheTextSettings) {
+    const std::tuple<int64_t, bool, const char *> rows[] = {
+        {0, true, ""},          {1, false, "12.12 %"},       {1, true, "Free: 12.12 %"},
+        {2, false, "22.00 GB"}, {2, true, "Free: 22.00 GB"}, {7, true, "Free: "}};
+    for (const auto &[textType, withInfo, expected] : rows) {
+        ControllerRig rig;
+        rig.settings.textType = textType;
+        rig.settings.textWithInfo = withInfo;
+        rig.engine.nextSample = fullRecord();
+        rig.start();
+        EXPECT_EQ(rig.statusItem.titles.back(), QString::fromUtf8(expected)) << textType;
+    }
 }
-
-struct TitleCase {
-    const char *name;
-    int64_t textType;
-    bool withInfo;
-    const char *expected;
-};
-
-class StatusItemTitle : public ::testing::TestWithParam<TitleCase> {};
-
-TEST_P(StatusItemTitle, FollowsTheTextSettings) {
-    const TitleCase &c = GetParam();
-    ControllerRig rig;
-    rig.settings.textType = c.textType;
-    rig.settings.textWithInfo = c.withInfo;
-    rig.engine.nextSample = fullRecord();
-    rig.start();
-    EXPECT_EQ(rig.statusItem.titles.back(), QString::fromUtf8(c.expected));
-}
-
-INSTANTIATE_TEST_SUITE_P(TextTypes, StatusItemTitle,
-                         ::testing::Values(TitleCase{"NoneIgnoresLabel", 0, true, ""},
-                                           TitleCase{"PercentTie", 1, false, "12.12 %"},
-                                           TitleCase{"PercentWithLabel", 1, true, "Free: 12.12 %"},
-                                           TitleCase{"SizePast4GiB", 2, false, "22.00 GB"},
-                                           TitleCase{"SizeWithLabel", 2, true, "Free: 22.00 GB"},
-                                           TitleCase{"UnknownShowsLabelOnly", 7, true, "Free: "}),
-                         test::caseName);
 
 // Not a made-up zero: the reason, naming the file and the key, whatever the
 // text setting (hosts show the title as the tool tip; the console prints it).
@@ -138,48 +123,26 @@ TEST(StatusItemTitle, UnreadableMemoryShowsTheReason) {
     }
 }
 
-bool hasOpaquePixel(const QImage &image) {
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            if (image.pixelColor(x, y).alpha() == 255) {
-                return true;
-            }
-        }
+// Per icon type: a template image or not, its side in pixels, and whether
+// anything is drawn. None and unknown types keep a blank space; with no free
+// memory in the record the black pie chart is a solid disc.
+TEST(StatusItemImage, FollowsTheIconSetting) {
+    const std::tuple<int64_t, bool, int, bool> rows[] = {
+        {0, false, 32, false}, {1, true, 36, true},  {2, false, 36, true},
+        {3, true, 44, true},   {4, false, 44, true}, {9, false, 32, false}};
+    for (const auto &[iconType, isTemplate, pixels, drawn] : rows) {
+        ControllerRig rig;
+        rig.settings.iconType = iconType;
+        rig.start();
+        const QImage &image = rig.statusItem.image;
+        EXPECT_EQ(rig.statusItem.isTemplate, isTemplate) << iconType;
+        EXPECT_EQ(image.devicePixelRatio(), 2.0) << iconType;
+        EXPECT_EQ(image.size(), QSize(pixels, pixels)) << iconType;
+        EXPECT_EQ(test::pixelsWhere(image, [](const QColor &p) { return p.alpha() == 255; }) > 0,
+                  drawn)
+            << iconType;
     }
-    return false;
 }
-
-struct IconCase {
-    const char *name;
-    int64_t iconType;
-    bool isTemplate;
-    int pixels;
-    bool drawn;
-};
-
-class StatusItemImage : public ::testing::TestWithParam<IconCase> {};
-
-// With no free memory in the record the black pie chart is a solid disc.
-TEST_P(StatusItemImage, FollowsTheIconSetting) {
-    const IconCase &c = GetParam();
-    ControllerRig rig;
-    rig.settings.iconType = c.iconType;
-    rig.start();
-    const QImage &image = rig.statusItem.image;
-    EXPECT_EQ(rig.statusItem.isTemplate, c.isTemplate);
-    EXPECT_EQ(image.devicePixelRatio(), 2.0);
-    EXPECT_EQ(image.size(), QSize(c.pixels, c.pixels));
-    EXPECT_EQ(hasOpaquePixel(image), c.drawn);
-}
-
-INSTANTIATE_TEST_SUITE_P(IconTypes, StatusItemImage,
-                         ::testing::Values(IconCase{"NoneKeepsABlankSpace", 0, false, 32, false},
-                                           IconCase{"Static2D", 1, true, 36, true},
-                                           IconCase{"Static3D", 2, false, 36, true},
-                                           IconCase{"PieChartBlack", 3, true, 44, true},
-                                           IconCase{"PieChartColor", 4, false, 44, true},
-                                           IconCase{"UnknownIsBlank", 9, false, 32, false}),
-                         test::caseName);
 
 TEST(StatusItemLegends, ColourLegendsStayAfterSwitchingIcons) {
     ControllerRig rig;
@@ -198,54 +161,105 @@ TEST(StatusItemLegends, ColourLegendsStayAfterSwitchingIcons) {
     EXPECT_FALSE(menu.bytesItems[0]->image().isNull());
 }
 
-struct TotalCase {
-    const char *name;
-    uint64_t count;
-    int64_t digit;
-    const char *expected;
-};
-
-class TotallyCleanedText : public ::testing::TestWithParam<TotalCase> {};
-
-TEST_P(TotallyCleanedText, Formats) {
-    const TotalCase &c = GetParam();
-    EXPECT_EQ(totallyCleanedString({c.count, c.digit}), QString::fromLatin1(c.expected));
+// The pixel at the given angle (degrees, counter-clockwise from the right)
+// and distance (points) from the centre of a kPieChartSize image.
+QColor pixelAt(const QImage &image, double degrees, double distance) {
+    const double radians = degrees * M_PI / 180.0;
+    const double centre = kPieChartSize / 2.0;
+    const double x = (centre + distance * std::cos(radians)) * kDevicePixelRatio;
+    const double y = (centre - distance * std::sin(radians)) * kDevicePixelRatio;
+    return image.pixelColor(int(x), int(y));
 }
 
-INSTANTIATE_TEST_SUITE_P(Totals, TotallyCleanedText,
-                         ::testing::Values(TotalCase{"BelowThreshold", 999, 0, "999.00 B"},
-                                           TotalCase{"TieRoundsToEven", 1152, 0, "1.12 KB"},
-                                           TotalCase{"AtThreshold", 1000, 0, "0.98 KB"},
-                                           TotalCase{"DigitShiftsTheUnit", 5, 3, "5.00 GB"},
-                                           TotalCase{"DigitAboveEightIsBytes", 5, 9, "5.00 B"},
-                                           TotalCase{"ScaledPastYotta", 2000, 8, "1.95 B"},
-                                           TotalCase{"Maximum", UINT64_MAX, 0, "16.00 EB"}),
-                         test::caseName);
-
-struct AdditionCase {
+struct PieCase {
     const char *name;
-    RunningTotal before;
-    uint64_t freed;
-    RunningTotal after;
+    std::optional<double> freePercents;  // the black chart; otherwise the colour one
+    std::array<double, kSegmentCount> percents;
+    // Inside the circle at 15, 45, ... 345 degrees: '.' nothing, 'k' black, a
+    // digit that segment's colour, '?' too near a wedge edge to tell.
+    const char *inside;
 };
 
-class RunningTotalAddition : public ::testing::TestWithParam<AdditionCase> {};
+class PieChart : public ::testing::TestWithParam<PieCase> {};
 
-TEST_P(RunningTotalAddition, ScalesAndOverflows) {
-    const AdditionCase &c = GetParam();
-    EXPECT_EQ(addFreedBytes(c.before, c.freed), c.after);
+// Probed 5 points from the centre, and at 10 outside the radius of 8.
+TEST_P(PieChart, WedgesRunCounterClockwise) {
+    const PieCase &c = GetParam();
+    const QImage image =
+        c.freePercents ? pieChartIconBlack(*c.freePercents) : pieChartIconColor(c.percents);
+    for (int sector = 0; sector < 12; ++sector) {
+        const double degrees = 15 + 30 * sector;
+        const char expected = c.inside[sector];
+        SCOPED_TRACE(::testing::Message() << degrees << " degrees");
+        const QColor inside = pixelAt(image, degrees, 5);
+        if (expected == '.') {
+            EXPECT_EQ(inside.alpha(), 0);
+        } else if (expected != '?') {
+            EXPECT_EQ(inside.alpha(), 255);
+            EXPECT_EQ(inside.rgb(),
+                      (expected == 'k' ? QColor(Qt::black) : segmentColor(expected - '0')).rgb());
+        }
+        EXPECT_EQ(pixelAt(image, degrees, 10).alpha(), 0);
+        // The black chart always outlines the whole circle.
+        if (c.freePercents) {
+            EXPECT_GT(pixelAt(image, degrees, kPieChartRadius).alpha(), 200);
+        }
+    }
 }
 
+// The black chart leaves free memory open from 0 degrees; the colour chart
+// starts at 90 with free, then inactive, active, wired and compressed, and
+// leaves used memory clear. Beyond 100 % wedges paint over the first ones.
 INSTANTIATE_TEST_SUITE_P(
-    Additions, RunningTotalAddition,
-    ::testing::Values(
-        AdditionCase{"Bytes", {10, 0}, 5, {15, 0}},
-        AdditionCase{"ScaledToDigitOne", {3, 1}, 2048, {5, 1}},
-        AdditionCase{"ScaledToDigitTwoRoundsDown", {3, 2}, 2 * kMiB - 1, {4, 2}},
-        AdditionCase{"Overflow", {UINT64_MAX - 1, 0}, 4096, {(UINT64_MAX >> 10) + 4, 1}},
-        AdditionCase{"ExactlyFits", {UINT64_MAX - 4096, 0}, 4096, {UINT64_MAX, 0}},
-        AdditionCase{"OverflowAtDigitOne", {UINT64_MAX, 1}, 1024, {(UINT64_MAX >> 10), 2}}),
+    Charts, PieChart,
+    ::testing::Values(PieCase{"BlackNothingFree", 0, {}, "kkkkkkkkkkkk"},
+                      PieCase{"BlackQuarterFree", 25, {}, "...kkkkkkkkk"},
+                      PieCase{"BlackAllFree", 100, {}, "............"},
+                      PieCase{"BlackOverFull", 150, {}, "............"},
+                      PieCase{"ColourEveryWedge",
+                              std::nullopt,
+                              {25, 25, 50.0 / 3, 50.0 / 3, 25.0 / 3},
+                              "34.000111223"},
+                      PieCase{"ColourNothingFree", std::nullopt, {0, 50, 0, 0, 0}, "...111111..."},
+                      PieCase{"ColourOverFull", std::nullopt, {60, 60, 0, 0, 0}, "11111?000011"},
+                      PieCase{"ColourFullTurn", std::nullopt, {100, 0, 0, 0, 0}, "000000000000"}),
     test::caseName);
+
+TEST(Legend, ColouredCircle) {
+    const QImage image = legendImage(segmentColor(1));
+    EXPECT_EQ(image.size(), QSize(32, 32));
+    // Centre (8, 8) points, radius 5, outlined in black.
+    EXPECT_EQ(image.pixelColor(16, 10).rgb(), segmentColor(1).rgb());
+    EXPECT_EQ(image.pixelColor(10, 22).rgb(), segmentColor(1).rgb());
+    EXPECT_EQ(image.pixelColor(16, 5).rgb(), QColor(Qt::black).rgb());
+    EXPECT_EQ(image.pixelColor(1, 1).alpha(), 0);
+    EXPECT_EQ(blankImage().pixelColor(16, 16).alpha(), 0);
+}
+
+// 1152 B is a tie, rounded to even; a unit past the last one is bytes.
+TEST(RunningTotal, FormatsInItsUnit) {
+    const std::pair<RunningTotal, const char *> rows[] = {
+        {{999, 0}, "999.00 B"},       {{1152, 0}, "1.12 KB"}, {{1000, 0}, "0.98 KB"},
+        {{5, 3}, "5.00 GB"},          {{5, 9}, "5.00 B"},     {{2000, 8}, "1.95 B"},
+        {{UINT64_MAX, 0}, "16.00 EB"}};
+    for (const auto &[total, expected] : rows) {
+        EXPECT_EQ(totallyCleanedString(total), QString::fromLatin1(expected)) << expected;
+    }
+}
+
+// Rounded down into the total's unit; on overflow the unit grows.
+TEST(RunningTotal, AddsInItsUnitAndScalesOnOverflow) {
+    const std::tuple<RunningTotal, uint64_t, RunningTotal> rows[] = {
+        {{10, 0}, 5, {15, 0}},
+        {{3, 1}, 2048, {5, 1}},
+        {{3, 2}, 2 * kMiB - 1, {4, 2}},
+        {{UINT64_MAX - 1, 0}, 4096, {(UINT64_MAX >> 10) + 4, 1}},
+        {{UINT64_MAX - 4096, 0}, 4096, {UINT64_MAX, 0}},
+        {{UINT64_MAX, 1}, 1024, {UINT64_MAX >> 10, 2}}};
+    for (const auto &[before, freed, after] : rows) {
+        EXPECT_EQ(addFreedBytes(before, freed), after) << before.count << " + " << freed;
+    }
+}
 
 // A site page, the product page (whose campaign is the site's address) and a
 // share page (the figure without its space, under the last cleaning's campaign
@@ -263,16 +277,83 @@ TEST(WebLinks, CommandsOpenTheirPages) {
                              "utm_source=app&utm_medium=app.tarnwell.Tarnwell&utm_term=%1"
                              "&utm_content=%2&utm_campaign=")
                              .arg(kMarketingVersion, kBuildNumber);
-    const std::vector<QString> expected{
-        "https://tarnwell.app/support/en/?" + tail + "support",
-        "https://tarnwell.app/en/?" + tail + "https://tarnwell.app",
-        "https://tarnwell.app/en/tweetmaxcleaned/?s=1.12KB&" + tail + "tweetlasttimecleaned",
-    };
-    std::vector<QString> opened;
+    QStringList opened;
     for (const QUrl &url : rig.urlOpener.opened) {
-        opened.push_back(url.toString());
+        opened << url.toString();
     }
-    EXPECT_EQ(opened, expected);
+    EXPECT_EQ(opened, QStringList({"https://tarnwell.app/support/en/?" + tail + "support",
+                                   "https://tarnwell.app/en/?" + tail + "https://tarnwell.app",
+                                   "https://tarnwell.app/en/tweetmaxcleaned/?s=1.12KB&" + tail +
+                                       "tweetlasttimecleaned"}));
+}
+
+class Languages : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(dir.isValid());
+        rig.localized = [this](const QString &key) { return localization.localized(key); };
+        rig.settings.textWithInfo = true;
+        rig.settings.textType = 1;
+    }
+
+    QTemporaryDir dir;
+    QRMPreferencesManager preferences{dir.filePath("settings.ini"),
+                                      [] { return std::optional<uint64_t>(); },
+                                      QUrl("https://example.invalid/feed.xml")};
+    QRMLocalization localization{preferences, QStringLiteral(":/translations"),
+                                 [] { return QStringList{"en-US"}; }};
+    ControllerRig rig;
+};
+
+// The language is switched as `tarnwell settings AppleLanguages ru` does it,
+// from another process, which this one hears of at its next refresh: every
+// title follows then, not only the figures (the commands and submenu titles
+// once stayed in the old language until a restart).
+TEST_F(Languages, EveryTitleAndAddressFollowASwitchAtTheNextRefresh) {
+    preferences.setAppleLanguages(QStringList{"en"});
+    auto delegate = rig.start();
+    preferences.setAppleLanguages(QStringList{"ru-RU"});
+    delegate->refreshMemoryInfo();
+    QRMStatusMenu &menu = delegate->statusMenu();
+
+    // clang-format off
+    const std::pair<QRMMenuItem *, const char *> items[] = {
+        {menu.cleanMemoryNow, "Очистить память"},       {menu.swapInfoMenuItem, "Файл подкачки"},
+        {menu.additionalInfoMenuItem, "Дополнительная информация"},
+        {menu.statiaticsMenuItem, "Статистика"},        {menu.preferences, "Настройки"},
+        {menu.checkForUpdates, "Проверить обновления…"}, {menu.customerSupportPage, "Поддержка"},
+        {menu.learnMorePage, "Подробнее"},              {menu.productPage, "Сайт Tarnwell"},
+        {menu.privacyPage, "Политика конфиденциальности"},
+        {menu.welcomePage, "Добро пожаловать в Tarnwell"}, {menu.quit, "Выйти"}};
+    // clang-format on
+    for (const auto &[item, title] : items) {
+        EXPECT_EQ(item->title(), QString::fromUtf8(title));
+    }
+    // Two decimals and a point whatever the language.
+    EXPECT_EQ(menu.percentItems[0]->title(), "Свободно: 0.00 %");
+    EXPECT_EQ(rig.statusItem.titles.back(), "Свободно: 0.00 %");
+    EXPECT_EQ(rig.statusItem.toolTip, "Свободная память: 0.00 B (0.00 %)");
+    EXPECT_EQ(menu.swapEncryptedMenuItem->title(), "Зашифровано: Нет");
+
+    delegate->cleanMemoryNow();
+    EXPECT_EQ(menu.cleanMemoryNow->title(), "Очистка...");
+
+    menu.privacyPage->trigger();
+    ASSERT_EQ(rig.urlOpener.opened.size(), 1u);
+    EXPECT_EQ(rig.urlOpener.opened[0].path(), "/privacy/ru/");
+}
+
+TEST_F(Languages, SwitchRetitlesTheOpenMenuAtOnce) {
+    auto delegate = rig.start();
+    QRMLanguageNotifier notifier;
+    QObject::connect(&notifier, &QRMLanguageNotifier::languageDidChanged, delegate.get(),
+                     &QRMAppDelegate::languageDidChanged, Qt::DirectConnection);
+    ASSERT_EQ(delegate->statusMenu().statiaticsMenuItem->title(), "Statistics");
+
+    changeLanguage(preferences, notifier, 3);
+    EXPECT_EQ(delegate->statusMenu().statiaticsMenuItem->title(), "Статистика");
+    EXPECT_EQ(delegate->statusMenu().cleanMemoryNow->title(), "Очистити пам’ять");
+    EXPECT_EQ(rig.statusItem.titles.back(), "Вільно: 0.00 %");
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/stat.h>
+
 #include <csignal>
 
 #include <QDir>
@@ -24,10 +26,7 @@ struct ThrowAwayRun {
         env.insert("XDG_DATA_HOME", home.filePath("data"));
         env.insert("XDG_CACHE_HOME", home.filePath("cache"));
         // Its own runtime folder, so its cleaning lock is not the desktop's.
-        QDir().mkpath(home.filePath("runtime"));
-        QFile::setPermissions(home.filePath("runtime"), QFileDevice::ReadOwner |
-                                                            QFileDevice::WriteOwner |
-                                                            QFileDevice::ExeOwner);
+        ::mkdir(home.filePath("runtime").toLocal8Bit().constData(), 0700);
         env.insert("XDG_RUNTIME_DIR", home.filePath("runtime"));
         env.insert("TARNWELL_EVENTS_URL", "http://127.0.0.1:9/events");
         env.remove("WAYLAND_DISPLAY");
@@ -48,6 +47,20 @@ struct ThrowAwayRun {
         process.setProcessEnvironment(env);
         process.start(QStringLiteral(TARNWELL_BINARY_DIR "/src/tarnwell"), arguments);
         ASSERT_TRUE(process.waitForStarted());
+    }
+
+    struct Finished {
+        int status;
+        QString out, err;
+    };
+
+    // Runs the program to its end, in a locale whose messages the tests know.
+    Finished finish(const QStringList &arguments) {
+        env.insert("LC_ALL", "C.UTF-8");
+        start(arguments);
+        EXPECT_TRUE(process.waitForFinished(30000));
+        return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+                QString::fromUtf8(process.readAllStandardError())};
     }
 
     // Ends the program as a user or the session would: it must exit cleanly.

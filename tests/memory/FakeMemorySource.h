@@ -13,9 +13,7 @@ class FakeMemorySource : public MemorySource {
 public:
     struct State {
         uint64_t physicalMemory = 0;
-        std::optional<uint64_t> hardwareMemorySize;
-        std::optional<uint64_t> hardwarePhysicalMemory;
-        std::optional<uint64_t> userMemory;
+        std::optional<uint64_t> hardwareMemorySize, hardwarePhysicalMemory, userMemory;
         std::optional<VmStatistics> vmStatistics;
         std::optional<SwapUsage> swapUsage;
     };

@@ -52,8 +52,8 @@ protected:
     int restarts_ = 0;
 };
 
-// Defaults and write-back rules typed in from the settings' documentation and
-// the update framework's: a wrong default or a misspelt key fails.
+// Defaults and write-back rules, typed in: a wrong default or a misspelt key
+// fails.
 struct DefaultCase {
     const char *name;  // the key, exactly as stored
     QVariant value;    // the default; invalid for "nothing"

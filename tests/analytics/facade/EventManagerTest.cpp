@@ -101,6 +101,39 @@ TEST_F(EventManager, SwitchedOffRecordsNothingAndRemovesTheFiles) {
     EXPECT_EQ(recorded().size(), 1);
 }
 
+// The kit's other predefined kinds: nothing in the program sends them yet, but
+// the service's dashboards know them by these types and keys.
+TEST_F(EventManager, EveryPredefinedKindIsWrittenWithItsTypeAndKeys) {
+    EVTEvents::logShareWithMethod("mail", "page", "text", "p1");
+    EVTEvents::logInviteWithMethod("link");
+    EVTEvents::logPurchaseWithPrice(2.5, "EUR", true, "pro", "licence", "l1");
+    EVTEvents::logLevelStart("one");
+    EVTEvents::logLevelEnd("one", 7, false);
+    EVTEvents::logAddToCartWithPrice(0.25, "USD", "pro", "licence", "l1");
+    EVTEvents::logStartCheckoutWithPrice(3, "EUR", 2);
+    EVTEvents::logRating(4, "page", "text", "p1");
+    EVTEvents::logSearchWithQuery("swap");
+    QStringList kinds;
+    for (const QJsonObject &event : recorded()) {
+        kinds << event.value("predefined_type").toString() + ' ' +
+                     QJsonDocument(event.value("predefined_attributes").toObject())
+                         .toJson(QJsonDocument::Compact);
+    }
+    EXPECT_EQ(
+        kinds,
+        QStringList({
+            R"(share {"content_id":"p1","content_name":"page","content_type":"text","method":"mail"})",
+            R"(invite {"method":"link"})",
+            R"(purchase {"currency":"EUR","item_id":"l1","item_name":"pro","item_price":2500000,"item_type":"licence","success":"true"})",
+            R"(level_start {"level_name":"one"})",
+            R"(level_end {"level_name":"one","score":7,"success":"false"})",
+            R"(add_to_cart {"currency":"USD","item_id":"l1","item_name":"pro","item_price":250000,"item_type":"licence"})",
+            R"(start_checkout {"currency":"EUR","item_count":2,"total_price":3000000})",
+            R"(rating {"content_id":"p1","content_name":"page","content_type":"text","rating":4})",
+            R"(search {"query":"swap"})",
+        }));
+}
+
 TEST(EventsKitStart, WithoutADataFolderNothingIsStarted) {
     EXPECT_EQ(EVTEvents::start(EVTConfiguration{}), nullptr);
     EXPECT_EQ(EVTEvents::controller(), nullptr);

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -8,31 +9,88 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
+#include "CaseName.h"
+#include "cli/CommandLine.h"
 #include "cli/MemoryCommands.h"
 #include "memory/FakeMemorySource.h"
 #include "memory/QRMMemoryInfo.h"
 #include "preferences/QRMPreferencesManager.h"
 
-#include "CaseName.h"
-
 namespace tarnwell::cli {
 namespace {
 
+using std::chrono::seconds;
 using testing::HasSubstr;
 
 constexpr uint64_t MiB = 1 << 20;
 
+int ranWith = -1;  // how many arguments "alpha" was given; -1: it never ran
+
+constexpr std::array kCommands{
+    Subcommand{"alpha", "does alpha", "Usage: tarnwell alpha [--fast]\n",
+               [](Arguments args) {
+                   ranWith = int(args.size());
+                   return kExitOk;
+               }},
+    Subcommand{"beta", "does beta", "Usage: tarnwell beta\n", [](Arguments) { return kExitOk; }},
+};
+
+struct Outcome {
+    int status;
+    std::string out, err;
+};
+
+// Dispatches "tarnwell" and the words, with what it printed.
+Outcome dispatchWords(std::vector<std::string> words) {
+    words.insert(words.begin(), "tarnwell");
+    std::vector<char *> argv;
+    for (std::string &word : words) {
+        argv.push_back(word.data());
+    }
+    ranWith = -1;
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    const int status =
+        dispatch(int(argv.size()), argv.data(), kCommands, [](int, char **) { return 42; });
+    std::string out = testing::internal::GetCapturedStdout();
+    return {status, out, testing::internal::GetCapturedStderr()};
+}
+
+TEST(CommandLine, HelpPrintsTheUsageWithoutRunningTheCommand) {
+    // A help option anywhere after the command wins over its other arguments.
+    for (const auto &words : std::vector<std::vector<std::string>>{
+             {"help", "alpha"}, {"alpha", "--help"}, {"alpha", "--fast", "-h"}}) {
+        const Outcome run = dispatchWords(words);
+        EXPECT_EQ(run.status, kExitOk) << words[1];
+        EXPECT_EQ(run.out, "Usage: tarnwell alpha [--fast]\n") << words[1];
+        EXPECT_EQ(ranWith, -1) << words[1];
+    }
+    const Outcome list = dispatchWords({"help"});
+    EXPECT_EQ(list.status, kExitOk);
+    EXPECT_THAT(list.out, HasSubstr("  alpha            does alpha\n"));
+    EXPECT_THAT(list.out, HasSubstr("  beta             does beta\n"));
+    EXPECT_EQ(list.out, dispatchWords({"--help"}).out);
+}
+
+TEST(CommandLine, RunsTheCommandOrRefusesNonsenseNamingIt) {
+    EXPECT_EQ(dispatchWords({"alpha", "--fast"}).status, kExitOk);
+    EXPECT_EQ(ranWith, 1);
+    EXPECT_EQ(dispatchWords({"--console"}).status, 42);
+    EXPECT_THAT(dispatchWords({"help", "gamma"}).err, HasSubstr("no command is called 'gamma'"));
+    for (const auto &words : std::vector<std::vector<std::string>>{
+             {"help", "gamma"}, {"help", "alpha", "beta"}, {"gamma"}}) {
+        EXPECT_EQ(dispatchWords(words).status, kExitUsage) << words.back();
+    }
+}
+
 // The commands speak the language chosen in the settings: give them a settings
 // file of their own, in English unless a test says otherwise.
-class EnglishSettings : public testing::Environment {
-public:
+struct EnglishSettings : testing::Environment {
     void SetUp() override {
-        qputenv("XDG_CONFIG_HOME", config_.path().toUtf8());
+        qputenv("XDG_CONFIG_HOME", config.path().toUtf8());
         QRMPreferencesManager::sharedPreferencesManager().setAppleLanguages(QStringList{"en"});
     }
-
-private:
-    QTemporaryDir config_;
+    QTemporaryDir config;
 };
 const testing::Environment *const kEnglishSettings =
     testing::AddGlobalTestEnvironment(new EnglishSettings);
@@ -53,9 +111,11 @@ protected:
         memory = std::make_unique<QRMMemoryInfo>(std::make_unique<test::FakeMemorySource>(state));
     }
 
+    // Each wait of a watch leaves as many free pages as waits so far.
     int runStats(const std::vector<const char *> &args, int refreshes = 1) {
-        return stats(*memory, argumentsOf(args), out, err, [&](std::chrono::seconds interval) {
+        return stats(*memory, argumentsOf(args), out, err, [&](seconds interval) {
             waits.push_back(interval);
+            state->vmStatistics->freeCount = uint32_t(waits.size());
             return int(waits.size()) < refreshes;
         });
     }
@@ -63,9 +123,8 @@ protected:
     std::shared_ptr<test::FakeMemorySource::State> state =
         std::make_shared<test::FakeMemorySource::State>();
     std::unique_ptr<QRMMemoryInfo> memory;
-    std::ostringstream out;
-    std::ostringstream err;
-    std::vector<std::chrono::seconds> waits;
+    std::ostringstream out, err;
+    std::vector<seconds> waits;
 };
 
 // Past 4 GiB of free memory (6031331 pages, as on a captured machine) the
@@ -73,109 +132,68 @@ protected:
 TEST_F(MemoryCommands, StatsTableShowsExactSizesForByteKeysOnly) {
     state->vmStatistics->freeCount = 6031331;
     ASSERT_EQ(runStats({}), kExitOk);
-    EXPECT_THAT(
-        out.str(),
-        HasSubstr("\nfreeBytes                                     3229495296  23.01 GB\n"));
-    EXPECT_THAT(out.str(),
-                HasSubstr("\npageSize                                            4096\n"));
-    EXPECT_THAT(out.str(),
-                HasSubstr("\ntotalPercents                                     100.00\n"));
+    for (const char *row :
+         {"\nfreeBytes                                     3229495296  23.01 GB\n",
+          "\npageSize                                            4096\n",
+          "\ntotalPercents                                     100.00\n"}) {
+        EXPECT_THAT(out.str(), HasSubstr(row));
+    }
     EXPECT_TRUE(waits.empty());
 }
 
-TEST_F(MemoryCommands, StatsJsonIsOneObjectWithEveryKeyOfTheRecord) {
+TEST_F(MemoryCommands, StatsJsonHoldsEveryKeyOfTheRecordCompactOrPretty) {
     state->vmStatistics->freeCount = 6031331;
     ASSERT_EQ(runStats({"--json"}), kExitOk);
-    const std::string json = out.str();
+    std::string json = out.str();
     EXPECT_EQ(json.find('\n'), json.size() - 1);
     EXPECT_TRUE(json.starts_with("{\"physicalMemory\":4294967296,"));
     EXPECT_TRUE(json.ends_with("\"xsuEncripted\":0}\n"));
     EXPECT_THAT(json, HasSubstr("\"freeCount\":6031331,\"freeBytes\":3229495296,"));
     EXPECT_THAT(json, HasSubstr("\"totalPercents\":100,"));
     EXPECT_EQ(std::count(json.begin(), json.end(), ':'), std::ptrdiff_t(memory->info().size()));
-}
 
-TEST_F(MemoryCommands, PrettyJsonPutsEachKeyOnItsOwnLine) {
+    out.str("");
     ASSERT_EQ(runStats({"--json", "--pretty"}), kExitOk);
-    const std::string json = out.str();
+    json = out.str();
     EXPECT_TRUE(json.starts_with("{\n  \"physicalMemory\": 4294967296,\n  \"")) << json;
     EXPECT_TRUE(json.ends_with(",\n  \"xsuEncripted\": 0\n}\n")) << json;
     EXPECT_EQ(std::count(json.begin(), json.end(), '\n'),
               std::ptrdiff_t(memory->info().size()) + 2);
-}
 
-// A sample that names what it could not read.
-struct UnreadableSource : test::FakeMemorySource {
-    using FakeMemorySource::FakeMemorySource;
-    MemorySample sample() override { return {{}, {}, {}, "/proc/meminfo: missing MemFree"}; }
-};
-
-TEST_F(MemoryCommands, UnreadableMemoryFailsBothCommandsNamingFileAndKey) {
-    QRMMemoryInfo unreadable(std::make_unique<UnreadableSource>(state));
-    EXPECT_EQ(stats(unreadable, argumentsOf({}), out, err, {}), kExitFailure);
-    EXPECT_EQ(clean(unreadable, argumentsOf({"--json"}), out, err), kExitFailure);
-    EXPECT_EQ(out.str(), "");
-    const std::string said =
-        "tarnwell: Memory figures unavailable: /proc/meminfo: missing MemFree\n";
-    EXPECT_EQ(err.str(), said + said);
-}
-
-TEST_F(MemoryCommands, StatsJsonWritesNullForNotANumber) {
+    // A per cent of nothing is not a number, which JSON cannot say.
+    out.str("");
     state->vmStatistics = VmStatistics{};
     state->vmStatistics->pageSize = 4096;
     ASSERT_EQ(runStats({"--json"}), kExitOk);
     EXPECT_THAT(out.str(), HasSubstr("\"usedPercents\":null,"));
 }
 
-TEST_F(MemoryCommands, WatchRefreshesEveryInterval) {
+TEST_F(MemoryCommands, WatchPrintsFreshFiguresEveryInterval) {
     ASSERT_EQ(runStats({"--json", "--watch", "2"}, 3), kExitOk);
     const std::string json = out.str();
     EXPECT_EQ(std::count(json.begin(), json.end(), '\n'), 3);
-    EXPECT_EQ(waits, std::vector<std::chrono::seconds>(3, std::chrono::seconds(2)));
-}
-
-TEST_F(MemoryCommands, WatchShowsNewFiguresAndDefaultsToFiveSeconds) {
-    int calls = 0;
-    stats(*memory, argumentsOf({"--watch", "--json"}), out, err,
-          [&](std::chrono::seconds interval) {
-              EXPECT_EQ(interval, std::chrono::seconds(5));
-              state->vmStatistics->freeCount = 1;
-              return ++calls < 2;
-          });
-    // The first object shows the old figure, the second the new one.
-    const std::string json = out.str();
     EXPECT_LT(json.find("\"freeCount\":4096,"), json.find('\n'));
-    EXPECT_NE(json.find("\"freeCount\":1,", json.find('\n')), std::string::npos);
+    EXPECT_NE(json.find("\"freeCount\":2,", json.find('\n')), std::string::npos);
+    EXPECT_EQ(waits, std::vector<seconds>(3, seconds(2)));
+
+    waits.clear();
+    ASSERT_EQ(runStats({"--watch"}), kExitOk);
+    EXPECT_EQ(waits, std::vector<seconds>{seconds(5)});
 }
 
-struct BadArguments {
-    const char *name;
-    std::vector<const char *> args;
-    bool clean;
-};
-
-class MemoryCommandUsage : public MemoryCommands,
-                           public testing::WithParamInterface<BadArguments> {};
-
-TEST_P(MemoryCommandUsage, IsAUsageError) {
-    const auto &args = GetParam().args;
-    const int status =
-        GetParam().clean ? clean(*memory, argumentsOf(args), out, err) : runStats(args);
-    EXPECT_EQ(status, kExitUsage);
+TEST_F(MemoryCommands, BadArgumentsAreUsageErrors) {
+    // clang-format off
+    const std::pair<bool, std::vector<const char *>> rows[] = {  // clean or stats, arguments
+        {false, {"--table"}}, {false, {"--watch", "0"}}, {false, {"--watch", "-1"}},
+        {false, {"--watch", "1.5"}}, {false, {"--watch", "soon"}}, {false, {"--pretty"}},
+        {true, {"--force"}}, {true, {"now"}}};
+    // clang-format on
+    for (const auto &[isClean, args] : rows) {
+        const int status = isClean ? clean(*memory, argumentsOf(args), out, err) : runStats(args);
+        EXPECT_EQ(status, kExitUsage) << args.back();
+    }
     EXPECT_EQ(out.str(), "");
 }
-
-INSTANTIATE_TEST_SUITE_P(Arguments, MemoryCommandUsage,
-                         testing::Values(BadArguments{"StatsUnknownOption", {"--table"}, false},
-                                         BadArguments{"ZeroInterval", {"--watch", "0"}, false},
-                                         BadArguments{"NegativeInterval", {"--watch", "-1"}, false},
-                                         BadArguments{
-                                             "FractionalInterval", {"--watch", "1.5"}, false},
-                                         BadArguments{"WordInterval", {"--watch", "soon"}, false},
-                                         BadArguments{"PrettyWithoutJson", {"--pretty"}, false},
-                                         BadArguments{"CleanUnknownOption", {"--force"}, true},
-                                         BadArguments{"CleanStrayArgument", {"now"}, true}),
-                         tarnwell::test::caseName);
 
 struct CleanCase {
     const char *name;

@@ -2,21 +2,29 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <QDBusConnection>
 #include <QDir>
 #include <QFile>
+#include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include "CaseName.h"
+#include "QtPrinters.h"
+#include "TestNotificationServer.h"
+
 #include "platform/linux/QRMLoginItems.h"
+#include "platform/linux/QRMUserNotificationsManager.h"
 
 namespace tarnwell {
 namespace {
+
+using test::caseName;
 
 // An autostart folder of the test's own and two stand-in executables.
 class LoginItemsTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_TRUE(home.isValid());
         app = makeExecutable(QStringLiteral("bin/tarnwell"));
         other = makeExecutable(QStringLiteral("bin/other"));
     }
@@ -89,34 +97,29 @@ TEST_F(LoginItemsTest, AddTwiceGivesTwoEntriesAndOneRemoveTakesThemAll) {
     EXPECT_EQ(entries(), QStringList({"tarnwell-3.desktop"}));
 }
 
-TEST_F(LoginItemsTest, MatchesEntriesWrittenByOthersByTheFileTheyStart) {
+// Entries written by others count by the file they start. Hostile ones are
+// skipped without blocking: a FIFO would block a plain open, a link leads out
+// of the folder, one is past the size cap, one does not parse.
+TEST_F(LoginItemsTest, MatchesOthersEntriesByTheFileTheyStartAndSkipsHostileOnes) {
     ASSERT_TRUE(QFile::link(app, home.filePath(QStringLiteral("bin/link"))));
     writeEntry("link.desktop",
                "[Desktop Entry]\nExec=" + home.filePath("bin/link").toUtf8() + " --minimized\n");
     writeEntry("quoted.desktop", "[Desktop Entry]\nExec=\"" + app.toUtf8() + "\" %U\n");
     // Switched off by a desktop's own tool: not a login item any more.
     writeEntry("hidden.desktop", "[Desktop Entry]\nExec=" + app.toUtf8() + "\nHidden=true\n");
-
-    EXPECT_TRUE(items.findApplicationAtLoginItems(app));
-    items.removeApplicationFromLoginItems(app);
-    EXPECT_EQ(entries(), QStringList({"hidden.desktop"}));
-}
-
-TEST_F(LoginItemsTest, HostileEntriesAreSkippedWithoutBlocking) {
-    QDir().mkpath(folder());
-    // A FIFO would block a plain open; a link leads out of the folder.
     ASSERT_EQ(::mkfifo(QFile::encodeName(folder() + "/fifo.desktop").constData(), 0600), 0);
     const QString outside =
         write("outside.desktop", "[Desktop Entry]\nExec=" + app.toUtf8() + "\n");
-    ASSERT_TRUE(QFile::link(outside, folder() + "/link.desktop"));
+    ASSERT_TRUE(QFile::link(outside, folder() + "/outside.desktop"));
     writeEntry("huge.desktop",
                "[Desktop Entry]\nExec=" + app.toUtf8() + "\n" + QByteArray(100 * 1024, '#'));
     writeEntry("unterminated.desktop", "[Desktop Entry]\nExec=\"" + app.toUtf8() + "\n");
 
-    EXPECT_FALSE(items.findApplicationAtLoginItems(app));
+    EXPECT_TRUE(items.findApplicationAtLoginItems(app));
     items.removeApplicationFromLoginItems(app);
+    EXPECT_EQ(entries(), QStringList({"hidden.desktop", "huge.desktop", "outside.desktop",
+                                      "unterminated.desktop"}));
     EXPECT_TRUE(QFileInfo::exists(outside));
-    EXPECT_TRUE(QFileInfo(folder() + "/link.desktop").isSymLink());
 }
 
 TEST_F(LoginItemsTest, UnwritableFolderFailsAndSaysSoOnce) {
@@ -139,27 +142,18 @@ struct ExecCase {
     const char *exec;  // as the Desktop Entry Specification spells it
 };
 
-void PrintTo(const ExecCase &row, std::ostream *os) {
-    *os << row.name;
-}
+class ExecValueTest : public LoginItemsTest, public ::testing::WithParamInterface<ExecCase> {};
 
-class ExecValueTest : public ::testing::TestWithParam<ExecCase> {};
-
+// Written into an entry, the value must also lead back to the same file.
 TEST_P(ExecValueTest, IsQuotedAndEscapedAndReadsBack) {
-    const ExecCase &row = GetParam();
-    EXPECT_EQ(QRMLoginItems::execValue(QString::fromUtf8(row.path)), QString::fromUtf8(row.exec));
-
-    // Written into an entry, the value must lead back to the same file.
-    QTemporaryDir home;
-    const QString path = home.path() + QString::fromUtf8(row.path);
-    QDir().mkpath(QFileInfo(path).path());
-    QFile program(path);
-    ASSERT_TRUE(program.open(QIODevice::WriteOnly));
-    QRMLoginItems items(home.filePath(QStringLiteral("autostart")));
+    EXPECT_EQ(QRMLoginItems::execValue(QString::fromUtf8(GetParam().path)),
+              QString::fromUtf8(GetParam().exec));
+    const QString path = write(QString::fromUtf8(GetParam().path).mid(1));
     ASSERT_TRUE(items.addApplicationToLoginItems(path));
     EXPECT_TRUE(items.findApplicationAtLoginItems(path));
 }
 
+// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Paths, ExecValueTest,
     ::testing::Values(ExecCase{"Plain", "/usr/bin/tarnwell", "/usr/bin/tarnwell"},
@@ -168,7 +162,75 @@ INSTANTIATE_TEST_SUITE_P(
                       ExecCase{"DoubleQuote", "/opt/a\"b/tarnwell", "\"/opt/a\\\\\"b/tarnwell\""},
                       ExecCase{"Dollar", "/opt/$x/tarnwell", "\"/opt/\\\\$x/tarnwell\""},
                       ExecCase{"Backslash", "/opt/a\\b/tarnwell", "\"/opt/a\\\\\\\\b/tarnwell\""}),
-    tarnwell::test::caseName);
+    caseName);
+// clang-format on
+
+using test::ReceivedNotification;
+using test::TestNotificationServer;
+
+void notify(const QString &informativeText, const QString &soundName = {}) {
+    QRMUserNotificationsManager::sharedUserNotificationsManager().showNotificationWithTitle(
+        QStringLiteral("Tarnwell"), informativeText, soundName);
+}
+
+struct NotificationCase {
+    const char *name;
+    const char *informativeText;
+    const char *soundName;
+    QVariantMap expectedHints;
+};
+
+class UserNotifications : public ::testing::TestWithParam<NotificationCase> {};
+
+// Sent while nobody owns the service's name, a notification costs the caller
+// nothing (the failure is only logged) and does not reach a server that
+// starts later.
+TEST_P(UserNotifications, ReachTheNotificationService) {
+    notify(QStringLiteral("lost"));
+    TestNotificationServer server;
+    QSignalSpy notified(&server, &TestNotificationServer::notified);
+    notify(QString::fromUtf8(GetParam().informativeText), QString::fromUtf8(GetParam().soundName));
+    ASSERT_TRUE(notified.wait(10000));
+
+    ASSERT_EQ(server.received.size(), 1);
+    const ReceivedNotification &n = server.received.first();
+    EXPECT_EQ(std::tuple(n.appName, n.replacesId, n.summary, n.expireTimeout),
+              std::tuple(QString("Tarnwell"), 0u, QString("Tarnwell"), -1));
+    EXPECT_EQ(n.body, QString::fromUtf8(GetParam().informativeText));
+    EXPECT_EQ(n.hints, GetParam().expectedHints);
+}
+
+const QVariantMap kSoundHint{{QStringLiteral("sound-name"), QStringLiteral("message-new-instant")}};
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(
+    Notify, UserNotifications,
+    ::testing::Values(NotificationCase{"Silent", "1.25 GB Cleaned", "", {}},
+                      NotificationCase{"NoBody", "", "message-new-instant", kSoundHint},
+                      NotificationCase{"NonAsciiBody", "1.25 ГБ Очищено", "", {}}),
+    caseName);
+// clang-format on
+
+TEST(UserNotificationsWithAction, ClickingRunsTheActionOfThatNotificationOnly) {
+    TestNotificationServer server;
+    QSignalSpy notified(&server, &TestNotificationServer::notified);
+    QRMUserNotificationsManager manager(QDBusConnection::sessionBus());
+    QStringList activated;
+    manager.showNotificationWithAction("Tarnwell 2.0 is available", "", "Show",
+                                       [&] { activated << "first"; });
+    ASSERT_TRUE(notified.wait(10000));
+    manager.showNotificationWithAction("second", "", "Show", [&] { activated << "second"; });
+    ASSERT_TRUE(notified.wait(10000));
+    EXPECT_EQ(server.received.first().actions, QStringList({"default", "Show"}));
+
+    server.emitSignal("ActionInvoked", 1, "other-action");
+    server.emitSignal("NotificationClosed", 2);
+    server.emitSignal("ActionInvoked", 2, "default");
+    server.emitSignal("ActionInvoked", 1, "default");
+    // Signals arrive in order, so the earlier ones have been handled by then.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !activated.isEmpty(); }, 10000));
+    EXPECT_EQ(activated, QStringList{"first"});
+}
 
 }  // namespace
 }  // namespace tarnwell
