@@ -12,7 +12,6 @@
 #include "BusTestSupport.h"
 #include "QtPrinters.h"
 #include "TestNotificationServer.h"
-#include "TestStatusNotifierWatcher.h"
 #include "ThrowAwayRun.h"
 
 namespace tarnwell::testing {
