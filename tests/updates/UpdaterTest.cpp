@@ -72,12 +72,6 @@ const QByteArray kOtherSignature =
 
 class UpdaterTest : public ::testing::Test {
 protected:
-    UpdaterTest()
-        : preferences_(
-              dir_.filePath("Tarnwell.conf"), [] { return std::nullopt; }, QUrl()) {
-        updater_ = makeUpdater();
-    }
-
     std::unique_ptr<QRMUpdater> makeUpdater() {
         auto updater = std::make_unique<QRMUpdater>(
             preferences_, installer_,
@@ -124,12 +118,13 @@ protected:
     }
 
     QTemporaryDir dir_;
-    QRMPreferencesManager preferences_;
+    QRMPreferencesManager preferences_{dir_.filePath("Tarnwell.conf"), [] { return std::nullopt; },
+                                       QUrl()};
     TestHttpServer server_;
     RecordingUserInterface ui_;
     FakeInstaller installer_;
     qint64 clock_ = kNow;
-    std::unique_ptr<QRMUpdater> updater_;
+    std::unique_ptr<QRMUpdater> updater_ = makeUpdater();
 };
 
 TEST_F(UpdaterTest, UserCheckAnswersWithTheNewestReleaseForThisSystem) {

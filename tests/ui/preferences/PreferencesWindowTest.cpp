@@ -235,9 +235,8 @@ TEST(GeneralTab, LoginItemBoxShowsTheFolderReReadAfterTheClick) {
 
     // A folder that cannot be written: the click shows at once, the re-read
     // takes it back.
-    QFile blocker(rig.dir.filePath("autostart"));
-    ASSERT_TRUE(QDir(rig.dir.filePath("autostart")).removeRecursively());
-    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    ASSERT_TRUE(QDir(rig.dir.filePath("autostart")).removeRecursively() &&
+                QFile(rig.dir.filePath("autostart")).open(QIODevice::WriteOnly));
     ::testing::internal::CaptureStderr();
     box->click();
     EXPECT_TRUE(box->isChecked());
