@@ -96,19 +96,20 @@ TEST_P(CleaningOutcome, IsRecordedAndAnnounced) {
     EXPECT_EQ(rig.usageEvents.cleanings, 1);
 }
 
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Cleanings, CleaningOutcome, ::testing::Values(
-    Outcome{"NewMaximum", 1000, 1512, true, 0, 512 * M, 512 * M, 513 * M, "512.00 MB cleaned"},
-    Outcome{"SmallerKeepsMaximum", 1000, 1005, true, 0, 5 * M, 9 * M, 6 * M, "5.00 MB cleaned"},
-    Outcome{"Unannounced", 1000, 2000, false, 0, 1000 * M, 1000 * M, 1001 * M, "0.98 GB cleaned"},
-    Outcome{"NothingFreed", 1000, 1000, true, 0, 0, 9 * M, M, "Nothing to clean"},
-    Outcome{"LessFreeAfter", 1000, 900, true, 0, 0, 9 * M, M, "Nothing to clean"},
-    // The total keeps its stored unit: 1 MiB freed is 1024 KiB more.
-    Outcome{"TotalInKiB", 1000, 1001, true, 1, M, 9 * M, M + 1024, "1.00 MB cleaned"},
-    // Nothing free to measure from: no result, and the title back to the figure.
-    Outcome{"NothingFreeBefore", 0, 500, true, 0, 7, 9 * M, M, "500.00 MB"}),
+INSTANTIATE_TEST_SUITE_P(
+    Cleanings, CleaningOutcome,
+    ::testing::Values(
+        Outcome{"NewMaximum", 1000, 1512, true, 0, 512 * M, 512 * M, 513 * M, "512.00 MB cleaned"},
+        Outcome{"SmallerKeepsMaximum", 1000, 1005, true, 0, 5 * M, 9 * M, 6 * M, "5.00 MB cleaned"},
+        Outcome{"Unannounced", 1000, 2000, false, 0, 1000 * M, 1000 * M, 1001 * M,
+                "0.98 GB cleaned"},
+        Outcome{"NothingFreed", 1000, 1000, true, 0, 0, 9 * M, M, "Nothing to clean"},
+        Outcome{"LessFreeAfter", 1000, 900, true, 0, 0, 9 * M, M, "Nothing to clean"},
+        // The total keeps its stored unit: 1 MiB freed is 1024 KiB more.
+        Outcome{"TotalInKiB", 1000, 1001, true, 1, M, 9 * M, M + 1024, "1.00 MB cleaned"},
+        // Nothing free to measure from: no result, and the title back to the figure.
+        Outcome{"NothingFreeBefore", 0, 500, true, 0, 7, 9 * M, M, "500.00 MB"}),
     test::caseName);
-// clang-format on
 
 TEST_F(CleaningController, ChainedThresholdCleaningsCountAsOne) {
     rig.settings.freeChecked = true;
@@ -249,21 +250,21 @@ TEST_P(ThresholdPolicy, CleansWhenCrossed) {
     EXPECT_EQ(rig.engine.cleaningRequests, c.expectedCleanings);
 }
 
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Thresholds, ThresholdPolicy, ::testing::Values(
-    ThresholdCase{"FreeJustBelow", true, 1023, false, 0, 1},
-    ThresholdCase{"FreeAtThreshold", true, 1024, false, 0, 0},
-    ThresholdCase{"FreeBelowButOff", false, 10, false, 0, 0},
-    ThresholdCase{"InactiveAtThreshold", false, 4000, true, 1024, 0},
-    ThresholdCase{"InactiveJustAbove", false, 4000, true, 1025, 1},
-    ThresholdCase{"BothMetCleansOnce", true, 10, true, 3000, 1},
-    ThresholdCase{"FirstSampleAtStartUp", true, 10, false, 0, 1, true},
-    // Past 4 GiB, where the stored byte figures wrap (to 904 MiB here) and
-    // would decide the other way.
-    ThresholdCase{"FreePast4GiBAboveThreshold", true, 5000, false, 0, 0},
-    ThresholdCase{"InactivePast4GiBAboveThreshold", false, 8000, true, 5000, 1, false, 4096}),
+INSTANTIATE_TEST_SUITE_P(
+    Thresholds, ThresholdPolicy,
+    ::testing::Values(ThresholdCase{"FreeJustBelow", true, 1023, false, 0, 1},
+                      ThresholdCase{"FreeAtThreshold", true, 1024, false, 0, 0},
+                      ThresholdCase{"FreeBelowButOff", false, 10, false, 0, 0},
+                      ThresholdCase{"InactiveAtThreshold", false, 4000, true, 1024, 0},
+                      ThresholdCase{"InactiveJustAbove", false, 4000, true, 1025, 1},
+                      ThresholdCase{"BothMetCleansOnce", true, 10, true, 3000, 1},
+                      ThresholdCase{"FirstSampleAtStartUp", true, 10, false, 0, 1, true},
+                      // Past 4 GiB, where the stored byte figures wrap (to 904 MiB here) and
+                      // would decide the other way.
+                      ThresholdCase{"FreePast4GiBAboveThreshold", true, 5000, false, 0, 0},
+                      ThresholdCase{"InactivePast4GiBAboveThreshold", false, 8000, true, 5000, 1,
+                                    false, 4096}),
     test::caseName);
-// clang-format on
 
 struct CountingEngine : QRMMemoryInfoEngine {
     using QRMMemoryInfoEngine::QRMMemoryInfoEngine;
@@ -375,26 +376,41 @@ TEST_P(MatchingRule, CleansForTheFirstRecordWithTheFlagOn) {
 using enum ApplicationEvent;
 const QVariantMap kLaunchOn{{"DidLaunch", true}};
 
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Rows, MatchingRule, ::testing::Values(
-    Match{"FlagOn", {monitored("a.desktop", kLaunchOn)}, DidLaunch, "a.desktop", 1},
-    Match{"EachEventReadsItsOwnFlag",
-          {monitored("a.desktop", {{"DidLaunch", false}, {"DidDeactivate", true}})},
-          DidDeactivate, "a.desktop", 1},
-    Match{"OtherFlagOn", {monitored("a.desktop", {{"DidHide", true}})}, DidUnhide, "a.desktop", 0},
-    Match{"MissingFlagCountsAsOff", {monitored("a.desktop", {{"DidHide", true}})}, DidTerminate,
-          "a.desktop", 0},
-    Match{"TextTrueIsNoFlag", {monitored("a.desktop", {{"DidActivate", "true"}})}, DidActivate,
-          "a.desktop", 0},
-    Match{"IdsAreCaseSensitive", {monitored("A.desktop", kLaunchOn)}, DidLaunch, "a.desktop", 0},
-    Match{"LaterRecordOfTheSameIdStillCounts",
-          {monitored("a.desktop", {{"DidLaunch", false}}), monitored("b.desktop", {}),
-           monitored("a.desktop", kLaunchOn)},
-          DidLaunch, "a.desktop", 1},
-    Match{"NoIdNeverCleans", {monitored("", kLaunchOn)}, DidLaunch, "", 0},
-    Match{"EmptyList", {}, DidLaunch, "a.desktop", 0}),
+INSTANTIATE_TEST_SUITE_P(
+    Rows, MatchingRule,
+    ::testing::Values(
+        Match{"FlagOn", {monitored("a.desktop", kLaunchOn)}, DidLaunch, "a.desktop", 1},
+        Match{"EachEventReadsItsOwnFlag",
+              {monitored("a.desktop", {{"DidLaunch", false}, {"DidDeactivate", true}})},
+              DidDeactivate,
+              "a.desktop",
+              1},
+        Match{"OtherFlagOn",
+              {monitored("a.desktop", {{"DidHide", true}})},
+              DidUnhide,
+              "a.desktop",
+              0},
+        Match{"MissingFlagCountsAsOff",
+              {monitored("a.desktop", {{"DidHide", true}})},
+              DidTerminate,
+              "a.desktop",
+              0},
+        Match{"TextTrueIsNoFlag",
+              {monitored("a.desktop", {{"DidActivate", "true"}})},
+              DidActivate,
+              "a.desktop",
+              0},
+        Match{
+            "IdsAreCaseSensitive", {monitored("A.desktop", kLaunchOn)}, DidLaunch, "a.desktop", 0},
+        Match{"LaterRecordOfTheSameIdStillCounts",
+              {monitored("a.desktop", {{"DidLaunch", false}}), monitored("b.desktop", {}),
+               monitored("a.desktop", kLaunchOn)},
+              DidLaunch,
+              "a.desktop",
+              1},
+        Match{"NoIdNeverCleans", {monitored("", kLaunchOn)}, DidLaunch, "", 0},
+        Match{"EmptyList", {}, DidLaunch, "a.desktop", 0}),
     test::caseName);
-// clang-format on
 
 TEST(ApplicationEvents, WatchedOnlyWhileAFlagIsOnAndNewListsTakeEffectAtOnce) {
     ControllerRig rig;

@@ -182,12 +182,12 @@ TEST_F(MemoryCommands, WatchPrintsFreshFiguresEveryInterval) {
 }
 
 TEST_F(MemoryCommands, BadArgumentsAreUsageErrors) {
-    // clang-format off
-    const std::pair<bool, std::vector<const char *>> rows[] = {  // clean or stats, arguments
-        {false, {"--table"}}, {false, {"--watch", "0"}}, {false, {"--watch", "-1"}},
-        {false, {"--watch", "1.5"}}, {false, {"--watch", "soon"}}, {false, {"--pretty"}},
-        {true, {"--force"}}, {true, {"now"}}};
-    // clang-format on
+    const std::pair<bool, std::vector<const char *>> rows[] = {
+        // clean or stats, arguments
+        {false, {"--table"}},         {false, {"--watch", "0"}},
+        {false, {"--watch", "-1"}},   {false, {"--watch", "1.5"}},
+        {false, {"--watch", "soon"}}, {false, {"--pretty"}},
+        {true, {"--force"}},          {true, {"now"}}};
     for (const auto &[isClean, args] : rows) {
         const int status = isClean ? clean(*memory, argumentsOf(args), out, err) : runStats(args);
         EXPECT_EQ(status, kExitUsage) << args.back();
@@ -229,33 +229,68 @@ void withinTheReserve(VmStatistics &s) {
     s.availableBytes = 100 * MiB;
 }
 
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Outcomes, CleanOutput, testing::Values(
-    CleanCase{"BeforeAfterAndFreed", nullptr, 3072, "en", {}, kExitOk,
-              "Free memory before: 16.00 MB\n"
-              "Free memory after:  28.00 MB\n"
-              "Freed:              12.00 MB\n"},
-    // Labels of other lengths still line up.
-    CleanCase{"InTheChosenLanguage", nullptr, 3072, "ukr", {}, kExitOk,
-              "Вільно до очищення:    16.00 MB\n"
-              "Вільно після очищення: 28.00 MB\n"
-              "Звільнено:             12.00 MB\n"},
-    CleanCase{"JsonInBytes", nullptr, 3072, "en", {"--json"}, kExitOk,
-              "{\"cleaned\":true,\"blockBytes\":25165824,\"freeBytesBefore\":16777216,"
-              "\"freeBytesAfter\":29360128,\"freedBytes\":12582912}\n"},
-    CleanCase{"NothingFreed", nullptr, -1024, "en", {}, kExitOk,
-              "Free memory before: 16.00 MB\n"
-              "Free memory after:  12.00 MB\n"
-              "Nothing to clean: free memory did not grow.\n"},
-    CleanCase{"DeclinedWithoutStatistics", noStatistics, 0, "en", {}, kExitFailure,
-              "Memory was not cleaned: no usable memory statistics (free or inactive memory "
-              "unknown).\n"},
-    CleanCase{"DeclinedWithoutStatisticsJson", noStatistics, 0, "en", {"--json"}, kExitFailure,
-              "{\"cleaned\":false,\"reason\":\"no-usable-statistics\"}\n"},
-    CleanCase{"DeclinedWithinTheReserve", withinTheReserve, 0, "en", {"--json"}, kExitFailure,
-              "{\"cleaned\":false,\"reason\":\"no-room-above-reserve\"}\n"}),
+INSTANTIATE_TEST_SUITE_P(
+    Outcomes, CleanOutput,
+    testing::Values(
+        CleanCase{"BeforeAfterAndFreed",
+                  nullptr,
+                  3072,
+                  "en",
+                  {},
+                  kExitOk,
+                  "Free memory before: 16.00 MB\n"
+                  "Free memory after:  28.00 MB\n"
+                  "Freed:              12.00 MB\n"},
+        // Labels of other lengths still line up.
+        CleanCase{"InTheChosenLanguage",
+                  nullptr,
+                  3072,
+                  "ukr",
+                  {},
+                  kExitOk,
+                  "Вільно до очищення:    16.00 MB\n"
+                  "Вільно після очищення: 28.00 MB\n"
+                  "Звільнено:             12.00 MB\n"},
+        CleanCase{"JsonInBytes",
+                  nullptr,
+                  3072,
+                  "en",
+                  {"--json"},
+                  kExitOk,
+                  "{\"cleaned\":true,\"blockBytes\":25165824,\"freeBytesBefore\":16777216,"
+                  "\"freeBytesAfter\":29360128,\"freedBytes\":12582912}\n"},
+        CleanCase{"NothingFreed",
+                  nullptr,
+                  -1024,
+                  "en",
+                  {},
+                  kExitOk,
+                  "Free memory before: 16.00 MB\n"
+                  "Free memory after:  12.00 MB\n"
+                  "Nothing to clean: free memory did not grow.\n"},
+        CleanCase{"DeclinedWithoutStatistics",
+                  noStatistics,
+                  0,
+                  "en",
+                  {},
+                  kExitFailure,
+                  "Memory was not cleaned: no usable memory statistics (free or inactive memory "
+                  "unknown).\n"},
+        CleanCase{"DeclinedWithoutStatisticsJson",
+                  noStatistics,
+                  0,
+                  "en",
+                  {"--json"},
+                  kExitFailure,
+                  "{\"cleaned\":false,\"reason\":\"no-usable-statistics\"}\n"},
+        CleanCase{"DeclinedWithinTheReserve",
+                  withinTheReserve,
+                  0,
+                  "en",
+                  {"--json"},
+                  kExitFailure,
+                  "{\"cleaned\":false,\"reason\":\"no-room-above-reserve\"}\n"}),
     tarnwell::test::caseName);
-// clang-format on
 
 }  // namespace
 }  // namespace tarnwell::cli
