@@ -346,81 +346,52 @@ TEST(WelcomePage, ShownOnFirstLaunchAndAfterAnUpdate) {
     EXPECT_EQ(rig.settings.build, QString::fromLatin1(kBuildNumber));
 }
 
-QVariantMap monitored(const QString &id, QVariantMap flags) {
+QVariantMap monitored(QVariantMap flags, const QString &id = "a.desktop") {
     flags.insert("name", "Some Application");
     flags.insert("ID", id);
     return flags;
 }
 
-struct Match {
-    const char *name;
-    QList<QVariantMap> records;
-    ApplicationEvent event;
-    QString applicationId;
-    int expectedCleanings;
-};
-
-class MatchingRule : public ::testing::TestWithParam<Match> {};
-
-TEST_P(MatchingRule, CleansForTheFirstRecordWithTheFlagOn) {
-    ControllerRig rig;
-    rig.settings.monitored = GetParam().records;
-    const auto delegate = rig.start();
-    delegate->applicationDidFinishLaunching();
-    if (rig.applicationEvents.handler) {
-        rig.applicationEvents.handler(GetParam().event, GetParam().applicationId);
+// Each event reads its own flag, only a boolean true counts, IDs match
+// exactly (case too, and an empty one never), and a later record of the same
+// ID still counts.
+TEST(MatchingRule, CleansForTheFirstRecordWithTheFlagOn) {
+    using enum ApplicationEvent;
+    const QVariantMap launch{{"DidLaunch", true}}, noLaunch{{"DidLaunch", false}};
+    const QVariantMap hide{{"DidHide", true}},
+        deactivate{{"DidLaunch", false}, {"DidDeactivate", true}};
+    const std::tuple<ApplicationEvent, const char *, int, QList<QVariantMap>> rows[] = {
+        {DidLaunch, "a.desktop", 1, {monitored(launch)}},
+        {DidDeactivate, "a.desktop", 1, {monitored(deactivate)}},
+        {DidUnhide, "a.desktop", 0, {monitored(hide)}},
+        {DidTerminate, "a.desktop", 0, {monitored(hide)}},
+        {DidActivate, "a.desktop", 0, {monitored({{"DidActivate", "true"}})}},
+        {DidLaunch, "a.desktop", 0, {monitored(launch, "A.desktop")}},
+        {DidLaunch, "a.desktop", 1, {monitored(noLaunch), monitored({}, "b"), monitored(launch)}},
+        {DidLaunch, "", 0, {monitored(launch, "")}},
+        {DidLaunch, "a.desktop", 0, {}}};
+    for (const auto &row : rows) {
+        const auto &[event, id, cleanings, records] = row;
+        ControllerRig rig;
+        rig.settings.monitored = records;
+        const auto delegate = rig.start();
+        delegate->applicationDidFinishLaunching();
+        if (rig.applicationEvents.handler) {
+            rig.applicationEvents.handler(event, id);
+        }
+        EXPECT_EQ(rig.engine.cleaningRequests, cleanings) << "row " << &row - rows;
     }
-    EXPECT_EQ(rig.engine.cleaningRequests, GetParam().expectedCleanings);
 }
-
-using enum ApplicationEvent;
-const QVariantMap kLaunchOn{{"DidLaunch", true}};
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, MatchingRule,
-    ::testing::Values(
-        Match{"FlagOn", {monitored("a.desktop", kLaunchOn)}, DidLaunch, "a.desktop", 1},
-        Match{"EachEventReadsItsOwnFlag",
-              {monitored("a.desktop", {{"DidLaunch", false}, {"DidDeactivate", true}})},
-              DidDeactivate,
-              "a.desktop",
-              1},
-        Match{"OtherFlagOn",
-              {monitored("a.desktop", {{"DidHide", true}})},
-              DidUnhide,
-              "a.desktop",
-              0},
-        Match{"MissingFlagCountsAsOff",
-              {monitored("a.desktop", {{"DidHide", true}})},
-              DidTerminate,
-              "a.desktop",
-              0},
-        Match{"TextTrueIsNoFlag",
-              {monitored("a.desktop", {{"DidActivate", "true"}})},
-              DidActivate,
-              "a.desktop",
-              0},
-        Match{
-            "IdsAreCaseSensitive", {monitored("A.desktop", kLaunchOn)}, DidLaunch, "a.desktop", 0},
-        Match{"LaterRecordOfTheSameIdStillCounts",
-              {monitored("a.desktop", {{"DidLaunch", false}}), monitored("b.desktop", {}),
-               monitored("a.desktop", kLaunchOn)},
-              DidLaunch,
-              "a.desktop",
-              1},
-        Match{"NoIdNeverCleans", {monitored("", kLaunchOn)}, DidLaunch, "", 0},
-        Match{"EmptyList", {}, DidLaunch, "a.desktop", 0}),
-    test::caseName);
 
 TEST(ApplicationEvents, WatchedOnlyWhileAFlagIsOnAndNewListsTakeEffectAtOnce) {
     ControllerRig rig;
-    rig.settings.monitored = {monitored("a.desktop", {{"DidLaunch", false}})};
+    rig.settings.monitored = {monitored({{"DidLaunch", false}})};
     const auto delegate = rig.start();
     delegate->applicationDidFinishLaunching();
     EXPECT_EQ(rig.applicationEvents.starts, 0);
 
-    rig.settings.monitored = {monitored("a.desktop", {{"DidActivate", true}}),
-                              monitored("b.desktop", {{"DidDeactivate", true}})};
+    rig.settings.monitored = {monitored({{"DidActivate", true}}),
+                              monitored({{"DidDeactivate", true}}, "b.desktop")};
     delegate->loadPreferences();
     ASSERT_TRUE(rig.applicationEvents.handler);
     // One switch from b to a: the second request meets the first cleaning.
