@@ -1,12 +1,7 @@
-// The tray application end to end on a private session bus (the test runs
-// under its own dbus-run-session): this test is the panel's
-// StatusNotifierWatcher and the desktop's notification service. It reads the
-// item's label and menu, clicks the clean command through dbusmenu and sees
-// the notification arrive; a second start hands over to the first, and the
-// terminal mode (no status item) may run beside it. The program reads a
-// small captured /proc whose free memory the test raises before the click,
-// so the cleaning frees a known amount without touching more than a few MiB
-// of real memory.
+// The tray application on a private session bus, with this test as the
+// panel's watcher and the notification service. The program reads a captured
+// /proc whose free memory the test raises before the click, so the cleaning
+// "frees" a known amount without touching real memory.
 #include <filesystem>
 
 #include <QRegularExpression>
@@ -17,7 +12,6 @@
 #include "BusTestSupport.h"
 #include "QtPrinters.h"
 #include "TestNotificationServer.h"
-#include "TestStatusNotifierWatcher.h"
 #include "ThrowAwayRun.h"
 
 namespace tarnwell::testing {
@@ -57,13 +51,12 @@ TEST(TrayEndToEnd, CleansFromTheMenuAndStaysTheOnlyItem) {
                           std::filesystem::copy_options::recursive);
     writeMeminfo(root + "/proc", 4096);
     {
-        // No periodic sample may replace the "before" figure during the test.
+        // No periodic sample may replace the "before" figure; the label is
+        // sent as a label (this watcher is no known host); welcomed already.
         QSettings settings(run.settingsFile(), QSettings::IniFormat);
         settings.setValue("refreshRate", 3600);
         settings.setValue("statusBarText", 2);
-        // This test, as the watcher, is no host known to show the label.
         settings.setValue("statusBarTextPlacement", 1);
-        // Welcomed already: this test is about the tray, not the web view.
         settings.setValue("isWelcomeShown", true);
         settings.setValue("bundleBuild", kBuildNumber);
     }
@@ -87,7 +80,6 @@ TEST(TrayEndToEnd, CleansFromTheMenuAndStaysTheOnlyItem) {
     auto itemProperty = [&](const char *name) {
         return test::propertyOf(bus, item, kItemPath, kItemInterface, QString::fromLatin1(name));
     };
-    // The item announces every change of its label with XAyatanaNewLabel.
     QSignalSpy heard(&labels, &test::BusSignalRecorder::recorded);
     while (itemProperty("XAyatanaLabel").toString() != "4.00 MB") {
         ASSERT_TRUE(heard.wait(30000)) << "the label never showed the free memory";
@@ -95,10 +87,7 @@ TEST(TrayEndToEnd, CleansFromTheMenuAndStaysTheOnlyItem) {
 
     const QString menuPath = itemProperty("Menu").value<QDBusObjectPath>().path();
     auto callMenu = [&](const char *method, const QVariantList &arguments) {
-        QDBusMessage call = QDBusMessage::createMethodCall(item, menuPath, "com.canonical.dbusmenu",
-                                                           QString::fromLatin1(method));
-        call.setArguments(arguments);
-        return test::callAndWait(bus, call);
+        return test::callAndWait(bus, item, menuPath, "com.canonical.dbusmenu", method, arguments);
     };
     const QDBusMessage layout = callMenu("GetLayout", {0, -1, QStringList()});
     ASSERT_EQ(layout.type(), QDBusMessage::ReplyMessage) << layout.errorMessage().toStdString();
@@ -135,7 +124,6 @@ TEST(TrayEndToEnd, CleansFromTheMenuAndStaysTheOnlyItem) {
     console.stopWith(SIGINT);
 
     run.stopWith(SIGTERM);
-    // The statistics were stored where the next run finds them.
     QSettings stored(run.settingsFile(), QSettings::IniFormat);
     EXPECT_EQ(stored.value("lastTimeCleaned").toULongLong(), 96ull << 20);
 }

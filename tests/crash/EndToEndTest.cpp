@@ -1,20 +1,10 @@
 // Runs the real executable: crashes it on purpose, then reads the report back through
 // `tarnwell crash-reports`, as support would on a user's machine; and runs it in the
 // terminal to see what both kits write.
-#include <gtest/gtest.h>
-#include <signal.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <functional>
 #include <regex>
-#include <string>
-#include <vector>
 
 #include "CrashTestSupport.h"
-#include "crash/RecordParser.h"
 #include "support/HostileEntries.h"
 
 namespace tarnwell::crash {

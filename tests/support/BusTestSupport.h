@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <QDBusConnection>
+#include <QDBusContext>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QObject>
@@ -19,26 +20,26 @@
 
 namespace tarnwell::test {
 
-inline QDBusMessage callAndWait(const QDBusConnection &connection, const QDBusMessage &call) {
+inline QDBusMessage callAndWait(const QDBusConnection &connection, const QString &service,
+                                const QString &path, const QString &interface,
+                                const QString &method, const QVariantList &arguments) {
+    QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, method);
+    call.setArguments(arguments);
     QDBusPendingCallWatcher watcher(connection.asyncCall(call));
     if (!watcher.isFinished()) {
         QSignalSpy finished(&watcher, &QDBusPendingCallWatcher::finished);
-        EXPECT_TRUE(finished.wait(10000)) << call.member().toStdString() << " got no reply";
+        EXPECT_TRUE(finished.wait(10000)) << method.toStdString() << " got no reply";
     }
     return watcher.reply();
 }
 
 inline QVariant propertyOf(const QDBusConnection &connection, const QString &service,
                            const QString &path, const QString &interface, const QString &name) {
-    QDBusMessage get = QDBusMessage::createMethodCall(
-        service, path, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    get << interface << name;
-    const QDBusMessage reply = callAndWait(connection, get);
+    const QDBusMessage reply =
+        callAndWait(connection, service, path, QStringLiteral("org.freedesktop.DBus.Properties"),
+                    QStringLiteral("Get"), {interface, name});
     EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
-    if (reply.arguments().isEmpty()) {
-        return {};
-    }
-    return reply.arguments().at(0).value<QDBusVariant>().variant();
+    return reply.arguments().value(0).value<QDBusVariant>().variant();
 }
 
 template <typename T>
@@ -97,6 +98,48 @@ public slots:
 
 signals:
     void recorded();
+};
+
+// Plays the panel's StatusNotifierWatcher on a connection of its own and
+// records who registered.
+class TestStatusNotifierWatcher : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
+    Q_PROPERTY(int ProtocolVersion READ protocolVersion)
+    Q_PROPERTY(bool IsStatusNotifierHostRegistered READ isHostRegistered)
+    Q_PROPERTY(QStringList RegisteredStatusNotifierItems READ items)
+public:
+    explicit TestStatusNotifierWatcher(const QString &connectionName)
+        : connection_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName)) {
+        connection_.registerObject(QStringLiteral("/StatusNotifierWatcher"), this,
+                                   QDBusConnection::ExportAllContents);
+        connection_.registerService(QStringLiteral("org.kde.StatusNotifierWatcher"));
+    }
+    ~TestStatusNotifierWatcher() override {
+        QDBusConnection::disconnectFromBus(connection_.name());
+    }
+
+    int protocolVersion() const { return 0; }
+    bool isHostRegistered() const { return true; }
+    QStringList items() const { return registeredItems; }
+
+    QStringList registeredItems;
+    // Unique bus names of the registered items' owners, in order.
+    QStringList senders;
+
+public slots:
+    void RegisterStatusNotifierItem(const QString &service) {
+        registeredItems.append(service);
+        senders.append(message().service());
+        emit itemRegistered();
+    }
+    void RegisterStatusNotifierHost(const QString &) {}
+
+signals:
+    void itemRegistered();
+
+private:
+    QDBusConnection connection_;
 };
 
 }  // namespace tarnwell::test

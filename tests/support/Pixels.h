@@ -6,6 +6,12 @@
 
 namespace tarnwell::test {
 
+inline QImage filled(const QColor &color, QSize size = {22, 22}) {
+    QImage image(size, QImage::Format_ARGB32);
+    image.fill(color);
+    return image;
+}
+
 // How many pixels of the image pass the check.
 template <typename Check>
 int pixelsWhere(const QImage &image, Check check) {

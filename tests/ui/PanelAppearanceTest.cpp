@@ -1,16 +1,23 @@
-// Dark or light panel, from each source the desktop offers, through files
-// and X properties the tests write themselves.
+// What the panel shows: dark or light from each source the desktop offers
+// (files and X properties the tests write themselves), the bundled icons,
+// template masks in the panel's colour, and the title drawn where the host
+// shows no label, sharp at both pixel densities.
 #include <gtest/gtest.h>
 #include <xcb/xcb.h>
+#include <QBitmap>
 #include <QDir>
 #include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
+#include "Pixels.h"
 #include "QtPrinters.h"
+#include "StatusBarIcons.h"
 #include "support/XvfbDisplay.h"
 #include "ui/LegacyTrayPresence.h"
 #include "ui/PanelAppearance.h"
+#include "ui/TemplateImage.h"
+#include "ui/TitledIcon.h"
 #include "ui/X11ManagerSelection.h"
 #include "ui/XSettings.h"
 
@@ -122,15 +129,13 @@ TEST(DesktopFilesChange, AreReadAgain) {
 // Settings as a GTK desktop's manager publishes them, worked out by hand from
 // the XSETTINGS layout: an integer "Xft/DPI" (96 * 1024), then the string
 // "Net/ThemeName". Spaces part the fields.
-const QByteArray kGreybird = QByteArray::fromHex(
-    "00 000000 07000000 02000000"
-    "00 00 0700 5866742f445049 00 00000000 00800100"
-    "01 00 0d00 4e65742f5468656d654e616d65 000000 00000000 08000000 4772657962697264");
-const QByteArray kGreybirdDark = QByteArray::fromHex(
-    "00 000000 07000000 02000000"
-    "00 00 0700 5866742f445049 00 00000000 00800100"
-    "01 00 0d00 4e65742f5468656d654e616d65 000000 00000000 0d000000 "
-    "47726579626972642d6461726b 000000");
+const QByteArray kLittleEndianUpToTheName = QByteArray::fromHex(
+    "00 000000 07000000 02000000 00 00 0700 5866742f445049 00 00000000 00800100"
+    "01 00 0d00 4e65742f5468656d654e616d65 000000 00000000");
+const QByteArray kGreybird =
+    kLittleEndianUpToTheName + QByteArray::fromHex("08000000 4772657962697264");
+const QByteArray kGreybirdDark =
+    kLittleEndianUpToTheName + QByteArray::fromHex("0d000000 47726579626972642d6461726b 000000");
 const QByteArray kGreybirdBigEndian = QByteArray::fromHex(
     "01 000000 00000007 00000002"
     "00 00 0007 5866742f445049 00 00000000 00018000"
@@ -222,6 +227,67 @@ TEST(OnXServer, TrayAndSettingsManagersAreFollowed) {
     manager.setProperty("_XSETTINGS_SETTINGS", kGreybirdDark);
     ASSERT_TRUE(changed.wait(15000));
     EXPECT_TRUE(appearance.isDark());
+}
+
+using test::pixelsNear;
+using test::pixelsWhere;
+
+// The template icon is a mask: any colour in it would survive the tint as a
+// wrong shade. Its edges land on whole pixels at the panel's own size.
+TEST(StatusBarIcons, LoadAndTheTemplateIconIsAMonochromeMask) {
+    for (const int size : {16, 22, 44}) {
+        SCOPED_TRACE(size);
+        EXPECT_FALSE(loadStatusBarIcon(kStatusBarIconStatic3D, {size, size}).isNull());
+        const QImage image = loadStatusBarIcon(kStatusBarIconStatic2D, {size, size})
+                                 .convertToFormat(QImage::Format_ARGB32);
+        ASSERT_FALSE(image.isNull()) << "cannot load the icon (is the SVG image plugin installed?)";
+        EXPECT_EQ(
+            pixelsWhere(image,
+                        [](const QColor &c) { return c.alpha() > 0 && (c.rgb() & 0xffffff) != 0; }),
+            0)
+            << "coloured pixels";
+        EXPECT_GT(pixelsWhere(image, [](const QColor &c) { return c.alpha() >= 128; }),
+                  size * size / 5)
+            << "the glyph is too faint";
+    }
+}
+
+TEST(TemplateImageTint, PaintsEveryPixelKeepingItsCoverage) {
+    QImage mask(3, 1, QImage::Format_ARGB32);
+    mask.setPixelColor(0, 0, QColor(255, 0, 0, 255));
+    mask.setPixelColor(1, 0, QColor(0, 0, 255, 128));
+    mask.setPixelColor(2, 0, QColor(0, 0, 0, 0));
+    const QImage tinted =
+        TemplateImage::tinted(mask, Qt::white).convertToFormat(QImage::Format_ARGB32);
+    EXPECT_EQ(tinted.pixelColor(0, 0), QColor(Qt::white));
+    EXPECT_EQ(tinted.pixelColor(1, 0), QColor(255, 255, 255, 128));
+    EXPECT_EQ(tinted.pixelColor(2, 0).alpha(), 0);
+}
+
+TEST(DrawnTitle, FillsTheSquareInThePanelColour) {
+    const struct {
+        qreal ratio;
+        QColor text;
+    } cases[] = {{1.0, Qt::black}, {2.0, Qt::black}, {1.0, Qt::white}, {2.0, Qt::white}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(::testing::Message() << c.text.name().toStdString() << " at " << c.ratio);
+        const QImage drawn = TitledIcon::draw(QStringLiteral("16.55 GB"), c.text, 22, c.ratio)
+                                 .convertToFormat(QImage::Format_ARGB32);
+
+        const int side = qRound(22 * c.ratio);
+        ASSERT_EQ(drawn.size(), QSize(side, side));
+        EXPECT_EQ(drawn.devicePixelRatio(), c.ratio);
+        // Text in the panel's colour, never in the opposite one.
+        const QColor opposite = c.text == QColor(Qt::white) ? QColor(Qt::black) : QColor(Qt::white);
+        EXPECT_GT(pixelsNear(drawn, c.text), 20 * c.ratio * c.ratio);
+        EXPECT_EQ(pixelsNear(drawn, opposite), 0);
+        // As large as the square allows: the text spans most of its width.
+        const QRegion ink(QBitmap::fromImage(drawn.createAlphaMask()));
+        EXPECT_GT(ink.boundingRect().width(), side * 3 / 4);
+        // Drawn at the density, not scaled up from one: a scaled-up picture
+        // repeats every pixel in 2x2 blocks, so halving and doubling keeps it.
+        EXPECT_TRUE(c.ratio == 1 || drawn.scaled(side / 2, side / 2).scaled(side, side) != drawn);
+    }
 }
 
 }  // namespace

@@ -1,0 +1,643 @@
+// The status item as hosts see it on the bus, the two presenters of its menu
+// model (the dbusmenu exporter panels read, and the QMenu mirror the tray icon
+// pops up, each with its own escaping), and the host that chooses between the
+// item and the legacy tray icon as panels come, go and come back.
+#include <QCoreApplication>
+#include <QDBusMessage>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QMenu>
+#include <QPainter>
+#include <QPalette>
+#include <QScreen>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtEndian>
+#include <optional>
+
+#include "BusTestSupport.h"
+#include "Pixels.h"
+#include "QtPrinters.h"
+#include "app/QRMMenu.h"
+#include "ui/DBusMenuExporter.h"
+#include "ui/LegacyTrayPresence.h"
+#include "ui/MenuMirror.h"
+#include "ui/PanelAppearance.h"
+#include "ui/StatusItemHost.h"
+#include "ui/StatusNotifierItem.h"
+#include "ui/StatusNotifierItemView.h"
+
+namespace tarnwell {
+namespace {
+
+using namespace std::chrono_literals;
+using Kind = StatusItemHost::Kind;
+using test::demarshalled;
+using test::filled;
+using test::TestStatusNotifierWatcher;
+
+const QString kItemPath = QStringLiteral("/StatusNotifierItem");
+const QString kItemInterface = QStringLiteral("org.kde.StatusNotifierItem");
+
+// The colour at the centre of a pixmap as sent on the bus: A, R, G, B, most
+// significant byte first.
+QColor centreOf(const DBusImage &image) {
+    const auto *bytes = reinterpret_cast<const uchar *>(image.pixels.constData());
+    const int offset = 4 * (image.height / 2 * image.width + image.width / 2);
+    return QColor::fromRgba(qFromBigEndian<quint32>(bytes + offset));
+}
+
+// A connection of its own, with its own unique name, as a panel has.
+class BusHostTest : public ::testing::Test {
+protected:
+    void SetUp() override { registerDBusTypes(); }
+    void TearDown() override { QDBusConnection::disconnectFromBus(QStringLiteral("host")); }
+
+    QDBusConnection host =
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("host"));
+    test::BusSignalRecorder recorder;
+};
+
+class StatusNotifierItemTest : public BusHostTest {
+protected:
+    void startItem(const QImage &image = {}, bool isTemplate = false) {
+        watcher.emplace(QStringLiteral("watcher"));
+        view = std::make_unique<StatusNotifierItemView>(QDBusConnection::sessionBus(), appearance);
+        if (!image.isNull()) {
+            view->setImage(image, isTemplate);
+        }
+        waitForRegistration(*watcher);
+        recorder.listen(host, view->item()->serviceName(), kItemPath, kItemInterface,
+                        {QStringLiteral("NewIcon"), QStringLiteral("XAyatanaNewLabel")});
+    }
+
+    static void waitForRegistration(TestStatusNotifierWatcher &watcher) {
+        QSignalSpy registered(&watcher, &TestStatusNotifierWatcher::itemRegistered);
+        ASSERT_TRUE(!watcher.registeredItems.isEmpty() || registered.wait(10000))
+            << "the item did not register";
+    }
+
+    QVariant itemProperty(const char *name) {
+        return test::propertyOf(host, view->item()->serviceName(), kItemPath, kItemInterface,
+                                QString::fromLatin1(name));
+    }
+
+    QString iconFile() {
+        return itemProperty("IconThemePath").toString() + '/' +
+               itemProperty("IconName").toString() + ".png";
+    }
+
+    QColor centreOfLargestPixmap() {
+        const auto pixmaps = demarshalled<DBusImageList>(itemProperty("IconPixmap"));
+        return pixmaps.isEmpty() ? QColor() : centreOf(pixmaps.last());
+    }
+
+    QTemporaryDir noDesktopFiles;
+    // Nothing but the palette speaks: the tests set it.
+    PanelAppearance appearance{{noDesktopFiles.path(), {}, {}, {}}, {}, nullptr};
+    std::optional<TestStatusNotifierWatcher> watcher;
+    std::unique_ptr<StatusNotifierItemView> view;
+};
+
+TEST_F(StatusNotifierItemTest, RegistersPublishesAndOpensItsMenu) {
+    startItem(filled(Qt::red, {30, 10}));
+    QRMMenu menu;
+    menu.addItem(QStringLiteral("Clean"));
+    view->setMenu(&menu);
+    view->setTitle(QStringLiteral("Free: 42.17 %"));
+    view->setToolTip(QStringLiteral("Free memory: 8.00 GB (42.17 %)"));
+
+    const QString service = watcher->registeredItems.at(0);
+    EXPECT_EQ(
+        service,
+        QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(QCoreApplication::applicationPid()));
+    EXPECT_EQ(watcher->senders.at(0), QDBusConnection::sessionBus().baseService());
+    EXPECT_EQ(itemProperty("XAyatanaLabel").toString(), "Free: 42.17 %");
+    EXPECT_EQ(itemProperty("XAyatanaLabelGuide").toString(), "Free: 00.00 %");
+    EXPECT_EQ(demarshalled<DBusToolTip>(itemProperty("ToolTip")).description,
+              "Free memory: 8.00 GB (42.17 %)");
+
+    // Hosts that load icons by name find a PNG file in a private folder; a
+    // picture that is not square is letterboxed.
+    const QImage file(iconFile());
+    EXPECT_EQ(file.pixelColor(file.width() / 2, file.height() / 2), QColor(Qt::red));
+    EXPECT_EQ(file.pixelColor(file.width() / 2, 2).alpha(), 0);
+    EXPECT_EQ(QFileInfo(itemProperty("IconThemePath").toString()).permissions() &
+                  (QFile::ReadOther | QFile::ReadGroup),
+              0);
+    // Pixmaps for small and large panels, the largest no more than 64 px.
+    const auto pixmaps = demarshalled<DBusImageList>(itemProperty("IconPixmap"));
+    ASSERT_GE(pixmaps.size(), 2);
+    EXPECT_LE(pixmaps.first().width, 22);
+    EXPECT_LE(pixmaps.last().width, 64);
+    for (const DBusImage &pixmap : pixmaps) {
+        ASSERT_EQ(pixmap.width, pixmap.height);
+        ASSERT_EQ(pixmap.pixels.size(), pixmap.width * pixmap.height * 4);
+        EXPECT_EQ(centreOf(pixmap), QColor(Qt::red));
+    }
+
+    // lxqt-panel's left click: the same menu opens where the user clicked.
+    QSignalSpy modelShown(&menu, &QRMMenu::aboutToShow);
+    EXPECT_EQ(
+        test::callAndWait(host, service, kItemPath, kItemInterface, "Activate", {40, 10}).type(),
+        QDBusMessage::ReplyMessage);
+    EXPECT_TRUE(modelShown.count() == 1 || modelShown.wait(10000))
+        << "the menu did not open, or did not let the model refresh first";
+}
+
+TEST_F(StatusNotifierItemTest, ChangesReachTheHosts) {
+    startItem(filled(Qt::red));
+    const QString firstFile = iconFile();
+
+    // The same picture again costs the hosts nothing: the label change sent
+    // after it arrives with no icon change before it.
+    view->setImage(filled(Qt::red), false);
+    view->setTitle(QStringLiteral("1.25 GB"));
+    recorder.waitFor(QStringLiteral("XAyatanaNewLabel"));
+    EXPECT_EQ(recorder.names(), QStringList{QStringLiteral("XAyatanaNewLabel")});
+    EXPECT_EQ(recorder.received.last().arguments(),
+              (QVariantList{QStringLiteral("1.25 GB"), QStringLiteral("0.00 GB")}));
+
+    view->setImage(filled(Qt::blue), false);
+    recorder.waitFor(QStringLiteral("NewIcon"));
+    EXPECT_TRUE(QFileInfo::exists(iconFile()));
+    EXPECT_FALSE(QFileInfo::exists(firstFile));
+
+    // lxqt-panel and KDE show no label: the figure goes into the icon
+    // instead, and is not repeated as a label.
+    recorder.received.clear();
+    view->setTitleDrawn(true);
+    recorder.waitFor(QStringLiteral("NewIcon"));
+    EXPECT_EQ(itemProperty("XAyatanaLabel").toString(), QString());
+    const QImage file = QImage(iconFile()).convertToFormat(QImage::Format_ARGB32);
+    EXPECT_EQ(test::pixelsNear(file, Qt::blue), 0) << "the picture is still there";
+    EXPECT_GT(test::pixelsNear(file, Qt::black), 50) << "no text in the panel's colour";
+}
+
+TEST_F(StatusNotifierItemTest, TemplateImagesFollowThePaletteOfTheDesktop) {
+    QGuiApplication::setPalette(QPalette(Qt::white));  // light
+    QImage mask = filled(Qt::transparent);
+    QPainter(&mask).fillRect(6, 6, 10, 10, Qt::red);
+    startItem(mask, true);
+    EXPECT_EQ(centreOfLargestPixmap(), QColor(Qt::black));
+
+    QPalette dark(QColor(30, 30, 30));
+    dark.setColor(QPalette::WindowText, Qt::white);
+    QGuiApplication::setPalette(dark);
+    recorder.waitFor(QStringLiteral("NewIcon"));
+    EXPECT_EQ(centreOfLargestPixmap(), QColor(Qt::white));
+    QGuiApplication::setPalette(QPalette());
+}
+
+TEST_F(StatusNotifierItemTest, RegistersWithEveryNewWatcher) {
+    view = std::make_unique<StatusNotifierItemView>(QDBusConnection::sessionBus(), appearance);
+    {
+        // A watcher that starts after the item.
+        TestStatusNotifierWatcher first(QStringLiteral("first"));
+        waitForRegistration(first);
+    }
+    // The panel restarts: its new watcher hears from the item again.
+    TestStatusNotifierWatcher second(QStringLiteral("second"));
+    waitForRegistration(second);
+    EXPECT_EQ(second.registeredItems, QStringList{view->item()->serviceName()});
+}
+
+class FakeTray : public LegacyTrayPresence {
+public:
+    bool isPresent() const override { return present; }
+    void set(bool isPresent) {
+        present = isPresent;
+        emit changed();
+    }
+    bool present = false;
+};
+
+// Records what the host hands it; counts the items alive, which must never
+// exceed one.
+struct FakeItem : PanelStatusItem {
+    static inline int alive = 0;
+    static inline int mostAlive = 0;
+    FakeItem() { mostAlive = std::max(mostAlive, ++alive); }
+    ~FakeItem() override { --alive; }
+
+    void setTitle(const QString &t) override { title = t; }
+    void setToolTip(const QString &t) override { toolTip = t; }
+    void setImage(const QImage &i, bool t) override { image = i, isTemplate = t; }
+    void setMenu(QRMMenu *m) override { menu = m; }
+    void setTitleDrawn(bool d) override { drawn = d; }
+
+    QString title, toolTip;
+    QImage image;
+    bool isTemplate = false, drawn = false;
+    QRMMenu *menu = nullptr;
+};
+
+class StatusItemHostTest : public ::testing::Test {
+protected:
+    void SetUp() override { FakeItem::alive = FakeItem::mostAlive = 0; }
+
+    std::unique_ptr<StatusItemHost> start() {
+        auto host = std::make_unique<StatusItemHost>(
+            QDBusConnection::sessionBus(), tray,
+            StatusItemHost::Items{[] { return std::make_unique<FakeItem>(); },
+                                  [] { return std::make_unique<FakeItem>(); }},
+            [this] { return placement; });
+        host->setWatcherGracePeriod(50ms);
+        host->setProcessNameLookup([this](uint) { return watcherProcess; });
+        return host;
+    }
+
+    static FakeItem &itemOf(StatusItemHost &host) { return *static_cast<FakeItem *>(host.item()); }
+
+    static void waitForKind(StatusItemHost &host, Kind kind) {
+        QSignalSpy changed(&host, &StatusItemHost::kindChanged);
+        while (host.kind() != kind) {
+            ASSERT_TRUE(changed.wait(5000)) << "kind stays " << int(host.kind());
+        }
+    }
+
+    FakeTray tray;
+    int placement = 0;
+    QString watcherProcess = QStringLiteral("xfce4-panel");
+};
+
+// Without a watcher the item waits on the bus for one, unless a legacy tray
+// is there to take the tray icon.
+TEST_F(StatusItemHostTest, TheTrayIconOnlyWhereNoWatcherRuns) {
+    {
+        auto host = start();
+        EXPECT_EQ(host->kind(), Kind::NotifierItem);
+        tray.set(true);
+        EXPECT_EQ(host->kind(), Kind::TrayIcon);
+        tray.set(false);
+        EXPECT_EQ(host->kind(), Kind::NotifierItem);
+    }
+    TestStatusNotifierWatcher watcher(QStringLiteral("panel"));
+    tray.present = true;  // xfce4-panel's tray owns both
+    EXPECT_EQ(start()->kind(), Kind::NotifierItem);
+}
+
+// Tarnwell started at login before the panel: it used to settle on the tray
+// icon, or on nothing, for good.
+TEST_F(StatusItemHostTest, StartedBeforeThePanelFollowsItsWatcher) {
+    tray.present = true;
+    auto host = start();
+    EXPECT_EQ(host->kind(), Kind::TrayIcon);
+    QRMMenu menu;
+    const QImage image = filled(Qt::red);
+    host->setMenu(&menu);
+    host->setTitle(QStringLiteral("2.38 GB"));
+    host->setToolTip(QStringLiteral("Free memory: 2.38 GB (12.12 %)"));
+    host->setImage(image, true);
+
+    auto watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel"));
+    waitForKind(*host, Kind::NotifierItem);
+    // The new item shows everything the controller set before it came.
+    const FakeItem &item = itemOf(*host);
+    EXPECT_EQ(item.title, QStringLiteral("2.38 GB"));
+    EXPECT_EQ(item.toolTip, QStringLiteral("Free memory: 2.38 GB (12.12 %)"));
+    EXPECT_EQ(item.image, image);
+    EXPECT_TRUE(item.isTemplate);
+    EXPECT_EQ(item.menu, &menu);
+
+    // A panel restart within the grace period keeps the item.
+    host->setWatcherGracePeriod(10s);
+    QSignalSpy changed(host.get(), &StatusItemHost::kindChanged);
+    watcher.reset();
+    QSignalSpy identified(host.get(), &StatusItemHost::hostIdentified);
+    watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel2"));
+    ASSERT_TRUE(identified.wait(5000));
+    EXPECT_TRUE(changed.isEmpty());
+
+    // The watcher leaves and stays away: the tray icon returns.
+    host->setWatcherGracePeriod(50ms);
+    watcher.reset();
+    waitForKind(*host, Kind::TrayIcon);
+    EXPECT_EQ(FakeItem::mostAlive, 1) << "two icons at once";
+}
+
+TEST_F(StatusItemHostTest, TitleDrawnWhereTheHostShowsNoLabel) {
+    tray.present = true;
+    {
+        auto host = start();  // a legacy tray shows no label either
+        host->setTitle(QStringLiteral("42.00 %"));
+        EXPECT_TRUE(itemOf(*host).drawn);
+    }
+    TestStatusNotifierWatcher watcher(QStringLiteral("panel"));
+    const struct {
+        const char *watcherProcess;
+        int placement;  // the setting: 0 from the host, 1 label, 2 drawn
+        bool drawn;
+    } cases[] = {{"ayatana-indicat", 0, false},
+                 {"lxqt-panel", 0, true},
+                 {"lxqt-panel", 1, false},
+                 {"ayatana-indicat", 2, true}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(::testing::Message() << c.watcherProcess << " " << c.placement);
+        placement = c.placement;
+        watcherProcess = QString::fromLatin1(c.watcherProcess);
+        auto host = start();
+        QSignalSpy identified(host.get(), &StatusItemHost::hostIdentified);
+        ASSERT_TRUE(identified.wait(5000));
+        host->setTitle(QStringLiteral("42.00 %"));
+        EXPECT_EQ(itemOf(*host).drawn, c.drawn);
+    }
+}
+
+// One entry of a menu shape, a short string: "~" before a hidden entry, "!"
+// before a disabled one, "---" for a separator, "*" after one with an icon,
+// ">" after one announced as a submenu, its children in parentheses.
+QString shown(bool visible, bool enabled, bool separator, const QString &label, bool icon,
+              bool announced, const QString &children) {
+    return QString(visible ? "" : "~") + (enabled ? "" : "!") + (separator ? "---" : label) +
+           (icon ? "*" : "") + (announced ? ">" : "") +
+           (children.isEmpty() ? QString() : '(' + children + ')');
+}
+
+const QString kPath = QStringLiteral("/MenuBar");
+const QString kInterface = QStringLiteral("com.canonical.dbusmenu");
+
+QString shapeOf(const QList<DBusMenuLayoutItem> &items) {
+    QStringList parts;
+    for (const DBusMenuLayoutItem &item : items) {
+        const QVariantMap &p = item.properties;
+        parts << shown(p.value("visible", true).toBool(), p.value("enabled", true).toBool(),
+                       p.value("type") == "separator", p.value("label", "?").toString(),
+                       p.contains("icon-data"), p.value("children-display") == "submenu",
+                       shapeOf(item.children));
+    }
+    return parts.join(", ");
+}
+
+QString shapeOf(const QMenu *menu) {
+    QStringList parts;
+    for (const QAction *a : menu->actions()) {
+        // Qt disables every hidden action; only a shown one tells.
+        parts << shown(a->isVisible(), !a->isVisible() || a->isEnabled(), a->isSeparator(),
+                       a->text(), !a->icon().isNull(), false,
+                       a->menu() ? shapeOf(a->menu()) : QString());
+    }
+    return parts.join(", ");
+}
+
+struct MenuModel {
+    MenuModel() {
+        clean = model.addItem(QStringLiteral("Clean_now"));
+        model.addSeparator();
+        free = model.addItem(QStringLiteral("Free & easy"));
+        free->setImage(test::filled(Qt::green, {16, 16}));
+        wired = model.addItem(QStringLiteral("Wired"));
+        wired->setEnabled(false);
+        swap = model.addItem(QStringLiteral("Swap"));
+        swap->setSubmenu(new QRMMenu);
+        swapUsed = swap->submenu()->addItem(QStringLiteral("Used"));
+        swap->submenu()->addItem(QStringLiteral("Total"));
+        model.addItem(QStringLiteral("Hidden"))->setVisible(false);
+    }
+
+    QRMMenu model;
+    QRMMenuItem *clean, *free, *wired, *swap, *swapUsed;
+};
+
+class DBusMenuExporterTest : public BusHostTest, public MenuModel {
+protected:
+    void SetUp() override {
+        BusHostTest::SetUp();
+        exporter = std::make_unique<DBusMenuExporter>(QDBusConnection::sessionBus(), kPath);
+        exporter->setMenu(&model);
+        recorder.listen(
+            host, service, kPath, kInterface,
+            {QStringLiteral("LayoutUpdated"), QStringLiteral("ItemsPropertiesUpdated")});
+        // The first announcement of a freshly exported menu.
+        recorder.waitFor(QStringLiteral("LayoutUpdated"));
+        recorder.received.clear();
+    }
+
+    QDBusMessage call(const QString &method, const QVariantList &arguments) {
+        return test::callAndWait(host, service, kPath, kInterface, method, arguments);
+    }
+
+    std::pair<uint, DBusMenuLayoutItem> getLayout(int parent, int depth,
+                                                  const QStringList &names = {}) {
+        const QDBusMessage reply = call(QStringLiteral("GetLayout"), {parent, depth, names});
+        EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
+        if (reply.arguments().size() != 2) {
+            return {};
+        }
+        return {reply.arguments().at(0).toUInt(),
+                demarshalled<DBusMenuLayoutItem>(reply.arguments().at(1))};
+    }
+
+    int idOf(const QString &label) {
+        const int id = test::menuItemId(getLayout(0, -1).second, label);
+        EXPECT_NE(id, 0) << label.toStdString() << " is not in the menu";
+        return id;
+    }
+
+    std::unique_ptr<DBusMenuExporter> exporter;
+    QString service = QDBusConnection::sessionBus().baseService();
+};
+
+const QVariant kClick = QVariant::fromValue(QDBusVariant(0));
+
+TEST_F(DBusMenuExporterTest, ReadsAnswerTheAskedPartOrAnError) {
+    const struct {
+        const char *parentLabel;  // nullptr for the root
+        int depth;
+        QStringList propertyNames;
+        const char *shape;
+    } cases[] = {
+        {nullptr, -1, {}, "Clean__now, ---, Free & easy*, !Wired, Swap>(Used, Total), ~Hidden"},
+        {nullptr, 0, {}, ""},
+        {nullptr, 1, {}, "Clean__now, ---, Free & easy*, !Wired, Swap>, ~Hidden"},
+        {"Swap", -1, {}, "Used, Total"},
+        {nullptr, -1, {"label"}, "Clean__now, ?, Free & easy, Wired, Swap(Used, Total), Hidden"},
+        {nullptr, 1, {"no-such"}, "?, ?, ?, ?, ?, ?"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.shape);
+        const int parent = c.parentLabel ? idOf(QString::fromUtf8(c.parentLabel)) : 0;
+        const DBusMenuLayoutItem layout = getLayout(parent, c.depth, c.propertyNames).second;
+        EXPECT_EQ(layout.id, parent);
+        EXPECT_EQ(shapeOf(layout.children).toStdString(), c.shape);
+    }
+
+    // Unknown ids answer an error, not an empty value.
+    const std::pair<const char *, QVariantList> calls[] = {
+        {"GetLayout", {999, -1, QStringList()}},
+        {"GetProperty", {999, QStringLiteral("label")}},
+        {"GetProperty", {0, QStringLiteral("label")}},  // the root has no label
+        {"Event", {999, QStringLiteral("clicked"), kClick, 0u}},
+        {"AboutToShow", {999}},
+    };
+    for (const auto &[method, arguments] : calls) {
+        EXPECT_EQ(call(QString::fromUtf8(method), arguments).type(), QDBusMessage::ErrorMessage)
+            << method;
+    }
+}
+
+TEST_F(DBusMenuExporterTest, ClicksAndOpeningsReachTheModel) {
+    QSignalSpy cleanTriggered(clean, &QRMMenuItem::triggered);
+    QSignalSpy usedTriggered(swapUsed, &QRMMenuItem::triggered);
+    const QDBusMessage single =
+        call(QStringLiteral("Event"),
+             {idOf(QStringLiteral("Clean__now")), QStringLiteral("clicked"), kClick, 0u});
+    EXPECT_EQ(single.type(), QDBusMessage::ReplyMessage) << single.errorMessage().toStdString();
+
+    // A group with an unknown id still triggers the known ones and names the rest.
+    const DBusMenuEventList events{
+        {idOf(QStringLiteral("Used")), QStringLiteral("clicked"), QDBusVariant(0), 0},
+        {999, QStringLiteral("clicked"), QDBusVariant(0), 0}};
+    const QDBusMessage group = call(QStringLiteral("EventGroup"), {QVariant::fromValue(events)});
+    ASSERT_EQ(group.type(), QDBusMessage::ReplyMessage) << group.errorMessage().toStdString();
+    EXPECT_EQ(demarshalled<QList<int>>(group.arguments().at(0)), QList<int>{999});
+    EXPECT_TRUE(cleanTriggered.count() == 1 || cleanTriggered.wait(10000));
+    EXPECT_TRUE(usedTriggered.count() == 1 || usedTriggered.wait(10000));
+
+    // Opening a submenu lets the model refresh before the host reads it.
+    QSignalSpy swapShown(swap->submenu(), &QRMMenu::aboutToShow);
+    QObject::connect(swap->submenu(), &QRMMenu::aboutToShow, swap->submenu(),
+                     [this] { swap->submenu()->addItem(QStringLiteral("Late")); });
+    const int swapId = idOf(QStringLiteral("Swap"));
+    const QDBusMessage shown =
+        call(QStringLiteral("AboutToShowGroup"), {QVariant::fromValue(QList<int>{swapId, 999})});
+    ASSERT_EQ(shown.type(), QDBusMessage::ReplyMessage) << shown.errorMessage().toStdString();
+    EXPECT_EQ(demarshalled<QList<int>>(shown.arguments().at(0)), QList<int>{swapId})
+        << "the refresh changed the submenu";
+    EXPECT_EQ(demarshalled<QList<int>>(shown.arguments().at(1)), QList<int>{999});
+    EXPECT_EQ(swapShown.count(), 1);
+}
+
+TEST_F(DBusMenuExporterTest, ChangesOfOneTurnArriveAsOneDiffOrOneLayoutUpdate) {
+    const uint revision = getLayout(0, 0).first;
+    const int cleanId = idOf(QStringLiteral("Clean__now"));
+    const int freeId = idOf(QStringLiteral("Free & easy"));
+    const int wiredId = idOf(QStringLiteral("Wired"));
+
+    clean->setTitle(QStringLiteral("Cleaning..."));
+    clean->setTitle(QStringLiteral("Clean_again"));
+    free->setImage({});
+    wired->setEnabled(true);
+    recorder.waitFor(QStringLiteral("ItemsPropertiesUpdated"));
+    ASSERT_EQ(recorder.names(), QStringList{QStringLiteral("ItemsPropertiesUpdated")});
+    const QVariantList arguments = recorder.received[0].arguments();
+    const auto updated = demarshalled<DBusMenuItemList>(arguments.at(0));
+    const auto removed = demarshalled<DBusMenuItemKeysList>(arguments.at(1));
+    ASSERT_EQ(updated.size(), 1);
+    EXPECT_EQ(updated[0].id, cleanId);
+    EXPECT_EQ(updated[0].properties,
+              (QVariantMap{{QStringLiteral("label"), QStringLiteral("Clean__again")}}));
+    QMap<int, QStringList> removedById;
+    for (const DBusMenuItemKeys &keys : removed) {
+        removedById.insert(keys.id, keys.names);
+    }
+    EXPECT_EQ(removedById, (QMap<int, QStringList>{{freeId, {QStringLiteral("icon-data")}},
+                                                   {wiredId, {QStringLiteral("enabled")}}}));
+    EXPECT_EQ(getLayout(0, 0).first, revision) << "a retitle is no layout change";
+
+    // A structure change announces its parent with a new revision.
+    recorder.received.clear();
+    const int swapId = idOf(QStringLiteral("Swap"));
+    swap->submenu()->addItem(QStringLiteral("Free swap"));
+    recorder.waitFor(QStringLiteral("LayoutUpdated"));
+    ASSERT_EQ(recorder.names(), QStringList{QStringLiteral("LayoutUpdated")});
+    EXPECT_GT(recorder.received[0].arguments().at(0).toUInt(), revision);
+    EXPECT_EQ(recorder.received[0].arguments().at(1).toInt(), swapId);
+    EXPECT_EQ(shapeOf(getLayout(swapId, -1).second.children),
+              QStringLiteral("Used, Total, Free swap"));
+
+    // A rebuilt menu is one announcement of the root, with fresh ids.
+    const int oldMaximum = idOf(QStringLiteral("Free swap"));
+    recorder.received.clear();
+    model.removeAllItems();
+    model.addItem(QStringLiteral("Clean_now"));
+    recorder.waitFor(QStringLiteral("LayoutUpdated"));
+    ASSERT_EQ(recorder.received.size(), 1) << "one announcement per turn";
+    EXPECT_EQ(recorder.received[0].arguments().at(1).toInt(), 0);
+    const DBusMenuLayoutItem root = getLayout(0, -1).second;
+    ASSERT_EQ(root.children.size(), 1);
+    EXPECT_GT(root.children[0].id, oldMaximum);
+    EXPECT_EQ(call(QStringLiteral("GetProperty"), {oldMaximum, QStringLiteral("label")}).type(),
+              QDBusMessage::ErrorMessage);
+}
+
+class MenuMirrorTest : public ::testing::Test, public MenuModel {
+protected:
+    void SetUp() override { mirror.setMenu(&model); }
+
+    MenuMirror mirror;
+};
+
+TEST_F(MenuMirrorTest, ItemChangesUpdateTheSameActionsAndStructureChangesRebuild) {
+    EXPECT_EQ(shapeOf(mirror.menu()),
+              QStringLiteral("Clean_now, ---, Free && easy*, !Wired, Swap(Used, Total), ~Hidden"));
+    const QList<QAction *> before = mirror.menu()->actions();
+    QSignalSpy triggered(swapUsed, &QRMMenuItem::triggered);
+    before.at(4)->menu()->actions().at(0)->trigger();
+    EXPECT_TRUE(triggered.wait(10000)) << "picking an action did not trigger its item";
+
+    clean->setTitle(QStringLiteral("Cleaning..."));
+    clean->setEnabled(false);
+    free->setImage({});
+    swapUsed->setVisible(false);
+    EXPECT_EQ(
+        shapeOf(mirror.menu()),
+        QStringLiteral("!Cleaning..., ---, Free && easy, !Wired, Swap(~Used, Total), ~Hidden"));
+    EXPECT_EQ(mirror.menu()->actions(), before);
+
+    // Structure changes rebuild their menu; a new submenu on the next turn.
+    swap->submenu()->addItem(QStringLiteral("Free swap"));
+    auto *more = new QRMMenu;
+    more->addItem(QStringLiteral("Page size"));
+    clean->setSubmenu(more);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(
+        shapeOf(mirror.menu()),
+        QStringLiteral("!Cleaning...(Page size), ---, Free && easy, !Wired, Swap(~Used, Total, "
+                       "Free swap), ~Hidden"));
+    model.removeAllItems();
+    model.addItem(QStringLiteral("Quit"));
+    EXPECT_EQ(shapeOf(mirror.menu()), QStringLiteral("Quit"));
+}
+
+TEST_F(MenuMirrorTest, OpeningAMenuLetsTheModelItFollowsRefreshFirst) {
+    QObject::connect(&model, &QRMMenu::aboutToShow, clean,
+                     [this] { clean->setTitle(QStringLiteral("Clean now")); });
+    mirror.menu()->popup({0, 0});
+    EXPECT_EQ(mirror.menu()->actions().at(0)->text(), QStringLiteral("Clean now"));
+    mirror.menu()->hide();
+
+    QRMMenu other;
+    other.addItem(QStringLiteral("Other"));
+    mirror.setMenu(&other);
+    QSignalSpy oldShown(&model, &QRMMenu::aboutToShow);
+    model.addItem(QStringLiteral("Late"));
+    mirror.menu()->popup({0, 0});
+    EXPECT_EQ(shapeOf(mirror.menu()), QStringLiteral("Other"));
+    EXPECT_EQ(oldShown.count(), 0);
+    mirror.menu()->hide();
+}
+
+// A QMenu taller than the screen used to open a second column holding "Quit"
+// alone.
+TEST(MenuMirrorHeight, ALongMenuScrollsInOneColumn) {
+    QRMMenu model;
+    for (int i = 0; i < 80; ++i) {
+        model.addItem(QStringLiteral("Figure %1").arg(i));
+    }
+    QRMMenuItem *quit = model.addItem(QStringLiteral("Quit"));
+    MenuMirror mirror;
+    mirror.setMenu(&model);
+    QMenu *menu = mirror.menu();
+    menu->ensurePolished();
+    const QList<QAction *> actions = menu->actions();
+    ASSERT_EQ(actions.last()->text(), quit->title());
+    EXPECT_EQ(menu->actionGeometry(actions.last()).left(),
+              menu->actionGeometry(actions.first()).left());
+    menu->popup(QPoint(0, 0));
+    EXPECT_LE(menu->height(), menu->screen()->availableGeometry().height());
+    menu->hide();
+}
+
+}  // namespace
+}  // namespace tarnwell
