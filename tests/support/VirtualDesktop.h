@@ -20,7 +20,8 @@ public:
         if (x_.display().empty()) {
             return;
         }
-        display_ = QString::fromStdString(x_.display());
+        // Clients it starts belong on this display, never on the session's.
+        qunsetenv("WAYLAND_DISPLAY");
         // No autostart (the session's panels and applets would join the
         // display), but a mark on the root window once openbox has finished
         // starting: a window mapped before that may never be managed.
@@ -41,15 +42,11 @@ public:
     }
 
     bool ready() const { return ready_; }
-    QString display() const { return display_; }
+    QString display() const { return QString::fromStdString(x_.display()); }
 
     // Starts an X client on this display; it is ended with the desktop.
     QProcess &start(const QString &program, const QStringList &arguments = {}) {
         auto process = std::make_unique<QProcess>();
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.remove("WAYLAND_DISPLAY");
-        environment.insert("DISPLAY", display_);
-        process->setProcessEnvironment(environment);
         process->setStandardInputFile(QProcess::nullDevice());
         process->setStandardOutputFile(QProcess::nullDevice());
         process->setStandardErrorFile(QProcess::nullDevice());
@@ -62,9 +59,6 @@ public:
     // Runs a short tool (xdotool, xprop) on this display; true on exit 0.
     bool run(const QString &program, const QStringList &arguments, QByteArray *output = nullptr) {
         QProcess process;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("DISPLAY", display_);
-        process.setProcessEnvironment(environment);
         process.start(program, arguments);
         const bool ok = process.waitForFinished(10'000) &&
                         process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
@@ -122,7 +116,6 @@ public:
 
 private:
     XvfbDisplay x_;
-    QString display_;
     std::vector<std::unique_ptr<QProcess>> programs_;
     bool ready_ = false;
 };
