@@ -50,7 +50,7 @@ void write(const QString &path, const QByteArray &text) {
     file.write(text);
 }
 
-TEST(DesktopFiles, KdeglobalsSaysDarkOrLight) {
+TEST(DesktopFiles, KdeglobalsAndLxqtPanelSheetSayDarkOrLight) {
     const std::pair<const char *, std::optional<bool>> cases[] = {
         {nullptr, std::nullopt},
         {"[Colors:Window]\nBackgroundNormal=49,54,59\n", true},      // Breeze Dark
@@ -65,16 +65,14 @@ TEST(DesktopFiles, KdeglobalsSaysDarkOrLight) {
         EXPECT_EQ(PanelAppearance::kdeglobalsIsDark(dir.filePath("kdeglobals")), dark)
             << (text ? text : "no file");
     }
-}
 
-// Panel sheets as the lxqt-themes package ships them, each where the theme
-// name leads.
-TEST(DesktopFiles, LxqtPanelSheetSaysDarkOrLight) {
+    // Panel sheets as the lxqt-themes package ships them, each where the
+    // theme name leads.
     const struct {
         const char *theme;  // null: no lxqt.conf
         const char *sheet;
         std::optional<bool> dark;
-    } cases[] = {
+    } sheets[] = {
         {nullptr, "LXQtPanel #BackgroundWidget { background: #000000; }", {}},
         {"t", "LXQtPanel #BackgroundWidget {\n    background: rgba(0, 0, 0, 50%);\n}\n", true},
         {"t",
@@ -85,7 +83,7 @@ TEST(DesktopFiles, LxqtPanelSheetSaysDarkOrLight) {
         // A theme name that leaves the themes folder is no theme.
         {"../t", "LXQtPanel #BackgroundWidget { background: #000000; }", {}},
     };
-    for (const auto &c : cases) {
+    for (const auto &c : sheets) {
         QTemporaryDir dir;
         const QString conf = dir.filePath("config/lxqt/lxqt.conf");
         const QString theme = QString::fromLatin1(c.theme ? c.theme : "t");

@@ -99,7 +99,7 @@ protected:
     std::unique_ptr<StatusNotifierItemView> view;
 };
 
-TEST_F(StatusNotifierItemTest, RegistersPublishesAndOpensItsMenu) {
+TEST_F(StatusNotifierItemTest, RegistersWithEveryWatcherPublishesAndOpensItsMenu) {
     startItem(filled(Qt::red, {30, 10}));
     QRMMenu menu;
     menu.addItem(QStringLiteral("Clean"));
@@ -142,6 +142,12 @@ TEST_F(StatusNotifierItemTest, RegistersPublishesAndOpensItsMenu) {
         QDBusMessage::ReplyMessage);
     EXPECT_TRUE(modelShown.count() == 1 || modelShown.wait(10000))
         << "the menu did not open, or did not let the model refresh first";
+
+    // The panel restarts: its new watcher, started after the item, hears
+    // from it again.
+    watcher.emplace(QStringLiteral("second"));
+    waitForRegistration(*watcher);
+    EXPECT_EQ(watcher->registeredItems, QStringList{service});
 }
 
 TEST_F(StatusNotifierItemTest, ChangesReachTheHosts) {
@@ -186,19 +192,6 @@ TEST_F(StatusNotifierItemTest, TemplateImagesFollowThePaletteOfTheDesktop) {
     recorder.waitFor(QStringLiteral("NewIcon"));
     EXPECT_EQ(centreOfLargestPixmap(), QColor(Qt::white));
     QGuiApplication::setPalette(QPalette());
-}
-
-TEST_F(StatusNotifierItemTest, RegistersWithEveryNewWatcher) {
-    view = std::make_unique<StatusNotifierItemView>(QDBusConnection::sessionBus(), appearance);
-    {
-        // A watcher that starts after the item.
-        TestStatusNotifierWatcher first(QStringLiteral("first"));
-        waitForRegistration(first);
-    }
-    // The panel restarts: its new watcher hears from the item again.
-    TestStatusNotifierWatcher second(QStringLiteral("second"));
-    waitForRegistration(second);
-    EXPECT_EQ(second.registeredItems, QStringList{view->item()->serviceName()});
 }
 
 class FakeTray : public LegacyTrayPresence {
