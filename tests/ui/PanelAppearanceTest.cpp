@@ -13,7 +13,7 @@
 #include "Pixels.h"
 #include "QtPrinters.h"
 #include "StatusBarIcons.h"
-#include "support/XvfbDisplay.h"
+#include "support/VirtualDesktop.h"
 #include "ui/LegacyTrayPresence.h"
 #include "ui/PanelAppearance.h"
 #include "ui/TemplateImage.h"
