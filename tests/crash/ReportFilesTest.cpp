@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <regex>
+#include <tuple>
 #include <utility>
 
 #include "CrashTestSupport.h"
@@ -147,7 +148,7 @@ TEST(RecordParserTest, AcceptsWholeRecordsOnly) {
     }
 }
 
-TEST_F(RecordWriterTest, AppendStartsCountAtFileSizeAndTruncateReplaces) {
+TEST_F(RecordWriterTest, AppendTruncateAndBufferedOpenings) {
     std::ofstream(path()) << "0123456789";
     RecordWriter writer;
     ASSERT_TRUE(writer.open(path().c_str(), true, false));
@@ -164,10 +165,8 @@ TEST_F(RecordWriterTest, AppendStartsCountAtFileSizeAndTruncateReplaces) {
     writer.close();
     EXPECT_EQ(contents(), "null");
     EXPECT_EQ(std::filesystem::status(path()).permissions(), std::filesystem::perms(0644));
-}
 
-TEST_F(RecordWriterTest, BufferedWriterHoldsTextUntilFullOrClosed) {
-    RecordWriter writer;
+    // Buffered, the text is held until the buffer is full or the file closed.
     ASSERT_TRUE(writer.open(path().c_str(), false, true));
     const std::string piece(300, 'a');
     for (int i = 0; i < 3; ++i) {
@@ -264,15 +263,10 @@ struct ElfFacts {
 };
 
 ElfFacts readelf(const std::string &path) {
-    FILE *pipe = popen(("readelf -nlW '" + path + "' 2>/dev/null").c_str(), "r");
-    if (pipe == nullptr) {
-        return {};
-    }
-    std::string out;
-    for (int c; (c = fgetc(pipe)) != EOF;) {
-        out += char(c);
-    }
-    pclose(pipe);
+    const TemporaryDirectory scratch;
+    const std::string answer = scratch.path() + "/readelf";
+    std::system(("readelf -nlW '" + path + "' > " + answer + " 2>/dev/null").c_str());
+    const std::string out = readText(answer);
     std::smatch id, load;  // "LOAD 0x016000 0x..16000 0x..16000 0x0c6f19 0x0c6f19 R E 0x1000"
     std::regex_search(out, id, std::regex("Build ID: ([0-9a-f]+)"));
     std::regex_search(out, load, std::regex("LOAD +(0x[0-9a-f]+ +){4}(0x[0-9a-f]+) R E "));
@@ -513,25 +507,21 @@ TEST(CrashReportReaderTest, TiesFramesToImagesAndListsDamagedLines) {
 {"thread":{"tid":5,"crashed":true,"frames":[{"pc":4)";
 
     const CrashReport read = readCrashReport(report.path());
-    EXPECT_EQ(read.kind, "signal");
-    EXPECT_EQ(read.title, "SIGABRT");
-    EXPECT_EQ(read.reason, "ABORT");
-    EXPECT_EQ(read.time, 1700000000u);
-    EXPECT_EQ(read.signalCode, -6);
-    EXPECT_EQ(read.faultAddress, 0u);
+    EXPECT_EQ(
+        std::tie(read.kind, read.title, read.reason, read.time, read.signalCode, read.faultAddress),
+        std::make_tuple("signal", "SIGABRT", "ABORT", 1700000000u, -6, 0u));
+    const auto shown = [](const ReportFrame &f) {
+        return std::tie(f.imagePath, f.imageUuid, f.offset, f.trust);
+    };
     ASSERT_EQ(read.frames.size(), 2u);
     // The latest load at that base wins: the first image was unloaded before.
-    EXPECT_EQ(read.frames[0].imagePath, "/usr/lib/b.so");
-    EXPECT_EQ(read.frames[0].imageUuid, "bb");
-    EXPECT_EQ(read.frames[0].offset, 10u);
-    EXPECT_EQ(read.frames[1].imagePath, "");
-    EXPECT_EQ(read.frames[1].trust, "scan");
-
+    EXPECT_EQ(shown(read.frames[0]), std::make_tuple("/usr/lib/b.so", "bb", 10u, "context"));
+    EXPECT_EQ(shown(read.frames[1]), std::make_tuple("", "", 0u, "scan"));
     ASSERT_EQ(read.damaged.size(), 2u);
-    EXPECT_EQ(read.damaged[0].file, "binary_images.crsrecord");
-    EXPECT_EQ(read.damaged[0].lineNumber, 4u);
-    EXPECT_EQ(read.damaged[1].file, "signal.crsrecord");
-    EXPECT_EQ(read.damaged[1].lineNumber, 3u);
+    EXPECT_EQ(read.damaged[0].file + ":" + std::to_string(read.damaged[0].lineNumber),
+              "binary_images.crsrecord:4");
+    EXPECT_EQ(read.damaged[1].file + ":" + std::to_string(read.damaged[1].lineNumber),
+              "signal.crsrecord:3");
     EXPECT_FALSE(read.metadata.has_value());
 }
 
@@ -543,9 +533,8 @@ TEST(CrashReportReaderTest, ExceptionReportAndMissingFolder) {
 {"host":{"platform":"linux"}}
 )";
     const CrashReport read = readCrashReport(report.path());
-    EXPECT_EQ(read.kind, "exception");
-    EXPECT_EQ(read.title, "std::runtime_error");
-    EXPECT_EQ(read.reason, "x");
+    EXPECT_EQ(std::tie(read.kind, read.title, read.reason),
+              std::make_tuple("exception", "std::runtime_error", "x"));
     ASSERT_TRUE(read.metadata.has_value());
     EXPECT_EQ(read.metadata->find("host")->stringAt("platform"), "linux");
     EXPECT_TRUE(read.damaged.empty());
@@ -556,11 +545,7 @@ TEST(CrashReportReaderTest, ExceptionReportAndMissingFolder) {
 }
 
 void assign(const char *name, const std::optional<std::string> &value) {
-    if (value) {
-        setenv(name, value->c_str(), 1);
-    } else {
-        unsetenv(name);
-    }
+    value ? setenv(name, value->c_str(), 1) : unsetenv(name);
 }
 
 std::optional<std::string> valueOf(const char *name) {
