@@ -192,15 +192,12 @@ void killSelf(int) {
 // More than two make a later one likelier to fault while the first records.
 void crashEightThreadsAtOnce() {
     std::barrier start(8);
-    std::vector<std::thread> crashers;
+    std::vector<std::jthread> crashers;
     for (int i = 0; i < 8; ++i) {
         crashers.emplace_back([&start] {
             start.arrive_and_wait();
             nullStore();
         });
-    }
-    for (std::thread &crasher : crashers) {
-        crasher.join();
     }
 }
 
