@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <barrier>
 #include <climits>
 #include <exception>
@@ -219,11 +220,9 @@ TEST_P(CaptureOutcomeTest, EndsAsExpectedWithOneRecordAtMost) {
     ASSERT_TRUE(end.finished) << "child hung";
     EXPECT_EQ(end.signal, c.endSignal);
     EXPECT_EQ(end.exitStatus, c.endSignal == 0 ? c.exitStatus : -1);
-    const auto lines = [&](const char *file) {
-        return readLines(activeFile(reports.path(), file));
-    };
-    EXPECT_EQ(lines("signal.crsrecord").size(), c.signalLines);
-    EXPECT_EQ(lines("exception.crsrecord").size(), c.exceptionLines);
+    EXPECT_EQ(readLines(activeFile(reports.path(), "signal.crsrecord")).size(), c.signalLines);
+    EXPECT_EQ(readLines(activeFile(reports.path(), "exception.crsrecord")).size(),
+              c.exceptionLines);
 }
 
 // Threads faulting together neither hang nor write twice: a later one waits for the
@@ -276,9 +275,8 @@ TEST(SignalCaptureTest, ForeignHandlerCheckAfterStartUpNamesTheIntruder) {
     EXPECT_TRUE(lines[0].ends_with(").  This will interfere with reporting.")) << lines[0];
 }
 
-class DerivedError : public std::logic_error {
-public:
-    DerivedError() : std::logic_error("derived \"quoted\"\nreason") {}
+struct DerivedError : std::logic_error {
+    using std::logic_error::logic_error;
 };
 
 struct ExceptionCase {
@@ -314,7 +312,7 @@ const ExceptionCase kExceptionCases[] = {
     {"CString", [] { throw "plain text"; }, "const char *", "plain text"},
     {"StdString", [] { throw std::string("a string"); }, "std::string", "a string"},
     {"DeliberateThrow", [] { crashAs("throw"); }, "std::runtime_error", "deliberate crash"},
-    {"DerivedByReference", [] { throw DerivedError(); },
+    {"DerivedByReference", [] { throw DerivedError("derived \"quoted\"\nreason"); },
      "tarnwell::crash::(anonymous namespace)::DerivedError", "derived 'quoted' reason"},
     {"ByPointer",
      [] {
@@ -335,14 +333,9 @@ TEST(ThreadSignalStack, IsResidentBeforeUse) {
     ASSERT_NE(stack, nullptr);
     std::vector<unsigned char> pages(size / pageSize);
     ASSERT_EQ(mincore(stack, size, pages.data()), 0);
-    for (size_t i = 0; i < pages.size(); ++i) {
-        EXPECT_EQ(pages[i] & 1, 1) << "page " << i;
-    }
+    EXPECT_EQ(std::ranges::count_if(pages, [](unsigned char page) { return page & 1; }),
+              std::ssize(pages));
     munmap(static_cast<char *>(stack) - pageSize, size + pageSize);
-}
-
-std::string orNull(const char *text) {
-    return text == nullptr ? "-" : text;
 }
 
 // The ends of each table and the gaps between its named entries: each type with its
@@ -356,13 +349,15 @@ TEST(ExceptionNameTest, NamesTypeAndFirstCode) {
         {6, "EXC_BREAKPOINT",
          "-1:- 0:EXC_I386_DIVERR 8:- 17:EXC_I386_ALIGNFLT 25:- 33:EXC_I386_ENDPERR 34:-"},
         {12, "EXC_GUARD", "5:-"},
-        {4, "-", "1:-"}};
+        {4, nullptr, "1:-"}};
     for (const auto &[type, name, codes] : types) {
-        EXPECT_EQ(orNull(exceptionName(type)), name);
+        EXPECT_STREQ(exceptionName(type), name);
         std::istringstream pairs(codes);
         std::string codeName;
         for (int64_t code; pairs >> code && pairs.ignore(1) >> codeName;) {
-            EXPECT_EQ(orNull(exceptionCodeName(type, code)), codeName) << type << " " << code;
+            EXPECT_STREQ(exceptionCodeName(type, code),
+                         codeName == "-" ? nullptr : codeName.c_str())
+                << type << " " << code;
         }
     }
 }
