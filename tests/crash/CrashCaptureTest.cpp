@@ -81,10 +81,7 @@ std::string masked(const std::string &line, const std::string &expected) {
 [[gnu::noinline]] int recurseDeeply(int depth) {
     volatile char frame[256];
     frame[0] = char(depth);
-    if (depth == INT_MAX) {
-        return 0;
-    }
-    return recurseDeeply(depth + 1) + frame[0];
+    return depth == INT_MAX ? 0 : recurseDeeply(depth + 1) + frame[0];
 }
 
 void overflowThisThread() {
@@ -93,8 +90,7 @@ void overflowThisThread() {
 }
 
 // An allocator whose cleaning overflows the cleaning thread's stack.
-class OverflowingAllocator : public MemoryBlockAllocator {
-public:
+struct OverflowingAllocator : MemoryBlockAllocator {
     void *allocate(size_t bytes) override { return std::malloc(bytes); }
     void makeResident(void *, size_t, const std::function<bool()> &) override {
         overflowThisThread();
@@ -268,11 +264,9 @@ TEST(SignalCaptureTest, ForeignHandlerCheckAfterStartUpNamesTheIntruder) {
         dup2(open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), STDERR_FILENO);
     };
     ASSERT_EQ(runCapturedInChild(reports.path(), installAndCheck, toOutput, true).exitStatus, 0);
-    const auto lines = readLines(output);
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_TRUE(lines[0].starts_with("[Telemetry] The signal SIGBUS has a non-Telemetry handler ("))
-        << lines[0];
-    EXPECT_TRUE(lines[0].ends_with(").  This will interfere with reporting.")) << lines[0];
+    EXPECT_EQ(std::regex_replace(readText(output), std::regex(R"(handler \(.+\))"), "handler (N)"),
+              "[Telemetry] The signal SIGBUS has a non-Telemetry handler (N).  This will "
+              "interfere with reporting.\n");
 }
 
 struct DerivedError : std::logic_error {
