@@ -4,8 +4,6 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <fstream>
-#include <optional>
 
 #include <QRegularExpression>
 #include <QSettings>
@@ -64,41 +62,19 @@ TEST(ConsoleOptions, UnknownOptionIsAUsageError) {
     EXPECT_EQ(finished.out, "");
 }
 
-// The capture's meminfo made into a machine on which a cleaning touches
-// 4 MiB: 1 GiB installed (a 256 MiB reserve), 4 MiB free, 260 MiB available.
-std::string smallMachine() {
-    std::ifstream in(kCapture / "proc/meminfo");
-    QString text = QString::fromStdString(std::string(std::istreambuf_iterator<char>(in), {}));
-    for (const auto &[key, kib] : {std::pair{"MemTotal", 1048576},
-                                   {"MemFree", 4096},
-                                   {"MemAvailable", 266240},
-                                   {"Inactive", 4096}}) {
-        text.replace(QRegularExpression(QStringLiteral("^%1:\\s+\\d+ kB$").arg(key),
-                                        QRegularExpression::MultilineOption),
-                     QStringLiteral("%1: %2 kB").arg(key).arg(kib));
-    }
-    return text.toStdString();
-}
-
-// A copy of the capture in the run's home with the given meminfo (none: the
-// file is missing), which the program is pointed at.
-void useMachine(ThrowAwayRun &run, const std::optional<std::string> &meminfo) {
-    const fs::path root = run.home.filePath("machine").toStdString();
-    fs::copy(kCapture, root, fs::copy_options::recursive);
-    fs::remove(root / "proc/meminfo");
-    if (meminfo) {
-        std::ofstream(root / "proc/meminfo") << *meminfo;
-    }
-    run.env.insert("TARNWELL_MEMORY_ROOT", QString::fromStdString(root.string()));
-}
+// The capture made into a machine on which a cleaning touches 4 MiB: 1 GiB
+// installed (a 256 MiB reserve), 4 MiB free, 260 MiB available.
+const QString kSmallMachine = TARNWELL_TEST_DATA_DIR "/memory/debian12-6.18-noswap-1gib";
 
 // A missing meminfo and a fifo in its place: each memory command fails,
 // naming the file and why, with nothing on stdout.
 TEST(UnreadableMemory, CommandsSayWhichFileAndWhy) {
     for (const bool fifo : {false, true}) {
         ThrowAwayRun run;
-        useMachine(run, std::nullopt);
-        const QString meminfo = run.env.value("TARNWELL_MEMORY_ROOT") + "/proc/meminfo";
+        const QString root = run.home.filePath("machine"), meminfo = root + "/proc/meminfo";
+        fs::copy(kCapture, root.toStdString(), fs::copy_options::recursive);
+        fs::remove(meminfo.toStdString());
+        run.env.insert("TARNWELL_MEMORY_ROOT", root);
         if (fifo) {
             ASSERT_EQ(mkfifo(meminfo.toLocal8Bit().constData(), 0600), 0);
         }
@@ -115,7 +91,7 @@ TEST(UnreadableMemory, CommandsSayWhichFileAndWhy) {
 // This test holds the user's cleaning lock as another Tarnwell would.
 TEST(CleaningLockAcrossProcesses, SecondCleaningIsRefusedWhileOneRuns) {
     ThrowAwayRun refused;
-    useMachine(refused, smallMachine());
+    refused.env.insert("TARNWELL_MEMORY_ROOT", kSmallMachine);
     CleaningLock held(refused.env.value("XDG_RUNTIME_DIR").toStdString() +
                       "/tarnwell-cleaning.lock");
     ASSERT_TRUE(held.tryLock());
@@ -136,7 +112,7 @@ TEST(CleaningLockAcrossProcesses, SecondCleaningIsRefusedWhileOneRuns) {
 TEST(QuitMidClean, EndsWithStatusZero) {
     for (const int signal : {SIGTERM, SIGINT, SIGTERM}) {
         ThrowAwayRun run;
-        useMachine(run, smallMachine());
+        run.env.insert("TARNWELL_MEMORY_ROOT", kSmallMachine);
         {
             QSettings settings(run.settingsFile(), QSettings::IniFormat);
             settings.setValue("autoCleanByFreeSizeChecked", true);

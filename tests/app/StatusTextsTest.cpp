@@ -28,19 +28,24 @@ using namespace StatusIcons;
 QRMStatisticsRecord fullRecord() {
     const auto u32 = QRMNumber::fromUInt32;
     const auto u64 = QRMNumber::fromUInt64;
-    // clang-format off
     const std::pair<std::string_view, QRMNumber> entries[] = {
-        {keys::freeCount, u32(5767168)},       {keys::freeBytes, u32(2 * 1024 * kMiB)},
-        {keys::inactiveCount, u32(131072)},    {keys::activeCount, u32(262144)},
-        {keys::wireCount, u32(65536)},         {keys::usedCount, u32(327680)},
+        {keys::freeCount, u32(5767168)},
+        {keys::freeBytes, u32(2 * 1024 * kMiB)},
+        {keys::inactiveCount, u32(131072)},
+        {keys::activeCount, u32(262144)},
+        {keys::wireCount, u32(65536)},
+        {keys::usedCount, u32(327680)},
         {keys::totalCount, u32(6094848)},
         {keys::freePercents, QRMNumber::fromFloat(12.125f)},
         {keys::usedPercents, QRMNumber::fromFloat(31.25f)},
-        {keys::xsuTotal, u64(2048 * kMiB)},    {keys::xsuAvail, u64(2000 * kMiB)},
-        {keys::xsuUsed, u64(48 * kMiB)},       {keys::xsuPageSize, u32(4096)},
-        {keys::xsuEncripted, u32(1)},          {keys::pageSize, u32(4096)},
-        {keys::userMemory, u64(3900 * kMiB)},  {keys::hardwareMemorySize, u64(4096 * kMiB)}};
-    // clang-format on
+        {keys::xsuTotal, u64(2048 * kMiB)},
+        {keys::xsuAvail, u64(2000 * kMiB)},
+        {keys::xsuUsed, u64(48 * kMiB)},
+        {keys::xsuPageSize, u32(4096)},
+        {keys::xsuEncripted, u32(1)},
+        {keys::pageSize, u32(4096)},
+        {keys::userMemory, u64(3900 * kMiB)},
+        {keys::hardwareMemorySize, u64(4096 * kMiB)}};
     QRMStatisticsRecord record;
     for (const auto &[key, value] : entries) {
         record[std::string(key)] = value;
@@ -316,16 +321,19 @@ TEST_F(Languages, EveryTitleAndAddressFollowASwitchAtTheNextRefresh) {
     delegate->refreshMemoryInfo();
     QRMStatusMenu &menu = delegate->statusMenu();
 
-    // clang-format off
     const std::pair<QRMMenuItem *, const char *> items[] = {
-        {menu.cleanMemoryNow, "Очистить память"},       {menu.swapInfoMenuItem, "Файл подкачки"},
+        {menu.cleanMemoryNow, "Очистить память"},
+        {menu.swapInfoMenuItem, "Файл подкачки"},
         {menu.additionalInfoMenuItem, "Дополнительная информация"},
-        {menu.statiaticsMenuItem, "Статистика"},        {menu.preferences, "Настройки"},
-        {menu.checkForUpdates, "Проверить обновления…"}, {menu.customerSupportPage, "Поддержка"},
-        {menu.learnMorePage, "Подробнее"},              {menu.productPage, "Сайт Tarnwell"},
+        {menu.statiaticsMenuItem, "Статистика"},
+        {menu.preferences, "Настройки"},
+        {menu.checkForUpdates, "Проверить обновления…"},
+        {menu.customerSupportPage, "Поддержка"},
+        {menu.learnMorePage, "Подробнее"},
+        {menu.productPage, "Сайт Tarnwell"},
         {menu.privacyPage, "Политика конфиденциальности"},
-        {menu.welcomePage, "Добро пожаловать в Tarnwell"}, {menu.quit, "Выйти"}};
-    // clang-format on
+        {menu.welcomePage, "Добро пожаловать в Tarnwell"},
+        {menu.quit, "Выйти"}};
     for (const auto &[item, title] : items) {
         EXPECT_EQ(item->title(), QString::fromUtf8(title));
     }

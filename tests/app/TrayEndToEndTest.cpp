@@ -87,10 +87,7 @@ TEST(TrayEndToEnd, CleansFromTheMenuAndStaysTheOnlyItem) {
 
     const QString menuPath = itemProperty("Menu").value<QDBusObjectPath>().path();
     auto callMenu = [&](const char *method, const QVariantList &arguments) {
-        QDBusMessage call = QDBusMessage::createMethodCall(item, menuPath, "com.canonical.dbusmenu",
-                                                           QString::fromLatin1(method));
-        call.setArguments(arguments);
-        return test::callAndWait(bus, call);
+        return test::callAndWait(bus, item, menuPath, "com.canonical.dbusmenu", method, arguments);
     };
     const QDBusMessage layout = callMenu("GetLayout", {0, -1, QStringList()});
     ASSERT_EQ(layout.type(), QDBusMessage::ReplyMessage) << layout.errorMessage().toStdString();

@@ -103,7 +103,10 @@ Arguments argumentsOf(const std::vector<const char *> &args) {
 
 class MemoryCommands : public testing::Test {
 protected:
-    MemoryCommands() {
+    MemoryCommands() { setUpMachine(); }
+
+    // A fresh 4 GiB machine with 16 MiB free; a new memory has no observers.
+    void setUpMachine() {
         state->physicalMemory = 4ull << 30;
         state->hardwarePhysicalMemory = 4ull << 30;
         state->vmStatistics = test::smallMachine();
@@ -182,12 +185,12 @@ TEST_F(MemoryCommands, WatchPrintsFreshFiguresEveryInterval) {
 }
 
 TEST_F(MemoryCommands, BadArgumentsAreUsageErrors) {
-    // clang-format off
-    const std::pair<bool, std::vector<const char *>> rows[] = {  // clean or stats, arguments
-        {false, {"--table"}}, {false, {"--watch", "0"}}, {false, {"--watch", "-1"}},
-        {false, {"--watch", "1.5"}}, {false, {"--watch", "soon"}}, {false, {"--pretty"}},
-        {true, {"--force"}}, {true, {"now"}}};
-    // clang-format on
+    const std::pair<bool, std::vector<const char *>> rows[] = {
+        // clean or stats, arguments
+        {false, {"--table"}},         {false, {"--watch", "0"}},
+        {false, {"--watch", "-1"}},   {false, {"--watch", "1.5"}},
+        {false, {"--watch", "soon"}}, {false, {"--pretty"}},
+        {true, {"--force"}},          {true, {"now"}}};
     for (const auto &[isClean, args] : rows) {
         const int status = isClean ? clean(*memory, argumentsOf(args), out, err) : runStats(args);
         EXPECT_EQ(status, kExitUsage) << args.back();
@@ -195,67 +198,65 @@ TEST_F(MemoryCommands, BadArgumentsAreUsageErrors) {
     EXPECT_EQ(out.str(), "");
 }
 
-struct CleanCase {
-    const char *name;
-    void (*machine)(VmStatistics &);  // how the machine differs from the small one, if at all
-    int freePagesGained;              // while the block is released
-    const char *language;
-    std::vector<const char *> args;
-    int status;
-    const char *output;
-};
-
-class CleanOutput : public MemoryCommands, public testing::WithParamInterface<CleanCase> {};
-
-TEST_P(CleanOutput, ReportsTheOutcome) {
-    const CleanCase &c = GetParam();
-    if (c.machine) {
-        c.machine(*state->vmStatistics);
-    }
-    memory->addMemoryCleanedObserver(
-        [this, gained = c.freePagesGained] { state->vmStatistics->freeCount += gained; });
+// Each run on a fresh small machine: the language, the arguments, the free
+// pages the cleaning gains and how the machine differs, then the status and
+// what was printed.
+TEST_F(MemoryCommands, CleanReportsTheOutcome) {
+    struct Run {
+        const char *language, *args;
+        int freePagesGained;
+        void (*machine)(VmStatistics &);
+    };
+    const auto noStatistics = [](VmStatistics &s) { s.inactiveCount = 0; };
+    const auto withinTheReserve = [](VmStatistics &s) { s.availableBytes = 100 * MiB; };
+    const Run runs[] = {{"en", "", 3072, nullptr},
+                        {"ukr", "", 3072, nullptr},
+                        {"en", "--json", 3072, nullptr},
+                        {"en", "", -1024, nullptr},
+                        {"en", "", 0, noStatistics},
+                        {"en", "--json", 0, noStatistics},
+                        {"en", "--json", 0, withinTheReserve}};
     auto &preferences = QRMPreferencesManager::sharedPreferencesManager();
-    preferences.setAppleLanguages(QStringList{c.language});
-    const int status = clean(*memory, argumentsOf(c.args), out, err);
+    std::string transcript;
+    for (const Run &run : runs) {
+        setUpMachine();
+        if (run.machine) {
+            run.machine(*state->vmStatistics);
+        }
+        memory->addMemoryCleanedObserver(
+            [this, gained = run.freePagesGained] { state->vmStatistics->freeCount += gained; });
+        preferences.setAppleLanguages(QStringList{run.language});
+        out.str("");
+        const std::vector<const char *> args =
+            *run.args ? std::vector{run.args} : std::vector<const char *>{};
+        const int status = clean(*memory, argumentsOf(args), out, err);
+        transcript += std::string("[") + run.language + "] clean " + run.args + " -> " +
+                      std::to_string(status) + "\n" + out.str();
+    }
     preferences.setAppleLanguages(QStringList{"en"});
-    EXPECT_EQ(status, c.status);
-    EXPECT_EQ(out.str(), c.output);
-}
-
-void noStatistics(VmStatistics &s) {
-    s.inactiveCount = 0;
-}
-void withinTheReserve(VmStatistics &s) {
-    s.availableBytes = 100 * MiB;
-}
-
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Outcomes, CleanOutput, testing::Values(
-    CleanCase{"BeforeAfterAndFreed", nullptr, 3072, "en", {}, kExitOk,
-              "Free memory before: 16.00 MB\n"
-              "Free memory after:  28.00 MB\n"
-              "Freed:              12.00 MB\n"},
     // Labels of other lengths still line up.
-    CleanCase{"InTheChosenLanguage", nullptr, 3072, "ukr", {}, kExitOk,
-              "Вільно до очищення:    16.00 MB\n"
-              "Вільно після очищення: 28.00 MB\n"
-              "Звільнено:             12.00 MB\n"},
-    CleanCase{"JsonInBytes", nullptr, 3072, "en", {"--json"}, kExitOk,
-              "{\"cleaned\":true,\"blockBytes\":25165824,\"freeBytesBefore\":16777216,"
-              "\"freeBytesAfter\":29360128,\"freedBytes\":12582912}\n"},
-    CleanCase{"NothingFreed", nullptr, -1024, "en", {}, kExitOk,
-              "Free memory before: 16.00 MB\n"
-              "Free memory after:  12.00 MB\n"
-              "Nothing to clean: free memory did not grow.\n"},
-    CleanCase{"DeclinedWithoutStatistics", noStatistics, 0, "en", {}, kExitFailure,
-              "Memory was not cleaned: no usable memory statistics (free or inactive memory "
-              "unknown).\n"},
-    CleanCase{"DeclinedWithoutStatisticsJson", noStatistics, 0, "en", {"--json"}, kExitFailure,
-              "{\"cleaned\":false,\"reason\":\"no-usable-statistics\"}\n"},
-    CleanCase{"DeclinedWithinTheReserve", withinTheReserve, 0, "en", {"--json"}, kExitFailure,
-              "{\"cleaned\":false,\"reason\":\"no-room-above-reserve\"}\n"}),
-    tarnwell::test::caseName);
-// clang-format on
+    EXPECT_EQ(transcript, R"([en] clean  -> 0
+Free memory before: 16.00 MB
+Free memory after:  28.00 MB
+Freed:              12.00 MB
+[ukr] clean  -> 0
+Вільно до очищення:    16.00 MB
+Вільно після очищення: 28.00 MB
+Звільнено:             12.00 MB
+[en] clean --json -> 0
+{"cleaned":true,"blockBytes":25165824,"freeBytesBefore":16777216,"freeBytesAfter":29360128,"freedBytes":12582912}
+[en] clean  -> 0
+Free memory before: 16.00 MB
+Free memory after:  12.00 MB
+Nothing to clean: free memory did not grow.
+[en] clean  -> 1
+Memory was not cleaned: no usable memory statistics (free or inactive memory unknown).
+[en] clean --json -> 1
+{"cleaned":false,"reason":"no-usable-statistics"}
+[en] clean --json -> 1
+{"cleaned":false,"reason":"no-room-above-reserve"}
+)");
+}
 
 }  // namespace
 }  // namespace tarnwell::cli

@@ -57,20 +57,24 @@ TEST_P(LookupTest, ChoosesTheTableOrFallsBack) {
     EXPECT_EQ(localization.localized(GetParam().key), GetParam().text);
 }
 
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Cases, LookupTest, ::testing::Values(
-    LookupCase{"DesktopOrderWithoutOverride", {}, {"uk-UA", "en-US"}, "Quit", "Вийти"},
-    LookupCase{"NoDesktopLanguages", {}, {}, "language", "en"},
-    LookupCase{"EmptyOverrideIsEnglish", QStringList{}, {"ru-RU"}, "language", "en"},
-    LookupCase{"OwnUkrainianCode", QStringList{"ukr"}, {"ru"}, "language", "uk"},
-    LookupCase{"OnlyTheFirstEntryCounts", QStringList{"de-DE", "ru"}, {"uk"}, "language", "en"},
-    LookupCase{"SingleLetter", QStringList{"r"}, {"ru"}, "language", "en"},
-    LookupCase{"UnknownKeyUnchanged", QStringList{"ru"}, {}, "NoSuchKey", "NoSuchKey"},
-    LookupCase{"LanguageWithoutATableIsEnglish", QStringList{"ru"}, {}, "CleanMemoryNow",
-               "Clean Memory Now", Tables::EnglishOnly},
-    LookupCase{"NoTableAtAll", {}, {"en"}, "CleanMemoryNow", "CleanMemoryNow", Tables::None}),
+INSTANTIATE_TEST_SUITE_P(
+    Cases, LookupTest,
+    ::testing::Values(
+        LookupCase{"DesktopOrderWithoutOverride", {}, {"uk-UA", "en-US"}, "Quit", "Вийти"},
+        LookupCase{"NoDesktopLanguages", {}, {}, "language", "en"},
+        LookupCase{"EmptyOverrideIsEnglish", QStringList{}, {"ru-RU"}, "language", "en"},
+        LookupCase{"OwnUkrainianCode", QStringList{"ukr"}, {"ru"}, "language", "uk"},
+        LookupCase{"OnlyTheFirstEntryCounts", QStringList{"de-DE", "ru"}, {"uk"}, "language", "en"},
+        LookupCase{"SingleLetter", QStringList{"r"}, {"ru"}, "language", "en"},
+        LookupCase{"UnknownKeyUnchanged", QStringList{"ru"}, {}, "NoSuchKey", "NoSuchKey"},
+        LookupCase{"LanguageWithoutATableIsEnglish",
+                   QStringList{"ru"},
+                   {},
+                   "CleanMemoryNow",
+                   "Clean Memory Now",
+                   Tables::EnglishOnly},
+        LookupCase{"NoTableAtAll", {}, {"en"}, "CleanMemoryNow", "CleanMemoryNow", Tables::None}),
     tarnwell::test::caseName);
-// clang-format on
 
 struct ChangeCase {
     const char *name;
@@ -103,15 +107,14 @@ TEST_P(ChangeLanguageTest, StoresTheChoiceAndEveryListenerHearsItBeforeReturn) {
     EXPECT_EQ(preferences_.selectedLanguage(), GetParam().selected);
 }
 
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(PopUpIndexes, ChangeLanguageTest, ::testing::Values(
-    ChangeCase{"Automatic", 0, std::nullopt, 0, "uk"},
-    ChangeCase{"English", 1, QStringList{"en"}, 1, "en"},
-    ChangeCase{"Ukrainian", 3, QStringList{"ukr"}, 3, "uk"},
-    ChangeCase{"BeyondTheList", 4, QStringList{"ru"}, 2, "ru"},
-    ChangeCase{"Negative", -1, QStringList{"ru"}, 2, "ru"}),
-    tarnwell::test::caseName);
-// clang-format on
+INSTANTIATE_TEST_SUITE_P(PopUpIndexes, ChangeLanguageTest,
+                         ::testing::Values(ChangeCase{"Automatic", 0, std::nullopt, 0, "uk"},
+                                           ChangeCase{"English", 1, QStringList{"en"}, 1, "en"},
+                                           ChangeCase{"Ukrainian", 3, QStringList{"ukr"}, 3, "uk"},
+                                           ChangeCase{"BeyondTheList", 4, QStringList{"ru"}, 2,
+                                                      "ru"},
+                                           ChangeCase{"Negative", -1, QStringList{"ru"}, 2, "ru"}),
+                         tarnwell::test::caseName);
 
 // The shared objects as the program wires them: the user's settings file under
 // "Tarnwell/Tarnwell" and the tables compiled into the executable.

@@ -20,26 +20,26 @@
 
 namespace tarnwell::test {
 
-inline QDBusMessage callAndWait(const QDBusConnection &connection, const QDBusMessage &call) {
+inline QDBusMessage callAndWait(const QDBusConnection &connection, const QString &service,
+                                const QString &path, const QString &interface,
+                                const QString &method, const QVariantList &arguments) {
+    QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, method);
+    call.setArguments(arguments);
     QDBusPendingCallWatcher watcher(connection.asyncCall(call));
     if (!watcher.isFinished()) {
         QSignalSpy finished(&watcher, &QDBusPendingCallWatcher::finished);
-        EXPECT_TRUE(finished.wait(10000)) << call.member().toStdString() << " got no reply";
+        EXPECT_TRUE(finished.wait(10000)) << method.toStdString() << " got no reply";
     }
     return watcher.reply();
 }
 
 inline QVariant propertyOf(const QDBusConnection &connection, const QString &service,
                            const QString &path, const QString &interface, const QString &name) {
-    QDBusMessage get = QDBusMessage::createMethodCall(
-        service, path, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    get << interface << name;
-    const QDBusMessage reply = callAndWait(connection, get);
+    const QDBusMessage reply =
+        callAndWait(connection, service, path, QStringLiteral("org.freedesktop.DBus.Properties"),
+                    QStringLiteral("Get"), {interface, name});
     EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
-    if (reply.arguments().isEmpty()) {
-        return {};
-    }
-    return reply.arguments().at(0).value<QDBusVariant>().variant();
+    return reply.arguments().value(0).value<QDBusVariant>().variant();
 }
 
 template <typename T>
@@ -110,13 +110,14 @@ class TestStatusNotifierWatcher : public QObject, protected QDBusContext {
     Q_PROPERTY(QStringList RegisteredStatusNotifierItems READ items)
 public:
     explicit TestStatusNotifierWatcher(const QString &connectionName)
-        : connectionName_(connectionName),
-          connection_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName)) {
+        : connection_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName)) {
         connection_.registerObject(QStringLiteral("/StatusNotifierWatcher"), this,
                                    QDBusConnection::ExportAllContents);
         connection_.registerService(QStringLiteral("org.kde.StatusNotifierWatcher"));
     }
-    ~TestStatusNotifierWatcher() override { QDBusConnection::disconnectFromBus(connectionName_); }
+    ~TestStatusNotifierWatcher() override {
+        QDBusConnection::disconnectFromBus(connection_.name());
+    }
 
     int protocolVersion() const { return 0; }
     bool isHostRegistered() const { return true; }
@@ -138,7 +139,6 @@ signals:
     void itemRegistered();
 
 private:
-    QString connectionName_;
     QDBusConnection connection_;
 };
 

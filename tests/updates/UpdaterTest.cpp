@@ -8,7 +8,6 @@
 #include <QTcpServer>
 #include <QTemporaryDir>
 
-#include "SigningKey.h"
 #include "TestHttpServer.h"
 #include "preferences/QRMPreferencesManager.h"
 #include "updates/PackageInstaller.h"
@@ -47,8 +46,7 @@ struct RecordingUserInterface : UpdaterUserInterface {
 struct FakeInstaller : PackageInstaller {
     void install(const QString &path, Done done) override {
         QFile file(path);
-        file.open(QIODevice::ReadOnly);
-        installed << file.readAll();
+        installed << (file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable"));
         done(outcome, QStringLiteral("dpkg: error"));
     }
     Outcome outcome = Outcome::Installed;
@@ -58,20 +56,26 @@ struct FakeInstaller : PackageInstaller {
 constexpr qint64 kNow = 1'800'000'000;
 constexpr auto kUser = &QRMUpdater::checkForUpdates;
 constexpr auto kBackground = &QRMUpdater::checkForUpdatesInBackground;
+ScriptedReply ok(const QByteArray &body) {
+    return ScriptedReply::respond(200, {}, body);
+}
 const QByteArray kPackage = QByteArray("!<arch>\ndebian-binary   ") + QByteArray(3000, 'p');
+// RFC 8032's first test key (section 7.1, TEST 1), its signature of kPackage
+// (made with openssl pkeyutl -sign -rawin) and its published one of the empty
+// message, a good signature of other bytes.
+const QByteArray kPublicKey =
+    QByteArray::fromHex("d75a980182b10ab7d54bfed3c964073a0ee172f3daa62325af021a68f707511a");
+const QByteArray kPackageSignature =
+    "FN6FbWnVD/Fg1q/XqPoIfa8Sx4Kiir78WEcF5x2blntS1Uvz6C6hCKCKTeYdgInftm3OhqhMKhSxwOdUWFvSAg==";
+const QByteArray kOtherSignature =
+    "5VZDAMNgrHKQhuLMgG6CioSHfx645dl02HPgZSJJAVVfuIIVkKM7rMYeOXAc+bRr0lv18FlbviRlUUFDjnoQCw==";
 
 class UpdaterTest : public ::testing::Test {
 protected:
-    UpdaterTest()
-        : preferences_(
-              dir_.filePath("Tarnwell.conf"), [] { return std::nullopt; }, QUrl()) {
-        updater_ = makeUpdater();
-    }
-
     std::unique_ptr<QRMUpdater> makeUpdater() {
         auto updater = std::make_unique<QRMUpdater>(
             preferences_, installer_,
-            QRMUpdater::Environment{"100", "1.0", "12", downloads(), key_.publicKey(),
+            QRMUpdater::Environment{"100", "1.0", "12", downloads(), kPublicKey,
                                     [this] { return clock_; }, std::chrono::milliseconds(400)});
         updater->setUserInterface(&ui_);
         updater->setFeedURL(server_.url("/appcast.xml"));
@@ -84,7 +88,7 @@ protected:
     // A feed with one release whose package is kPackage, as the server sends it.
     QByteArray feed(const QByteArray &version, const QByteArray &extra = {},
                     qint64 length = kPackage.size(),
-                    const QByteArray &signedBytes = kPackage) const {
+                    const QByteArray &signature = kPackageSignature) const {
         return R"(<?xml version="1.0"?><rss version="2.0"
             xmlns:sparkle="http://www.andymatuschak.org/xml-namespaces/sparkle"><channel>
             <item><sparkle:version>)" +
@@ -93,47 +97,38 @@ protected:
                "<enclosure url=\"/tarnwell.deb\" length=\"" + QByteArray::number(length) +
                "\" type=\"application/vnd.debian.binary-package\" "
                "sparkle:edSignature=\"" +
-               key_.sign(signedBytes).toBase64() + "\"/></item></channel></rss>";
+               signature + "\"/></item></channel></rss>";
     }
-    void serve(const QByteArray &body) { server_.script(ScriptedReply::respond(200, {}, body)); }
+    void serve(const QByteArray &body) { server_.script(ok(body)); }
 
-    // Runs one session of the updater to its end.
     void finishSession() {
         QSignalSpy finished(updater_.get(), &QRMUpdater::sessionFinished);
         ASSERT_TRUE(finished.wait(5000));
     }
-    // Serves the feed, when there is one, and runs one check to its end.
-    void check(void (QRMUpdater::*how)(), const QByteArray &served = {}) {
-        if (!served.isEmpty()) {
-            serve(served);
+    void check(void (QRMUpdater::*how)(), const QList<ScriptedReply> &replies = {}) {
+        for (const ScriptedReply &reply : replies) {
+            server_.script(reply);
         }
         (updater_.get()->*how)();
         finishSession();
     }
-    // A background check finds 101 and downloads it.
     void downloadInBackground() {
         updater_->setAutomaticallyDownloadsUpdates(true);
-        serve(feed("101"));
-        serve(kPackage);
-        check(kBackground);
+        check(kBackground, {ok(feed("101")), ok(kPackage)});
     }
 
     QTemporaryDir dir_;
-    QRMPreferencesManager preferences_;
-    SigningKey key_;
+    QRMPreferencesManager preferences_{dir_.filePath("Tarnwell.conf"), [] { return std::nullopt; },
+                                       QUrl()};
     TestHttpServer server_;
     RecordingUserInterface ui_;
     FakeInstaller installer_;
     qint64 clock_ = kNow;
-    std::unique_ptr<QRMUpdater> updater_;
+    std::unique_ptr<QRMUpdater> updater_ = makeUpdater();
 };
 
 TEST_F(UpdaterTest, UserCheckAnswersWithTheNewestReleaseForThisSystem) {
-    const auto ok = [](const QByteArray &body) { return ScriptedReply::respond(200, {}, body); };
-    const struct {
-        QList<ScriptedReply> replies;
-        const char *answer;
-    } rows[] = {
+    const std::pair<QList<ScriptedReply>, const char *> rows[] = {
         {{ok(feed("100"))}, "up to date 1.0"},
         {{ok(feed("99"))}, "up to date 1.0"},
         {{ok(feed("101", "<sparkle:minimumSystemVersion>13</sparkle:minimumSystemVersion>"))},
@@ -145,13 +140,10 @@ TEST_F(UpdaterTest, UserCheckAnswersWithTheNewestReleaseForThisSystem) {
          "found 101 ready=0 notes=<h1>New</h1>"},
         {{ok(feed("102", "<description>Inline</description>"))}, "found 102 ready=0 notes=Inline"},
     };
-    for (const auto &row : rows) {
+    for (const auto &[replies, answer] : rows) {
         ui_.calls.clear();
-        for (const ScriptedReply &reply : row.replies) {
-            server_.script(reply);
-        }
-        check(kUser);
-        EXPECT_THAT(ui_.calls, ElementsAre(row.answer));
+        check(kUser, replies);
+        EXPECT_THAT(ui_.calls, ElementsAre(answer));
     }
     EXPECT_EQ(server_.requests()[4].path, "/moved.xml");
     EXPECT_EQ(server_.requests()[6].path, "/notes.html");
@@ -161,26 +153,24 @@ TEST_F(UpdaterTest, UserCheckAnswersWithTheNewestReleaseForThisSystem) {
 TEST_F(UpdaterTest, FeedFaultsAreExplainedToTheUserOnly) {
     preferences_.setValue(Setting::AutomaticallyChecksForUpdates, true);
     const std::pair<ScriptedReply, const char *> faults[] = {
-        {ScriptedReply::respond(200, {}, "<rss><channel><item>"), "line"},
+        {ok("<rss><channel><item>"), "line"},
         {ScriptedReply::respond(404, {}, "gone"), "status 404"},
         {ScriptedReply::stall(), "did not answer within 0.4 s"},
         {ScriptedReply::respond(302, {{"Location", "http://127.0.0.2/appcast.xml"}}),
          "another host (127.0.0.2)"},
-        {ScriptedReply::respond(200, {}, QByteArray(5 << 20, ' ')), "more than the 4194304 bytes"},
+        {ok(QByteArray(5 << 20, ' ')), "more than the 4194304 bytes"},
     };
     for (const auto &[reply, detail] : faults) {
         SCOPED_TRACE(detail);
         ui_.calls.clear();
-        server_.script(reply);
-        check(kUser);
+        check(kUser, {reply});
         EXPECT_THAT(ui_.calls, ElementsAre("failure 0"));
         EXPECT_THAT(ui_.lastDetail, HasSubstr(detail));
 
         // Later than the user's check, so the interval counts from this one.
         clock_ += 1000;
         const qsizetype asked = server_.requests().size();
-        server_.script(reply);
-        check(kBackground);
+        check(kBackground, {reply});
         EXPECT_EQ(server_.requests().size(), asked + 1) << "the background check asked too";
         EXPECT_THAT(ui_.calls, ElementsAre("failure 0"));
         EXPECT_EQ(updater_->nextScheduledCheck(), std::chrono::seconds(updateInterval::kDaily));
@@ -215,15 +205,15 @@ TEST_F(UpdaterTest, AUserCheckDuringABackgroundCheckIsAnsweredAfterIt) {
 }
 
 TEST_F(UpdaterTest, BackgroundCheckNotifiesOnlyOfNewNotSkippedVersions) {
-    check(kBackground, feed("100"));
-    check(kBackground, feed("101"));
+    check(kBackground, {ok(feed("100"))});
+    check(kBackground, {ok(feed("101"))});
     updater_->skipThisVersion();
-    check(kBackground, feed("101"));
-    check(kBackground, feed("102"));
+    check(kBackground, {ok(feed("101"))});
+    check(kBackground, {ok(feed("102"))});
     EXPECT_THAT(ui_.calls, ElementsAre("notify 101 ready=0", "notify 102 ready=0"));
     // The user still sees a skipped version when asking.
     preferences_.setValue(Setting::SkippedVersion, QString("102"));
-    check(kUser, feed("102"));
+    check(kUser, {ok(feed("102"))});
     EXPECT_THAT(ui_.calls.last().toStdString(), HasSubstr("found 102"));
 }
 
@@ -243,44 +233,35 @@ TEST_F(UpdaterTest, AutomaticDownloadWaitsVerifiedAndTheUserIsAskedOnlyToInstall
 
 // Nothing is installed and nothing left; downloaded silently, the fault is only logged.
 TEST_F(UpdaterTest, APackageFaultInstallsNothingLeavesNothingAndOnlyTheUserIsTold) {
-    const ScriptedReply served = ScriptedReply::respond(200, {}, kPackage);
+    const ScriptedReply served = ok(kPackage);
     const qint64 size = kPackage.size();
-    const struct {
-        const char *name;
-        qint64 announcedLength;
-        QByteArray signedBytes;
-        ScriptedReply reply;
-        UpdateFailure failure;
-    } faults[] = {
-        {"Truncated", size + 10, kPackage, served, UpdateFailure::Download},
-        {"Oversized", size - 10, kPackage, served, UpdateFailure::Download},
-        {"WrongSignature", size, "other bytes", served, UpdateFailure::Verification},
-        {"TamperedInTransit", size, kPackage,
-         ScriptedReply::respond(200, {}, QByteArray(kPackage).replace('p', 'q')),
+    // Announced length and signature, the package's reply, the failure shown.
+    const std::tuple<const char *, qint64, QByteArray, ScriptedReply, UpdateFailure> faults[] = {
+        {"Truncated", size + 10, kPackageSignature, served, UpdateFailure::Download},
+        {"Oversized", size - 10, kPackageSignature, served, UpdateFailure::Download},
+        {"WrongSignature", size, kOtherSignature, served, UpdateFailure::Verification},
+        {"TamperedInTransit", size, kPackageSignature, ok(QByteArray(kPackage).replace('p', 'q')),
          UpdateFailure::Verification},
-        {"Stalls", size, kPackage, ScriptedReply::stall(), UpdateFailure::Download},
-        {"ServerError", size, kPackage, ScriptedReply::respond(500, {}, "oops"),
+        {"Stalls", size, kPackageSignature, ScriptedReply::stall(), UpdateFailure::Download},
+        {"ServerError", size, kPackageSignature, ScriptedReply::respond(500, {}, "oops"),
          UpdateFailure::Download},
     };
-    for (const auto &fault : faults) {
-        SCOPED_TRACE(fault.name);
-        const QByteArray announced = feed("101", {}, fault.announcedLength, fault.signedBytes);
+    for (const auto &[name, announcedLength, signature, reply, failure] : faults) {
+        SCOPED_TRACE(name);
+        const QByteArray announced = feed("101", {}, announcedLength, signature);
         ui_.calls.clear();
-        check(kUser, announced);
-        server_.script(fault.reply);
+        check(kUser, {ok(announced)});
+        server_.script(reply);
         updater_->installUpdate();
         finishSession();
-        EXPECT_THAT(ui_.calls.mid(1),
-                    ElementsAre(QStringLiteral("failure %1").arg(int(fault.failure))));
+        EXPECT_THAT(ui_.calls.mid(1), ElementsAre(QStringLiteral("failure %1").arg(int(failure))));
         EXPECT_THAT(installer_.installed, IsEmpty());
         EXPECT_THAT(filesInDownloads(), IsEmpty());
 
         ui_.calls.clear();
         const qsizetype asked = server_.requests().size();
         updater_->setAutomaticallyDownloadsUpdates(true);
-        serve(announced);
-        server_.script(fault.reply);
-        check(kBackground);
+        check(kBackground, {ok(announced), reply});
         EXPECT_EQ(server_.requests().size(), asked + 2) << "the package was asked for again";
         EXPECT_THAT(ui_.calls, IsEmpty());
         EXPECT_THAT(filesInDownloads(), IsEmpty());
@@ -288,7 +269,7 @@ TEST_F(UpdaterTest, APackageFaultInstallsNothingLeavesNothingAndOnlyTheUserIsTol
 }
 
 TEST_F(UpdaterTest, ACancelledOrAbandonedDownloadLeavesNoFile) {
-    check(kUser, feed("101"));
+    check(kUser, {ok(feed("101"))});
     server_.script(ScriptedReply::stall());
     updater_->installUpdate();
     ASSERT_TRUE(QSignalSpy(&server_, &TestHttpServer::requestReceived).wait(5000));
@@ -307,7 +288,7 @@ TEST_F(UpdaterTest, ACancelledOrAbandonedDownloadLeavesNoFile) {
 
 // Refused, failed, then installed: one download, with its progress, serves all three.
 TEST_F(UpdaterTest, InstallerFailuresAreReportedAndTheVerifiedFileKeptForAnotherTry) {
-    check(kUser, feed("101"));
+    check(kUser, {ok(feed("101"))});
     installer_.outcome = PackageInstaller::Outcome::Refused;
     serve(kPackage);
     updater_->installUpdate();
@@ -395,7 +376,7 @@ TEST_F(UpdaterTest, TheWindowTakesTheUserThroughNotificationDecisionInstallAndRe
         },
         [&] { ++restarts; });
     updater_->setUserInterface(&window);
-    check(kBackground, feed("101"));
+    check(kBackground, {ok(feed("101"))});
     ASSERT_EQ(notifications, QStringList{"UpdateNotificationAvailable v101 %2"});
     EXPECT_FALSE(window.isVisible());
 

@@ -1,10 +1,9 @@
-// The web engine for real, under a virtual display of the test's own: the
+// The web engine for real, under a desktop of the test's own: the
 // local page loads, Ctrl+W reaches the window through the page, and the
 // welcome executable's processes all end with its window.
 #include <signal.h>
 #include <unistd.h>
 
-#include <QApplication>
 #include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -14,7 +13,6 @@
 #include <gtest/gtest.h>
 
 #include "ProcessTree.h"
-#include "XvfbDisplay.h"
 #include "app/WelcomeWindowProcess.h"
 #include "welcome/QRMWelcomePageWindow.h"
 #include "welcome/QRMWelcomePageWindowController.h"
@@ -51,9 +49,9 @@ TEST(WelcomeWindow, ShowsTheLocalPageAndClosesOnCtrlW) {
 
 TEST(WelcomeExecutable, ItsProcessesEndWithItsWindow) {
     QTemporaryDir home;
-    qputenv("XDG_CONFIG_HOME", home.filePath("config").toLocal8Bit());
-    qputenv("XDG_DATA_HOME", home.filePath("data").toLocal8Bit());
-    qputenv("XDG_CACHE_HOME", home.filePath("cache").toLocal8Bit());
+    for (const QString folder : {"CONFIG", "DATA", "CACHE"}) {
+        qputenv(qPrintable("XDG_" + folder + "_HOME"), home.filePath(folder).toLocal8Bit());
+    }
     qputenv("TARNWELL_SITE_URL", kUnreachableSite);
     // The executable decides about the sandbox itself.
     qunsetenv("QTWEBENGINE_DISABLE_SANDBOX");
@@ -77,19 +75,3 @@ TEST(WelcomeExecutable, ItsProcessesEndWithItsWindow) {
 
 }  // namespace
 }  // namespace tarnwell::testing
-
-int main(int argc, char **argv) {
-    tarnwell::test::XvfbDisplay display;
-    if (display.display().empty()) {
-        std::fprintf(stderr, "cannot start Xvfb\n");
-        return 1;
-    }
-    // The engine's helpers refuse to run as root with their sandbox.
-    if (::geteuid() == 0) {
-        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
-    }
-    qputenv("QT_QPA_PLATFORM", "xcb");
-    QApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
-}

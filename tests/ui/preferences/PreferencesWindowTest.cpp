@@ -32,24 +32,27 @@
 namespace tarnwell::testing {
 namespace {
 
-TEST(PreferencesWindow, OneWindowAtATimeAndAFreshOneAfterClosing) {
+TEST(PreferencesWindow, OneWindowAtATimeClosedByControlWOnlyAndAFreshOneAfter) {
     PreferencesRig rig;
     PreferencesWindowOpener opener(rig.services());
-
     opener.showPreferencesWindow();
     QPointer<QRMPreferencesWindowController> first = opener.preferencesWindowController();
-    ASSERT_TRUE(first);
-    EXPECT_TRUE(QTest::qWaitForWindowExposed(first));
+    ASSERT_TRUE(first && QTest::qWaitForWindowActive(first));
     opener.showPreferencesWindow();
     EXPECT_EQ(opener.preferencesWindowController(), first);
     EXPECT_TRUE(first->isVisible());
     // Made once, reported once; bringing it forward is no new view.
-    ASSERT_EQ(rig.usageEvents.contentViews.size(), 1u);
-    EXPECT_EQ(rig.usageEvents.contentViews[0],
-              QStringList({"Preferences", "Window", "preferencesWindow"}));
+    EXPECT_EQ(rig.usageEvents.contentViews,
+              (std::vector<QStringList>{{"Preferences", "Window", "preferencesWindow"}}));
 
-    first->close();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return first.isNull(); }));
+    for (const Qt::KeyboardModifiers modifiers :
+         {Qt::ControlModifier | Qt::ShiftModifier, Qt::ControlModifier | Qt::AltModifier,
+          Qt::KeyboardModifiers(Qt::NoModifier), Qt::KeyboardModifiers(Qt::ControlModifier)}) {
+        ASSERT_FALSE(first.isNull()) << "closed by an earlier key";
+        QTest::keyClick(first->tabGeneral->refreshRateSlider, Qt::Key_W, modifiers);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        EXPECT_EQ(first.isNull(), modifiers == Qt::ControlModifier) << modifiers.toInt();
+    }
     EXPECT_EQ(opener.preferencesWindowController(), nullptr);
 
     // A change made while it was closed shows in the next one.
@@ -60,72 +63,30 @@ TEST(PreferencesWindow, OneWindowAtATimeAndAFreshOneAfterClosing) {
     EXPECT_EQ(rig.usageEvents.contentViews.size(), 2u);
 }
 
-TEST(PreferencesWindow, OnlyControlWCloses) {
-    PreferencesRig rig;
-    PreferencesWindowOpener opener(rig.services());
-    opener.showPreferencesWindow();
-    QPointer<QRMPreferencesWindowController> window = opener.preferencesWindowController();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(window));
-    for (const Qt::KeyboardModifiers modifiers :
-         {Qt::ControlModifier | Qt::ShiftModifier, Qt::ControlModifier | Qt::AltModifier,
-          Qt::KeyboardModifiers(Qt::NoModifier), Qt::KeyboardModifiers(Qt::ControlModifier)}) {
-        ASSERT_FALSE(window.isNull()) << "closed by an earlier key";
-        QTest::keyClick(window->tabGeneral->refreshRateSlider, Qt::Key_W, modifiers);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        EXPECT_EQ(window.isNull(), modifiers == Qt::ControlModifier) << modifiers.toInt();
-    }
-}
-
-// What the control showing key shows.
-QString shownFor(const QRMPreferencesWindowController &window, const QString &key) {
-    const GeneralTab &general = *window.tabGeneral;
-    if (key == u"refreshRate") {
-        return QString::number(general.refreshRateSlider->value()) + u'|' +
-               general.updateEverySec->text();
-    }
-    if (key == u"statusBarText") {
-        return general.statusBarTextComboBox->currentText();
-    }
-    if (key == u"statusBarIcon") {
-        return general.statusBarIconComboBox->currentText();
-    }
-    if (key == u"selectedLanguage") {
-        return general.languageComboBox->currentText();
-    }
-    if (key == u"autoCleanEveryTime") {
-        return QString::number(window.tabCleaning->autoCleanEveryTimeSlider->value()) + u'|' +
-               window.tabCleaning->min->text();
-    }
-    return window.tabCleaning->autoCleanByFreeSizeTextField->text();
-}
-
-// An edited settings file opens the window with the defaults shown.
+// An edited settings file opens the window with the defaults shown: both
+// "None" would leave the panel empty, and 81 MB is 1 % of 8 GiB.
 TEST(PreferencesWindow, UnusableStoredValuesOpenWithTheDefaultShown) {
-    const std::pair<const char *, const char *> rows[] = {
-        {"refreshRate=86400", "5|5 sec"},
-        {"refreshRate=fast", "5|5 sec"},
-        {"statusBarText=-1", "Free memory, size"},
-        {"statusBarIcon=9", "Pie chart, monochrome"},
-        {"statusBarIcon=pie", "Pie chart, monochrome"},
-        // Both "None" would leave the panel empty.
-        {"statusBarText=0 statusBarIcon=0", "Free memory, size|Pie chart, monochrome"},
-        {"selectedLanguage=7", "Automatic"},
-        {"autoCleanEveryTime=100000", "10|10 min"},
-        // 1 % of 8 GiB in MB, the store's own default.
-        {"autoCleanByFreeSize=lots", "81"},
-    };
-    for (const auto &[stored, shown] : rows) {
+    for (const char *stored :
+         {"refreshRate=86400", "refreshRate=fast", "statusBarText=-1", "statusBarIcon=9",
+          "statusBarIcon=pie", "statusBarText=0 statusBarIcon=0", "selectedLanguage=7",
+          "autoCleanEveryTime=100000", "autoCleanByFreeSize=lots"}) {
         PreferencesRig rig;
-        const QStringList entries = QString::fromLatin1(stored).split(u' ');
-        for (const QString &entry : entries) {
+        for (const QString &entry : QString::fromLatin1(stored).split(u' ')) {
             rig.store(entry.section(u'=', 0, 0), entry.section(u'=', 1));
         }
         auto window = rig.open();
-        QStringList texts;
-        for (const QString &entry : entries) {
-            texts << shownFor(*window, entry.section(u'=', 0, 0));
-        }
-        EXPECT_EQ(texts.join(u'|'), QString::fromUtf8(shown)) << stored;
+        const GeneralTab &general = *window->tabGeneral;
+        const CleaningTab &cleaning = *window->tabCleaning;
+        EXPECT_EQ(QStringList(
+                      {QString::number(general.refreshRateSlider->value()),
+                       general.updateEverySec->text(), general.statusBarTextComboBox->currentText(),
+                       general.statusBarIconComboBox->currentText(),
+                       general.languageComboBox->currentText(),
+                       QString::number(cleaning.autoCleanEveryTimeSlider->value()),
+                       cleaning.min->text(), cleaning.autoCleanByFreeSizeTextField->text()}),
+                  QStringList({"5", "5 sec", "Free memory, size", "Pie chart, monochrome",
+                               "Automatic", "10", "10 min", "81"}))
+            << stored;
     }
 }
 
@@ -160,58 +121,48 @@ TEST(PreferencesWindow, PlusAndMinusAreDrawnAgainInTheNewPaletteHalfASecondAfter
         << "\"+\" drawn again in the dark palette";
 }
 
-const QString kNone = QStringLiteral("None");
-const QString kPercent = QStringLiteral("Free memory, per cent");
-const QString kSize = QStringLiteral("Free memory, size");
-const QStringList kIcons{"Static icon, monochrome", "Static icon, 3D greyscale",
-                         "Pie chart, monochrome", "Pie chart, colour"};
-
 // Text and icon are never both "None": each pop-up offers "None" only while
 // the other choice is not none, and its indexes shift by one when it does not.
 TEST(GeneralTab, ChoosingTextOrIconStoresTheTypeBehindTheItem) {
-    const struct {
-        const char *name;
-        int textType, iconType;
-        bool inTextPopUp;  // else in the icon pop-up
-        int index;         // the item chosen
-        int storedText, storedIcon;
-        bool textOffersNone, iconOffersNone;  // afterwards
-        const char *panelTitle;
-    } rows[] = {
+    const QStringList texts{"None", "Free memory, per cent", "Free memory, size"};
+    const QStringList icons{"None", "Static icon, monochrome", "Static icon, 3D greyscale",
+                            "Pie chart, monochrome", "Pie chart, colour"};
+    // The stored text and icon types, the pop-up chosen in (text: true) and
+    // the item chosen, the types stored then, and the panel's title.
+    const std::tuple<const char *, int, int, bool, int, int, int, const char *> rows[] = {
         // No icon: the first text item is "per cent", type 1 (index 0 minus -1).
-        {"FirstTextItemWithoutIcon", 2, 0, true, 0, 1, 0, false, true, "Free: 0.00 %"},
+        {"FirstTextItemWithoutIcon", 2, 0, true, 0, 1, 0, "Free: 0.00 %"},
         // Icon "None" while the text shows the size: the text loses its "None".
-        {"IconNoneWhileTextShowsSize", 2, 3, false, 0, 2, 0, false, true, "Free: 512.00 MB"},
-        {"TextNoneDisablesLabelBox", 1, 3, true, 0, 0, 3, true, false, ""},
+        {"IconNoneWhileTextShowsSize", 2, 3, false, 0, 2, 0, "Free: 512.00 MB"},
+        {"TextNoneDisablesLabelBox", 1, 3, true, 0, 0, 3, ""},
         // No text: the first icon item is the 2D icon, type 1.
-        {"FirstIconItemWithoutText", 0, 4, false, 0, 0, 1, true, false, ""},
-        {"LastIconItem", 2, 1, false, 4, 2, 4, true, true, "Free: 512.00 MB"},
+        {"FirstIconItemWithoutText", 0, 4, false, 0, 0, 1, ""},
+        {"LastIconItem", 2, 1, false, 4, 2, 4, "Free: 512.00 MB"},
     };
-    for (const auto &c : rows) {
-        SCOPED_TRACE(c.name);
+    for (const auto &[name, textType, iconType, inTextPopUp, index, storedText, storedIcon,
+                      panelTitle] : rows) {
+        SCOPED_TRACE(name);
         PreferencesRig rig;
-        rig.store("statusBarText", c.textType);
-        rig.store("statusBarIcon", c.iconType);
+        rig.store("statusBarText", textType);
+        rig.store("statusBarIcon", iconType);
         rig.store("statusBarTextWithInfo", true);
         auto window = rig.open();
         GeneralTab &tab = *window->tabGeneral;
 
-        choose(c.inTextPopUp ? tab.statusBarTextComboBox : tab.statusBarIconComboBox, c.index);
+        choose(inTextPopUp ? tab.statusBarTextComboBox : tab.statusBarIconComboBox, index);
 
-        EXPECT_EQ(rig.preferences.statusBarTextType(), c.storedText);
-        EXPECT_EQ(rig.preferences.statusBarIconType(), c.storedIcon);
-        EXPECT_EQ(items(tab.statusBarTextComboBox).contains(kNone), c.textOffersNone);
-        EXPECT_EQ(items(tab.statusBarIconComboBox).contains(kNone), c.iconOffersNone);
-        EXPECT_EQ(tab.statusBarTextComboBox->currentText(),
-                  c.storedText == 0 ? kNone : (c.storedText == 1 ? kPercent : kSize));
-        EXPECT_EQ(tab.statusBarIconComboBox->currentText(),
-                  c.storedIcon == 0 ? kNone : kIcons[c.storedIcon - 1]);
+        EXPECT_EQ(rig.preferences.statusBarTextType(), storedText);
+        EXPECT_EQ(rig.preferences.statusBarIconType(), storedIcon);
+        EXPECT_EQ(items(tab.statusBarTextComboBox).contains("None"), storedIcon != 0);
+        EXPECT_EQ(items(tab.statusBarIconComboBox).contains("None"), storedText != 0);
+        EXPECT_EQ(tab.statusBarTextComboBox->currentText(), texts[storedText]);
+        EXPECT_EQ(tab.statusBarIconComboBox->currentText(), icons[storedIcon]);
         // The label box means nothing without a text, but keeps its setting.
-        EXPECT_EQ(tab.statusBarTextWithInfo->isEnabled(), c.storedText != 0);
+        EXPECT_EQ(tab.statusBarTextWithInfo->isEnabled(), storedText != 0);
         EXPECT_TRUE(rig.preferences.statusBarTextWithInfo());
         // The status item follows at once.
         ASSERT_FALSE(rig.statusItem.titles.empty());
-        EXPECT_EQ(rig.statusItem.titles.back(), QString::fromUtf8(c.panelTitle));
+        EXPECT_EQ(rig.statusItem.titles.back(), QString::fromUtf8(panelTitle));
     }
 }
 
@@ -229,21 +180,36 @@ TEST(GeneralTab, PanelTextPlacementAndColourAreStoredAsChosen) {
     EXPECT_EQ(tab.statusBarTextPlacementComboBox->currentText(), "Drawn into the icon");
 }
 
-TEST(GeneralTab, RefreshSliderRestartsTheTimerUnlessACleaningRuns) {
+// A cleaning stops the refresh timer and restarts it when it ends; the
+// periodic cleaning's timer runs only while checked, a cleaning or not.
+TEST(GeneralTab, SlidersStoreTheirValueAndRestartTheirTimers) {
     for (const bool cleaning : {false, true}) {
         SCOPED_TRACE(cleaning ? "cleaning" : "idle");
         PreferencesRig rig;
         QRMAppDelegate &delegate = rig.start(cleaning);
         auto window = rig.open();
         ASSERT_EQ(window->tabGeneral->refreshRateSlider->value(), 5);
-
         QTest::keyClick(window->tabGeneral->refreshRateSlider, Qt::Key_Right);
-
         EXPECT_EQ(rig.preferences.refreshRate(), 6);
         EXPECT_EQ(window->tabGeneral->updateEverySec->text(), "6 sec");
-        // A cleaning stops the refresh timer and restarts it when it ends.
         EXPECT_EQ(delegate.refreshMemoryInfoTimer().isActive(), !cleaning);
         EXPECT_EQ(delegate.refreshMemoryInfoTimer().interval(), cleaning ? 5000 : 6000);
+
+        CleaningTab &tab = *window->tabCleaning;
+        ASSERT_EQ(tab.autoCleanEveryTimeSlider->value(), 10);
+        QTest::keyClick(tab.autoCleanEveryTimeSlider, Qt::Key_Right);
+        EXPECT_EQ(rig.preferences.autoCleanEveryTime(), 11);
+        EXPECT_EQ(tab.min->text(), "11 min");
+        EXPECT_FALSE(delegate.autoCleanEveryTimeTimer().isActive());
+        tab.autoCleanEveryTimeChecked->click();
+        EXPECT_TRUE(delegate.autoCleanEveryTimeTimer().isActive());
+        EXPECT_EQ(delegate.autoCleanEveryTimeTimer().interval(), 11 * 60 * 1000);
+        QTest::keyClick(tab.autoCleanEveryTimeSlider, Qt::Key_Left);
+        EXPECT_TRUE(delegate.autoCleanEveryTimeTimer().isActive());
+        EXPECT_EQ(delegate.autoCleanEveryTimeTimer().interval(), 10 * 60 * 1000);
+        tab.autoCleanEveryTimeChecked->click();
+        EXPECT_FALSE(rig.preferences.autoCleanEveryTimeChecked());
+        EXPECT_FALSE(delegate.autoCleanEveryTimeTimer().isActive());
     }
 }
 
@@ -269,9 +235,8 @@ TEST(GeneralTab, LoginItemBoxShowsTheFolderReReadAfterTheClick) {
 
     // A folder that cannot be written: the click shows at once, the re-read
     // takes it back.
-    QFile blocker(rig.dir.filePath("autostart"));
-    ASSERT_TRUE(QDir(rig.dir.filePath("autostart")).removeRecursively());
-    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    ASSERT_TRUE(QDir(rig.dir.filePath("autostart")).removeRecursively() &&
+                QFile(rig.dir.filePath("autostart")).open(QIODevice::WriteOnly));
     ::testing::internal::CaptureStderr();
     box->click();
     EXPECT_TRUE(box->isChecked());
@@ -299,23 +264,20 @@ TEST(GeneralTab, TaskbarBoxSwitchedOffAsksForTheWindowAgain) {
     EXPECT_EQ(requests.size(), 1);
 }
 
-// Every text a person reads in the window.
 QStringList windowTexts(const QRMPreferencesWindowController &window) {
     QStringList texts{window.windowTitle()};
     for (int i = 0; i < window.tabView->count(); ++i) {
         texts << window.tabView->tabText(i);
     }
-    for (const QLabel *label : window.findChildren<QLabel *>()) {
-        texts << label->text();
-    }
-    for (const QAbstractButton *button : window.findChildren<QCheckBox *>()) {
-        texts << button->text();
-    }
-    for (const QGroupBox *box : window.findChildren<QGroupBox *>()) {
-        texts << box->title();
-    }
-    for (const QComboBox *comboBox : window.findChildren<QComboBox *>()) {
-        texts << items(comboBox);
+    for (const QWidget *widget : window.findChildren<QWidget *>()) {
+        if (const auto *comboBox = qobject_cast<const QComboBox *>(widget)) {
+            texts << items(comboBox);
+        } else if (qobject_cast<const QLabel *>(widget) ||
+                   qobject_cast<const QCheckBox *>(widget)) {
+            texts << widget->property("text").toString();
+        } else if (qobject_cast<const QGroupBox *>(widget)) {
+            texts << widget->property("title").toString();
+        }
     }
     texts.removeAll(QString());
     return texts;
@@ -323,19 +285,14 @@ QStringList windowTexts(const QRMPreferencesWindowController &window) {
 
 // The letters after '&' in a page's check boxes and control labels.
 QStringList mnemonics(const QWidget &page) {
-    QStringList texts;
-    for (const QCheckBox *box : page.findChildren<QCheckBox *>()) {
-        texts << box->text();
-    }
-    for (const QLabel *label : page.findChildren<QLabel *>()) {
-        if (label->buddy()) {
-            texts << label->text();
-        }
-    }
     QStringList letters;
-    for (const QString &text : texts) {
-        const qsizetype at = text.indexOf(u'&');
-        letters << (at >= 0 && at + 1 < text.size() ? text.mid(at + 1, 1).toLower() : QString());
+    for (const QWidget *control : page.findChildren<QWidget *>()) {
+        const auto *label = qobject_cast<const QLabel *>(control);
+        if (qobject_cast<const QCheckBox *>(control) || (label && label->buddy())) {
+            const QString text = control->property("text").toString();
+            const qsizetype at = text.indexOf(u'&');
+            letters << (at < 0 ? QString() : text.mid(at + 1, 1).toLower());
+        }
     }
     return letters;
 }
@@ -384,38 +341,35 @@ TEST(CleaningTab, ThresholdsAreClampedWhenTypedOrStepped) {
     PreferencesRig rig;
     auto window = rig.open();
     CleaningTab &tab = *window->tabCleaning;
-    const struct {
-        bool free;  // else the inactive-memory threshold
-        const char *typed;
-        qint64 stored;
-    } rows[] = {{true, "5000", 4096},
-                {true, "4096", 4096},
-                {true, "0", 1},
-                {true, "-1", 4096},
-                {true, "abc", 1},
-                {false, "", 1},
-                {false, " 12MB", 12},
-                {false, "99999999999999999999999", 4096},
-                {false, "-99999999999999999999999", 4096}};
+    // The free-memory field (true) or the inactive-memory one, typed, stored.
+    const std::tuple<bool, const char *, qint64> rows[] = {
+        {true, "5000", 4096},
+        {true, "4096", 4096},
+        {true, "0", 1},
+        {true, "-1", 4096},
+        {true, "abc", 1},
+        {false, "", 1},
+        {false, " 12MB", 12},
+        {false, "99999999999999999999999", 4096},
+        {false, "-99999999999999999999999", 4096}};
     const auto type = [](QLineEdit *field, const char *text) {
         field->selectAll();
         QTest::keyClick(field, Qt::Key_Backspace);
         QTest::keyClicks(field, QString::fromUtf8(text));
         QTest::keyClick(field, Qt::Key_Return);
     };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.typed);
+    for (const auto &[free, typed, stored] : rows) {
+        SCOPED_TRACE(typed);
         QLineEdit *field =
-            row.free ? tab.autoCleanByFreeSizeTextField : tab.autoCleanByInactiveSizeTextField;
-        type(field, row.typed);
-
-        EXPECT_EQ(row.free ? rig.preferences.autoCleanByFreeSize()
-                           : rig.preferences.autoCleanByInactiveSize(),
-                  row.stored);
-        EXPECT_EQ(field->text(), QString::number(row.stored));
-        EXPECT_EQ((row.free ? tab.autoCleanByFreeSizeStepper : tab.autoCleanByInactiveSizeStepper)
-                      ->value(),
-                  double(row.stored));
+            free ? tab.autoCleanByFreeSizeTextField : tab.autoCleanByInactiveSizeTextField;
+        type(field, typed);
+        EXPECT_EQ(free ? rig.preferences.autoCleanByFreeSize()
+                       : rig.preferences.autoCleanByInactiveSize(),
+                  stored);
+        EXPECT_EQ(field->text(), QString::number(stored));
+        EXPECT_EQ(
+            (free ? tab.autoCleanByFreeSizeStepper : tab.autoCleanByInactiveSizeStepper)->value(),
+            double(stored));
     }
 
     // The arrow key and the stepper move up to a bound and stop there.
@@ -431,83 +385,37 @@ TEST(CleaningTab, ThresholdsAreClampedWhenTypedOrStepped) {
     EXPECT_EQ(rig.preferences.autoCleanByInactiveSize(), 1);
 }
 
+// 2 GiB installed: a bound of 1024 MB; no statistics yet: 0, below the minimum.
 TEST(CleaningTab, OpeningLowersThresholdsAboveTheBound) {
-    struct {
-        const char *name;
-        std::optional<uint64_t> installed;
-        qint64 shown;
-    } const rows[] = {
-        {"SmallerMachine", 2 * kGiB, 1024},
-        // No statistics yet: the bound is 0, below the minimum.
-        {"NoRecord", std::nullopt, 0},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name);
-        PreferencesRig rig(row.installed);
+    for (const auto &[installed, shown] :
+         {std::pair<std::optional<uint64_t>, qint64>{2 * kGiB, 1024}, {std::nullopt, 0}}) {
+        SCOPED_TRACE(shown);
+        PreferencesRig rig(installed);
         rig.store("autoCleanByFreeSize", 3000);
         rig.store("autoCleanByInactiveSize", 9000);
         auto window = rig.open();
-        EXPECT_EQ(rig.preferences.autoCleanByFreeSize(), row.shown);
-        EXPECT_EQ(rig.preferences.autoCleanByInactiveSize(), row.shown);
+        EXPECT_EQ(rig.preferences.autoCleanByFreeSize(), shown);
+        EXPECT_EQ(rig.preferences.autoCleanByInactiveSize(), shown);
         EXPECT_EQ(window->tabCleaning->autoCleanByInactiveSizeTextField->text(),
-                  QString::number(row.shown));
+                  QString::number(shown));
     }
 }
 
+// 512 MiB free, below a threshold of 1024 MB: switching the box on while idle
+// starts a cleaning; switching it off, or on during a cleaning, does not.
 TEST(CleaningTab, ThresholdBoxChecksTheRulesWhenSwitchedOnAndIdle) {
-    struct {
-        const char *name;
-        bool checkedBefore;
-        bool cleaning;
-        size_t cleaningsAfter;
-    } const rows[] = {
-        // 512 MiB free, below a threshold of 1024 MB: a cleaning is due.
-        {"SwitchedOn", false, false, 1},
-        {"SwitchedOff", true, false, 0},
-        {"SwitchedOnWhileCleaning", false, true, 0},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto &[checkedBefore, cleaning, cleaningsAfter] :
+         {std::tuple{false, false, 1u}, {true, false, 0u}, {false, true, 0u}}) {
+        SCOPED_TRACE(::testing::Message() << checkedBefore << cleaning);
         PreferencesRig rig;
         rig.store("autoCleanByFreeSize", 1024);
-        rig.store("autoCleanByFreeSizeChecked", row.checkedBefore);
-        rig.start(row.cleaning);
+        rig.store("autoCleanByFreeSizeChecked", checkedBefore);
+        rig.start(cleaning);
         const size_t cleaningsBefore = rig.pendingCleanings.size();
         auto window = rig.open();
-
         window->tabCleaning->autoCleanByFreeSizeChecked->click();
-        EXPECT_EQ(rig.preferences.autoCleanByFreeSizeChecked(), !row.checkedBefore);
-        EXPECT_EQ(rig.pendingCleanings.size() - cleaningsBefore, row.cleaningsAfter);
-    }
-}
-
-TEST(CleaningTab, IntervalRestartsThePeriodicTimerOnlyWhileChecked) {
-    for (const bool cleaning : {false, true}) {
-        SCOPED_TRACE(cleaning ? "cleaning" : "idle");
-        PreferencesRig rig;
-        QRMAppDelegate &delegate = rig.start(cleaning);
-        auto window = rig.open();
-        CleaningTab &tab = *window->tabCleaning;
-        ASSERT_EQ(tab.autoCleanEveryTimeSlider->value(), 10);
-
-        // Off: the value and its label change, the timer stays off.
-        QTest::keyClick(tab.autoCleanEveryTimeSlider, Qt::Key_Right);
-        EXPECT_EQ(rig.preferences.autoCleanEveryTime(), 11);
-        EXPECT_EQ(tab.min->text(), "11 min");
-        EXPECT_FALSE(delegate.autoCleanEveryTimeTimer().isActive());
-
-        tab.autoCleanEveryTimeChecked->click();
-        EXPECT_TRUE(delegate.autoCleanEveryTimeTimer().isActive());
-        EXPECT_EQ(delegate.autoCleanEveryTimeTimer().interval(), 11 * 60 * 1000);
-
-        // On: restarted with the new interval, a running cleaning or not.
-        QTest::keyClick(tab.autoCleanEveryTimeSlider, Qt::Key_Left);
-        EXPECT_TRUE(delegate.autoCleanEveryTimeTimer().isActive());
-        EXPECT_EQ(delegate.autoCleanEveryTimeTimer().interval(), 10 * 60 * 1000);
-
-        tab.autoCleanEveryTimeChecked->click();
-        EXPECT_FALSE(rig.preferences.autoCleanEveryTimeChecked());
-        EXPECT_FALSE(delegate.autoCleanEveryTimeTimer().isActive());
+        EXPECT_EQ(rig.preferences.autoCleanByFreeSizeChecked(), !checkedBefore);
+        EXPECT_EQ(rig.pendingCleanings.size() - cleaningsBefore, cleaningsAfter);
     }
 }
 
@@ -522,35 +430,28 @@ QString feedURL(int index) {
 // The pop-up shows the feed in use; choosing another stores it and runs a
 // silent check, choosing the shown one does nothing.
 TEST(UpdatesTab, FeedPopUpSwitchesOnlyToAnotherFeed) {
-    const struct {
-        int stored, shownIndex, chosenIndex;
-        bool switches;
-    } rows[] = {{0, 0, 0, false},
-                {2, 2, 2, false},
-                {0, 0, 1, true},
-                {1, 1, 2, true},
-                // An unknown feed shows as stable, so choosing stable switches.
-                {3, 0, 0, true}};
-    for (const auto &c : rows) {
-        SCOPED_TRACE(feedURL(c.stored).toStdString() + " to " + std::to_string(c.chosenIndex));
+    // Stored, shown and chosen feeds, and whether choosing switches; an
+    // unknown feed shows as stable, so choosing stable switches.
+    const std::tuple<int, int, int, bool> rows[] = {
+        {0, 0, 0, false}, {2, 2, 2, false}, {0, 0, 1, true}, {1, 1, 2, true}, {3, 0, 0, true}};
+    for (const auto &[stored, shownIndex, chosenIndex, switches] : rows) {
+        SCOPED_TRACE(feedURL(stored).toStdString() + " to " + std::to_string(chosenIndex));
         PreferencesRig rig;
-        rig.store("FeedURL", feedURL(c.stored));
+        rig.store("FeedURL", feedURL(stored));
         test::FakeUpdater updater;
         rig.preferences.setUpdater(&updater);
         auto window = rig.open();
         QComboBox *popUp = window->tabUpdates->updatesFeedNSPopUpButton;
-        EXPECT_EQ(popUp->currentIndex(), c.shownIndex);
-
-        choose(popUp, c.chosenIndex);
-        const QString chosen = feedURL(c.chosenIndex);
-        EXPECT_EQ(rig.preferences.updatesFeedURL().toString(),
-                  c.switches ? chosen : feedURL(c.stored));
-        EXPECT_EQ(updater.calls, c.switches ? QStringList({chosen, "check"}) : QStringList());
+        EXPECT_EQ(popUp->currentIndex(), shownIndex);
+        choose(popUp, chosenIndex);
+        const QString chosen = feedURL(chosenIndex);
+        EXPECT_EQ(rig.preferences.updatesFeedURL().toString(), switches ? chosen : feedURL(stored));
+        EXPECT_EQ(updater.calls, switches ? QStringList({chosen, "check"}) : QStringList());
         rig.preferences.setUpdater(nullptr);
     }
 }
 
-TEST(UpdatesTab, AutomaticChecksIntervalAndDownloadsFollowTheUpdater) {
+TEST(UpdatesTab, AutomaticChecksIntervalAndDownloadsFollowTheUpdaterBesideVersionAndBuild) {
     PreferencesRig rig;
     FakeUpdateChecks &updater = rig.updater;
     updater.checks = true;
@@ -562,6 +463,8 @@ TEST(UpdatesTab, AutomaticChecksIntervalAndDownloadsFollowTheUpdater) {
               QStringList({"Hourly", "Daily", "Weekly", "Monthly"}));
     EXPECT_EQ(tab.updateCheckInterval->currentText(), "Weekly");
     EXPECT_FALSE(tab.automaticDowloadUpdateCheckBox->isChecked());
+    EXPECT_EQ(tab.versionAndBuildNumberInfo->text(),
+              QStringLiteral("Version %1 Build %2").arg(kMarketingVersion, kBuildNumber));
 
     choose(tab.updateCheckInterval, 3);
     EXPECT_EQ(updater.interval, 2'629'800);
@@ -571,13 +474,6 @@ TEST(UpdatesTab, AutomaticChecksIntervalAndDownloadsFollowTheUpdater) {
     EXPECT_FALSE(updater.checks);
     EXPECT_FALSE(tab.updateCheckInterval->isEnabled());
     EXPECT_FALSE(tab.automaticDowloadUpdateCheckBox->isEnabled());
-}
-
-TEST(UpdatesTab, ShowsVersionAndBuild) {
-    PreferencesRig rig;
-    auto window = rig.open();
-    EXPECT_EQ(window->tabUpdates->versionAndBuildNumberInfo->text(),
-              QStringLiteral("Version %1 Build %2").arg(kMarketingVersion, kBuildNumber));
 }
 
 // The tab over the rig's store and controller, whose application events the
@@ -646,7 +542,7 @@ TEST_F(AppsTabTest, MenuOffersEachNameAndIdOnceSortedAndOnlyFromChosenSources) {
     EXPECT_TRUE(empty->actions().at(0)->text().isEmpty());
 }
 
-TEST_F(AppsTabTest, ChoosingStoresAtOnceInOrderChoosingAgainOnlySelectsAndIconlessRecordsGo) {
+TEST_F(AppsTabTest, ChoosingStoresInOrderBoxesRewriteTheListAndIconlessRecordsGo) {
     open();
     choose(2);  // zeta
     choose(0);  // Alpha
@@ -674,18 +570,16 @@ TEST_F(AppsTabTest, ChoosingStoresAtOnceInOrderChoosingAgainOnlySelectsAndIconle
     EXPECT_EQ(tab->tableDataSource()[0].record.value("ID"), "zeta.desktop");
     EXPECT_EQ(storedIds().size(), 2);
     EXPECT_FALSE(tab->removeButton->isEnabled());
-}
 
-TEST_F(AppsTabTest, CheckBoxRewritesTheListAndTheControllerWatchesAtOnce) {
-    open();
-    choose(2);
+    // A box rewrites the list, and the controller starts watching at once.
+    tab->appsTable->selectRow(0);
     EXPECT_TRUE(tab->appsBasicCleaning->isVisibleTo(tab.get()));
     EXPECT_EQ(rig.applicationEvents.starts, 0);
     tab->buttonDidActivate->click();
+    EXPECT_EQ(storedIds(), QStringList{"zeta.desktop"});
     EXPECT_EQ(rig.preferences.applicationsAndUtilitiesToMonitoring()->at(0).value("DidActivate"),
               QVariant(true));
     EXPECT_EQ(rig.applicationEvents.starts, 1);
-
     tab->removeButton->click();
     EXPECT_TRUE(storedIds().isEmpty());
     EXPECT_FALSE(tab->removeButton->isEnabled());
@@ -699,7 +593,6 @@ TEST_F(AppsTabTest, WaylandSessionSaysEventsAreNotAvailable) {
     EXPECT_EQ(tab->applicationEventsNotAvailable->text(), "ApplicationEventsNotAvailable");
 }
 
-// Geometry of one 44-pixel row.
 TEST(QRMTextFieldCellTest, RowSplitsIntoIconSquareTitleAndSubtitle) {
     const QRect row(0, 0, 300, 44);
     EXPECT_EQ(QRMTextFieldCell::imageRectForBounds(row), QRect(5, 5, 34, 34));
