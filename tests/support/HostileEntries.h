@@ -39,8 +39,6 @@ inline constexpr HostileEntry kHostileEntries[] = {
 // Bytes that belong to somebody else: they must never be uploaded or printed.
 inline constexpr char kForeignBytes[] = "FOREIGN-BYTES-7f3a";
 
-inline constexpr off_t kHugeSize = 50 << 20;
-
 // Added to a name: a newline, a terminal title change and a screen clear.
 inline constexpr char kOddSuffix[] = "\n\x1b]0;owned\x07\x1b[2J";
 
@@ -129,7 +127,7 @@ inline std::string placeHostile(const HostileEntry &entry, const std::string &fo
         }
         case HostileKind::Huge:
             std::ofstream(path, std::ios::binary) << content << kForeignBytes;
-            EXPECT_EQ(::truncate(path.c_str(), kHugeSize), 0);  // sparse: costs no disk
+            EXPECT_EQ(::truncate(path.c_str(), 50 << 20), 0);  // sparse: costs no disk
             break;
         case HostileKind::OddName:
             path += kOddSuffix;
