@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <regex>
+#include <tuple>
 #include <utility>
 
 #include "CrashTestSupport.h"
@@ -126,10 +127,10 @@ TEST_F(RecordWriterTest, WritesRecordFormsThatReadBack) {
     const auto record = parseRecordLine(expected.substr(0, expected.size() - 1));
     ASSERT_TRUE(record && record->find("signal"));
     const RecordValue &signal = *record->find("signal");
-    EXPECT_EQ(signal.unsignedAt("number"), UINT64_MAX);
-    EXPECT_EQ(signal.stringAt("name"), "SIG\"SEGV");
-    EXPECT_EQ(signal.unsignedAt("name", 7), 7u);
-    EXPECT_EQ(signal.stringAt("number"), "");
+    // A value read as the wrong type gives the fallback.
+    EXPECT_EQ(std::tuple(signal.unsignedAt("number"), signal.stringAt("name"),
+                         signal.unsignedAt("name", 7), signal.stringAt("number")),
+              std::tuple(UINT64_MAX, "SIG\"SEGV", 7u, ""));
     EXPECT_EQ(signal.find("code_name")->type, RecordValue::Type::Null);
     EXPECT_EQ(signal.find("codes")->items.size(), 3u);
 }
@@ -147,7 +148,7 @@ TEST(RecordParserTest, AcceptsWholeRecordsOnly) {
     }
 }
 
-TEST_F(RecordWriterTest, AppendStartsCountAtFileSizeAndTruncateReplaces) {
+TEST_F(RecordWriterTest, AppendTruncateAndBufferedOpenings) {
     std::ofstream(path()) << "0123456789";
     RecordWriter writer;
     ASSERT_TRUE(writer.open(path().c_str(), true, false));
@@ -164,10 +165,8 @@ TEST_F(RecordWriterTest, AppendStartsCountAtFileSizeAndTruncateReplaces) {
     writer.close();
     EXPECT_EQ(contents(), "null");
     EXPECT_EQ(std::filesystem::status(path()).permissions(), std::filesystem::perms(0644));
-}
 
-TEST_F(RecordWriterTest, BufferedWriterHoldsTextUntilFullOrClosed) {
-    RecordWriter writer;
+    // Buffered, the text is held until the buffer is full or the file closed.
     ASSERT_TRUE(writer.open(path().c_str(), false, true));
     const std::string piece(300, 'a');
     for (int i = 0; i < 3; ++i) {
@@ -209,51 +208,45 @@ ImageNode node(uint64_t base, uint64_t size) {
     return ImageNode{base, size, 0, 0, 0};
 }
 
-class ImageTableTest : public ::testing::Test {
-protected:
-    std::unique_ptr<ImageTable> table_ = std::make_unique<ImageTable>();
-};
-
-TEST_F(ImageTableTest, UnloadKeepsSlotWithSizeZeroAndReloadTakesNewSlot) {
-    EXPECT_FALSE(storeImageNode(*table_, node(0x1000, 0x100), false)) << "unload of no load";
-    ASSERT_TRUE(storeImageNode(*table_, node(0x1000, 0x100), true));
-    ASSERT_TRUE(storeImageNode(*table_, node(0x1000, 0x100), false));
-    EXPECT_EQ(table_->nodes[0].base, 0x1000u);
-    EXPECT_EQ(table_->nodes[0].size, 0u);
+TEST(ImageTableTest, UnloadKeepsSlotReloadTakesNewOneAndLookupsStayInRange) {
+    const auto table = std::make_unique<ImageTable>();
+    EXPECT_FALSE(storeImageNode(*table, node(0x1000, 0x100), false)) << "unload of no load";
+    ASSERT_TRUE(storeImageNode(*table, node(0x1000, 0x100), true));
+    ASSERT_TRUE(storeImageNode(*table, node(0x1000, 0x100), false));
+    EXPECT_EQ(table->nodes[0].base, 0x1000u);
+    EXPECT_EQ(table->nodes[0].size, 0u);
     ImageNode found;
-    EXPECT_FALSE(findImageForAddress(*table_, 0x1010, &found));
+    EXPECT_FALSE(findImageForAddress(*table, 0x1010, &found));
 
-    ASSERT_TRUE(storeImageNode(*table_, node(0x1000, 0x100), true));
-    EXPECT_EQ(table_->nodes[1].base, 0x1000u);
-    EXPECT_TRUE(findImageForAddress(*table_, 0x1010, &found));
+    ASSERT_TRUE(storeImageNode(*table, node(0x1000, 0x100), true));
+    EXPECT_EQ(table->nodes[1].base, 0x1000u);
+    EXPECT_TRUE(findImageForAddress(*table, 0x1010, &found));
     EXPECT_EQ(found.size, 0x100u);
-    EXPECT_FALSE(findImageForAddress(*table_, 0x1010, nullptr));
-}
+    EXPECT_FALSE(findImageForAddress(*table, 0x1010, nullptr));
 
-TEST_F(ImageTableTest, Load513IsNotTrackedEvenAfterUnloads) {
-    for (uint64_t i = 0; i < kImageTableSize; ++i) {
-        ASSERT_TRUE(storeImageNode(*table_, node(0x10000 * (i + 1), 0x100), true));
-        if (i % 2 == 0) {
-            ASSERT_TRUE(storeImageNode(*table_, node(0x10000 * (i + 1), 0x100), false));
-        }
-    }
-    const std::string logged = crashLogOutput(
-        [&] { EXPECT_FALSE(storeImageNode(*table_, node(0xdead0000, 0x100), true)); });
-    EXPECT_NE(logged.find("Unable to track a loaded node 0xdead0000"), std::string::npos) << logged;
-    ImageNode found;
-    EXPECT_FALSE(findImageForAddress(*table_, 0xdead0010, &found));
-}
-
-TEST_F(ImageTableTest, FindsOnlyInsideRange) {
-    storeImageNode(*table_, node(0x4000, 0x1000), true);
-    storeImageNode(*table_, node(0x9000, 0x10), true);
+    storeImageNode(*table, node(0x4000, 0x1000), true);
+    storeImageNode(*table, node(0x9000, 0x10), true);
     const std::pair<uint64_t, bool> addresses[] = {
         {0, false},      {0x3fff, false}, {0x4000, true},     {0x4fff, true},
         {0x5000, false}, {0x900f, true},  {UINT64_MAX, false}};
-    ImageNode found;
     for (const auto &[address, inside] : addresses) {
-        EXPECT_EQ(findImageForAddress(*table_, address, &found), inside) << address;
+        EXPECT_EQ(findImageForAddress(*table, address, &found), inside) << address;
     }
+}
+
+TEST(ImageTableTest, Load513IsNotTrackedEvenAfterUnloads) {
+    const auto table = std::make_unique<ImageTable>();
+    for (uint64_t i = 0; i < kImageTableSize; ++i) {
+        ASSERT_TRUE(storeImageNode(*table, node(0x10000 * (i + 1), 0x100), true));
+        if (i % 2 == 0) {
+            ASSERT_TRUE(storeImageNode(*table, node(0x10000 * (i + 1), 0x100), false));
+        }
+    }
+    const std::string logged = crashLogOutput(
+        [&] { EXPECT_FALSE(storeImageNode(*table, node(0xdead0000, 0x100), true)); });
+    EXPECT_NE(logged.find("Unable to track a loaded node 0xdead0000"), std::string::npos) << logged;
+    ImageNode found;
+    EXPECT_FALSE(findImageForAddress(*table, 0xdead0010, &found));
 }
 
 // What `readelf -nlW` says of a file: the first build-id, and the size in memory of the
@@ -264,15 +257,10 @@ struct ElfFacts {
 };
 
 ElfFacts readelf(const std::string &path) {
-    FILE *pipe = popen(("readelf -nlW '" + path + "' 2>/dev/null").c_str(), "r");
-    if (pipe == nullptr) {
-        return {};
-    }
-    std::string out;
-    for (int c; (c = fgetc(pipe)) != EOF;) {
-        out += char(c);
-    }
-    pclose(pipe);
+    const TemporaryDirectory scratch;
+    const std::string answer = scratch.path() + "/readelf";
+    std::system(("readelf -nlW '" + path + "' > " + answer + " 2>/dev/null").c_str());
+    const std::string out = readText(answer);
     std::smatch id, load;  // "LOAD 0x016000 0x..16000 0x..16000 0x0c6f19 0x0c6f19 R E 0x1000"
     std::regex_search(out, id, std::regex("Build ID: ([0-9a-f]+)"));
     std::regex_search(out, load, std::regex("LOAD +(0x[0-9a-f]+ +){4}(0x[0-9a-f]+) R E "));
@@ -513,25 +501,21 @@ TEST(CrashReportReaderTest, TiesFramesToImagesAndListsDamagedLines) {
 {"thread":{"tid":5,"crashed":true,"frames":[{"pc":4)";
 
     const CrashReport read = readCrashReport(report.path());
-    EXPECT_EQ(read.kind, "signal");
-    EXPECT_EQ(read.title, "SIGABRT");
-    EXPECT_EQ(read.reason, "ABORT");
-    EXPECT_EQ(read.time, 1700000000u);
-    EXPECT_EQ(read.signalCode, -6);
-    EXPECT_EQ(read.faultAddress, 0u);
+    EXPECT_EQ(
+        std::tie(read.kind, read.title, read.reason, read.time, read.signalCode, read.faultAddress),
+        std::make_tuple("signal", "SIGABRT", "ABORT", 1700000000u, -6, 0u));
+    const auto shown = [](const ReportFrame &f) {
+        return std::tie(f.imagePath, f.imageUuid, f.offset, f.trust);
+    };
     ASSERT_EQ(read.frames.size(), 2u);
     // The latest load at that base wins: the first image was unloaded before.
-    EXPECT_EQ(read.frames[0].imagePath, "/usr/lib/b.so");
-    EXPECT_EQ(read.frames[0].imageUuid, "bb");
-    EXPECT_EQ(read.frames[0].offset, 10u);
-    EXPECT_EQ(read.frames[1].imagePath, "");
-    EXPECT_EQ(read.frames[1].trust, "scan");
-
+    EXPECT_EQ(shown(read.frames[0]), std::make_tuple("/usr/lib/b.so", "bb", 10u, "context"));
+    EXPECT_EQ(shown(read.frames[1]), std::make_tuple("", "", 0u, "scan"));
     ASSERT_EQ(read.damaged.size(), 2u);
-    EXPECT_EQ(read.damaged[0].file, "binary_images.crsrecord");
-    EXPECT_EQ(read.damaged[0].lineNumber, 4u);
-    EXPECT_EQ(read.damaged[1].file, "signal.crsrecord");
-    EXPECT_EQ(read.damaged[1].lineNumber, 3u);
+    EXPECT_EQ(read.damaged[0].file + ":" + std::to_string(read.damaged[0].lineNumber),
+              "binary_images.crsrecord:4");
+    EXPECT_EQ(read.damaged[1].file + ":" + std::to_string(read.damaged[1].lineNumber),
+              "signal.crsrecord:3");
     EXPECT_FALSE(read.metadata.has_value());
 }
 
@@ -543,9 +527,8 @@ TEST(CrashReportReaderTest, ExceptionReportAndMissingFolder) {
 {"host":{"platform":"linux"}}
 )";
     const CrashReport read = readCrashReport(report.path());
-    EXPECT_EQ(read.kind, "exception");
-    EXPECT_EQ(read.title, "std::runtime_error");
-    EXPECT_EQ(read.reason, "x");
+    EXPECT_EQ(std::tie(read.kind, read.title, read.reason),
+              std::make_tuple("exception", "std::runtime_error", "x"));
     ASSERT_TRUE(read.metadata.has_value());
     EXPECT_EQ(read.metadata->find("host")->stringAt("platform"), "linux");
     EXPECT_TRUE(read.damaged.empty());
@@ -556,11 +539,7 @@ TEST(CrashReportReaderTest, ExceptionReportAndMissingFolder) {
 }
 
 void assign(const char *name, const std::optional<std::string> &value) {
-    if (value) {
-        setenv(name, value->c_str(), 1);
-    } else {
-        unsetenv(name);
-    }
+    value ? setenv(name, value->c_str(), 1) : unsetenv(name);
 }
 
 std::optional<std::string> valueOf(const char *name) {

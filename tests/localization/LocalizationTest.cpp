@@ -11,7 +11,6 @@
 #include "localization/QRMLocalization.h"
 #include "preferences/QRMPreferencesManager.h"
 
-#include "CaseName.h"
 #include "QtPrinters.h"
 
 namespace tarnwell::test {
@@ -31,90 +30,61 @@ protected:
     QStringList desktop_{"en-GB"};
 };
 
-enum class Tables { Compiled, EnglishOnly, None };
-
-struct LookupCase {
-    const char *name;
-    std::optional<QStringList> override;
-    QStringList desktop;
-    const char *key;  // "language" answers the code of the table in use
-    const char *text;
-    Tables tables = Tables::Compiled;
-};
-
-class LookupTest : public LocalizationTest, public ::testing::WithParamInterface<LookupCase> {};
-
-TEST_P(LookupTest, ChoosesTheTableOrFallsBack) {
+// The override, the desktop's languages, a key and the text it gives;
+// "language" answers the code of the table in use.
+TEST_F(LocalizationTest, LookupChoosesTheTableOrFallsBack) {
+    const std::tuple<std::optional<QStringList>, QStringList, const char *, const char *> rows[] = {
+        {std::nullopt, {"uk-UA", "en-US"}, "Quit", "Вийти"},  // the desktop's order
+        {std::nullopt, {}, "language", "en"},
+        {QStringList{}, {"ru-RU"}, "language", "en"},            // an empty override is English
+        {QStringList{"ukr"}, {"ru"}, "language", "uk"},          // the own Ukrainian code
+        {QStringList{"de-DE", "ru"}, {"uk"}, "language", "en"},  // only the first entry counts
+        {QStringList{"r"}, {"ru"}, "language", "en"},
+        {QStringList{"ru"}, {}, "NoSuchKey", "NoSuchKey"}};
+    for (const auto &[override, desktop, key, text] : rows) {
+        preferences_.setAppleLanguages(override);
+        desktop_ = desktop;
+        EXPECT_EQ(localizationOver(kCompiledTables).localized(key), text)
+            << "desktop " << desktop.join(' ').toStdString();
+    }
+    // No table at all leaves the key; a language without a table is English.
     QTemporaryDir tables;
-    if (GetParam().tables == Tables::EnglishOnly) {
-        ASSERT_TRUE(
-            QFile::copy(kCompiledTables + "/tarnwell_en.qm", tables.filePath("tarnwell_en.qm")));
-    }
-    preferences_.setAppleLanguages(GetParam().override);
-    desktop_ = GetParam().desktop;
-    QRMLocalization localization =
-        localizationOver(GetParam().tables == Tables::Compiled ? kCompiledTables : tables.path());
-    EXPECT_EQ(localization.localized(GetParam().key), GetParam().text);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, LookupTest,
-    ::testing::Values(
-        LookupCase{"DesktopOrderWithoutOverride", {}, {"uk-UA", "en-US"}, "Quit", "Вийти"},
-        LookupCase{"NoDesktopLanguages", {}, {}, "language", "en"},
-        LookupCase{"EmptyOverrideIsEnglish", QStringList{}, {"ru-RU"}, "language", "en"},
-        LookupCase{"OwnUkrainianCode", QStringList{"ukr"}, {"ru"}, "language", "uk"},
-        LookupCase{"OnlyTheFirstEntryCounts", QStringList{"de-DE", "ru"}, {"uk"}, "language", "en"},
-        LookupCase{"SingleLetter", QStringList{"r"}, {"ru"}, "language", "en"},
-        LookupCase{"UnknownKeyUnchanged", QStringList{"ru"}, {}, "NoSuchKey", "NoSuchKey"},
-        LookupCase{"LanguageWithoutATableIsEnglish",
-                   QStringList{"ru"},
-                   {},
-                   "CleanMemoryNow",
-                   "Clean Memory Now",
-                   Tables::EnglishOnly},
-        LookupCase{"NoTableAtAll", {}, {"en"}, "CleanMemoryNow", "CleanMemoryNow", Tables::None}),
-    tarnwell::test::caseName);
-
-struct ChangeCase {
-    const char *name;
-    int index;
-    std::optional<QStringList> override;
-    qint64 selected;
-    const char *segment;  // the "language" text once the change is heard
-};
-
-class ChangeLanguageTest : public LocalizationTest,
-                           public ::testing::WithParamInterface<ChangeCase> {};
-
-TEST_P(ChangeLanguageTest, StoresTheChoiceAndEveryListenerHearsItBeforeReturn) {
-    // Start from Russian so that every row changes something or visibly nothing.
+    preferences_.setAppleLanguages(std::nullopt);
+    desktop_ = {"en"};
+    EXPECT_EQ(localizationOver(tables.path()).localized("CleanMemoryNow"), "CleanMemoryNow");
+    ASSERT_TRUE(
+        QFile::copy(kCompiledTables + "/tarnwell_en.qm", tables.filePath("tarnwell_en.qm")));
     preferences_.setAppleLanguages(QStringList{"ru"});
-    preferences_.setSelectedLanguage(2);
-    desktop_ = {"uk-UA"};
-    QRMLocalization localization = localizationOver(kCompiledTables);
-    QRMLanguageNotifier notifier;
-    QStringList heard;
-    for (int listener = 0; listener < 2; ++listener) {
-        QObject::connect(&notifier, &QRMLanguageNotifier::languageDidChanged,
-                         [&] { heard.append(localization.localized("language")); });
-    }
-
-    changeLanguage(preferences_, notifier, GetParam().index);
-
-    EXPECT_EQ(heard, QStringList(2, GetParam().segment));
-    EXPECT_EQ(preferences_.appleLanguages(), GetParam().override);
-    EXPECT_EQ(preferences_.selectedLanguage(), GetParam().selected);
+    EXPECT_EQ(localizationOver(tables.path()).localized("CleanMemoryNow"), "Clean Memory Now");
 }
 
-INSTANTIATE_TEST_SUITE_P(PopUpIndexes, ChangeLanguageTest,
-                         ::testing::Values(ChangeCase{"Automatic", 0, std::nullopt, 0, "uk"},
-                                           ChangeCase{"English", 1, QStringList{"en"}, 1, "en"},
-                                           ChangeCase{"Ukrainian", 3, QStringList{"ukr"}, 3, "uk"},
-                                           ChangeCase{"BeyondTheList", 4, QStringList{"ru"}, 2,
-                                                      "ru"},
-                                           ChangeCase{"Negative", -1, QStringList{"ru"}, 2, "ru"}),
-                         tarnwell::test::caseName);
+// From Russian, so that every row changes something or visibly nothing: the
+// pop-up's index, then the stored override and index, and the "language" text
+// each listener hears before the change returns.
+TEST_F(LocalizationTest, ChangeStoresTheChoiceAndEveryListenerHearsItBeforeReturn) {
+    const std::tuple<int, std::optional<QStringList>, qint64, const char *> rows[] = {
+        {0, std::nullopt, 0, "uk"},
+        {1, QStringList{"en"}, 1, "en"},
+        {3, QStringList{"ukr"}, 3, "uk"},
+        {4, QStringList{"ru"}, 2, "ru"},
+        {-1, QStringList{"ru"}, 2, "ru"}};
+    desktop_ = {"uk-UA"};
+    for (const auto &[index, override, selected, heardText] : rows) {
+        preferences_.setAppleLanguages(QStringList{"ru"});
+        preferences_.setSelectedLanguage(2);
+        QRMLocalization localization = localizationOver(kCompiledTables);
+        QRMLanguageNotifier notifier;
+        QStringList heard;
+        for (int listener = 0; listener < 2; ++listener) {
+            QObject::connect(&notifier, &QRMLanguageNotifier::languageDidChanged,
+                             [&] { heard.append(localization.localized("language")); });
+        }
+        changeLanguage(preferences_, notifier, index);
+        EXPECT_EQ(heard, QStringList(2, heardText)) << index;
+        EXPECT_EQ(preferences_.appleLanguages(), override) << index;
+        EXPECT_EQ(preferences_.selectedLanguage(), selected) << index;
+    }
+}
 
 // The shared objects as the program wires them: the user's settings file under
 // "Tarnwell/Tarnwell" and the tables compiled into the executable.
