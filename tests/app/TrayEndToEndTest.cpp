@@ -10,7 +10,6 @@
 #include "BuildInfo.h"
 #include "BusTestSupport.h"
 #include "QtPrinters.h"
-#include "TestNotificationServer.h"
 #include "ThrowAwayRun.h"
 
 namespace tarnwell::testing {

@@ -9,9 +9,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include "BusTestSupport.h"
 #include "CaseName.h"
 #include "QtPrinters.h"
-#include "TestNotificationServer.h"
 
 #include "platform/linux/QRMLoginItems.h"
 #include "platform/linux/QRMUserNotificationsManager.h"
