@@ -426,7 +426,7 @@ protected:
 
 const QVariant kClick = QVariant::fromValue(QDBusVariant(0));
 
-TEST_F(DBusMenuExporterTest, ReadsAnswerTheAskedPartOrAnError) {
+TEST_F(DBusMenuExporterTest, ReadsAnswerTheAskedPartAndClicksReachTheModel) {
     const struct {
         const char *parentLabel;  // nullptr for the root
         int depth;
@@ -460,9 +460,8 @@ TEST_F(DBusMenuExporterTest, ReadsAnswerTheAskedPartOrAnError) {
         EXPECT_EQ(call(QString::fromUtf8(method), arguments).type(), QDBusMessage::ErrorMessage)
             << method;
     }
-}
 
-TEST_F(DBusMenuExporterTest, ClicksAndOpeningsReachTheModel) {
+    // Clicks and openings reach the model.
     QSignalSpy cleanTriggered(clean, &QRMMenuItem::triggered);
     QSignalSpy usedTriggered(swapUsed, &QRMMenuItem::triggered);
     const QDBusMessage single =
@@ -606,14 +605,11 @@ TEST_F(MenuMirrorTest, OpeningAMenuLetsTheModelItFollowsRefreshFirst) {
 
 // A QMenu taller than the screen used to open a second column holding "Quit"
 // alone.
-TEST(MenuMirrorHeight, ALongMenuScrollsInOneColumn) {
-    QRMMenu model;
+TEST_F(MenuMirrorTest, ALongMenuScrollsInOneColumn) {
     for (int i = 0; i < 80; ++i) {
         model.addItem(QStringLiteral("Figure %1").arg(i));
     }
     QRMMenuItem *quit = model.addItem(QStringLiteral("Quit"));
-    MenuMirror mirror;
-    mirror.setMenu(&model);
     QMenu *menu = mirror.menu();
     menu->ensurePolished();
     const QList<QAction *> actions = menu->actions();
