@@ -50,7 +50,7 @@ void write(const QString &path, const QByteArray &text) {
     file.write(text);
 }
 
-TEST(DesktopFiles, KdeglobalsAndLxqtPanelSheetSayDarkOrLight) {
+TEST(DesktopFiles, KdeglobalsAndLxqtPanelSheetSayDarkOrLightAndAreReadAgain) {
     const std::pair<const char *, std::optional<bool>> cases[] = {
         {nullptr, std::nullopt},
         {"[Colors:Window]\nBackgroundNormal=49,54,59\n", true},      // Breeze Dark
@@ -98,9 +98,8 @@ TEST(DesktopFiles, KdeglobalsAndLxqtPanelSheetSayDarkOrLight) {
                   c.dark)
             << theme.toStdString() << ": " << c.sheet;
     }
-}
 
-TEST(DesktopFilesChange, AreReadAgain) {
+    // A changed file is read again.
     QTemporaryDir dir;
     const QString conf = dir.filePath("config/lxqt/lxqt.conf");
     write(conf, "[General]\ntheme=light\n");

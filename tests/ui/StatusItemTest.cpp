@@ -255,7 +255,7 @@ protected:
 
 // Without a watcher the item waits on the bus for one, unless a legacy tray
 // is there to take the tray icon.
-TEST_F(StatusItemHostTest, TheTrayIconOnlyWhereNoWatcherRuns) {
+TEST_F(StatusItemHostTest, TheTrayIconOnlyWhereNoWatcherRunsTheTitleDrawnWhereNoLabelShows) {
     {
         auto host = start();
         EXPECT_EQ(host->kind(), Kind::NotifierItem);
@@ -266,7 +266,25 @@ TEST_F(StatusItemHostTest, TheTrayIconOnlyWhereNoWatcherRuns) {
     }
     TestStatusNotifierWatcher watcher(QStringLiteral("panel"));
     tray.present = true;  // xfce4-panel's tray owns both
-    EXPECT_EQ(start()->kind(), Kind::NotifierItem);
+    const struct {
+        const char *watcherProcess;
+        int placement;  // the setting: 0 from the host, 1 label, 2 drawn
+        bool drawn;
+    } cases[] = {{"ayatana-indicat", 0, false},
+                 {"lxqt-panel", 0, true},
+                 {"lxqt-panel", 1, false},
+                 {"ayatana-indicat", 2, true}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(::testing::Message() << c.watcherProcess << " " << c.placement);
+        placement = c.placement;
+        watcherProcess = QString::fromLatin1(c.watcherProcess);
+        auto host = start();
+        EXPECT_EQ(host->kind(), Kind::NotifierItem);
+        QSignalSpy identified(host.get(), &StatusItemHost::hostIdentified);
+        ASSERT_TRUE(identified.wait(5000));
+        host->setTitle(QStringLiteral("42.00 %"));
+        EXPECT_EQ(itemOf(*host).drawn, c.drawn);
+    }
 }
 
 // Tarnwell started at login before the panel: it used to settle on the tray
@@ -306,28 +324,6 @@ TEST_F(StatusItemHostTest, StartedBeforeThePanelFollowsItsWatcher) {
     watcher.reset();
     waitForKind(*host, Kind::TrayIcon);
     EXPECT_EQ(FakeItem::mostAlive, 1) << "two icons at once";
-}
-
-TEST_F(StatusItemHostTest, TitleDrawnWhereTheHostShowsNoLabel) {
-    TestStatusNotifierWatcher watcher(QStringLiteral("panel"));
-    const struct {
-        const char *watcherProcess;
-        int placement;  // the setting: 0 from the host, 1 label, 2 drawn
-        bool drawn;
-    } cases[] = {{"ayatana-indicat", 0, false},
-                 {"lxqt-panel", 0, true},
-                 {"lxqt-panel", 1, false},
-                 {"ayatana-indicat", 2, true}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(::testing::Message() << c.watcherProcess << " " << c.placement);
-        placement = c.placement;
-        watcherProcess = QString::fromLatin1(c.watcherProcess);
-        auto host = start();
-        QSignalSpy identified(host.get(), &StatusItemHost::hostIdentified);
-        ASSERT_TRUE(identified.wait(5000));
-        host->setTitle(QStringLiteral("42.00 %"));
-        EXPECT_EQ(itemOf(*host).drawn, c.drawn);
-    }
 }
 
 // One entry of a menu shape, a short string: "~" before a hidden entry, "!"
