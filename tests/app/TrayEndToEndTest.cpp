@@ -98,7 +98,7 @@ TEST(TrayEndToEnd, CleansFromTheMenuAndStaysTheOnlyItem) {
     EXPECT_EQ(second.process.exitCode(), 0);
     EXPECT_EQ(second.process.readAllStandardOutput(),
               "Tarnwell is already running; its preferences are open\n");
-    EXPECT_EQ(watcher.items().size(), 1) << "a second item reached the panel";
+    EXPECT_EQ(watcher.registeredItems.size(), 1) << "a second item reached the panel";
 
     ThrowAwayRun console;
     console.env = run.env;

@@ -107,9 +107,6 @@ signals:
 class TestStatusNotifierWatcher : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
-    Q_PROPERTY(int ProtocolVersion READ protocolVersion)
-    Q_PROPERTY(bool IsStatusNotifierHostRegistered READ isHostRegistered)
-    Q_PROPERTY(QStringList RegisteredStatusNotifierItems READ items)
 public:
     explicit TestStatusNotifierWatcher(const QString &connectionName)
         : connection_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName)) {
@@ -121,10 +118,6 @@ public:
         QDBusConnection::disconnectFromBus(connection_.name());
     }
 
-    int protocolVersion() const { return 0; }
-    bool isHostRegistered() const { return true; }
-    QStringList items() const { return registeredItems; }
-
     QStringList registeredItems;
     // Unique bus names of the registered items' owners, in order.
     QStringList senders;
@@ -135,7 +128,6 @@ public slots:
         senders.append(message().service());
         emit itemRegistered();
     }
-    void RegisterStatusNotifierHost(const QString &) {}
 
 signals:
     void itemRegistered();
