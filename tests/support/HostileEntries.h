@@ -13,7 +13,6 @@
 #include <cstdlib>
 
 #include <fstream>
-#include <ostream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -41,11 +40,6 @@ inline constexpr char kForeignBytes[] = "FOREIGN-BYTES-7f3a";
 
 // Added to a name: a newline, a terminal title change and a screen clear.
 inline constexpr char kOddSuffix[] = "\n\x1b]0;owned\x07\x1b[2J";
-
-// For gtest's messages.
-inline void PrintTo(const HostileEntry &entry, std::ostream *out) {
-    *out << entry.name;
-}
 
 inline constexpr auto hostileCaseName = test::caseName;
 

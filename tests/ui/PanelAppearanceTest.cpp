@@ -231,11 +231,8 @@ TEST(StatusBarIcons, LoadAndTheTemplateIconIsAMonochromeMask) {
         const QImage image = loadStatusBarIcon(kStatusBarIconStatic2D, {size, size})
                                  .convertToFormat(QImage::Format_ARGB32);
         ASSERT_FALSE(image.isNull()) << "cannot load the icon (is the SVG image plugin installed?)";
-        EXPECT_EQ(
-            pixelsWhere(image,
-                        [](const QColor &c) { return c.alpha() > 0 && (c.rgb() & 0xffffff) != 0; }),
-            0)
-            << "coloured pixels";
+        const auto coloured = [](const QColor &c) { return c.alpha() && (c.rgb() & 0xffffff); };
+        EXPECT_EQ(pixelsWhere(image, coloured), 0) << "coloured pixels";
         EXPECT_GT(pixelsWhere(image, [](const QColor &c) { return c.alpha() >= 128; }),
                   size * size / 5)
             << "the glyph is too faint";
