@@ -1,6 +1,9 @@
 #pragma once
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+
 #include <QDBusConnection>
 #include <QDBusContext>
 #include <QDBusMessage>
@@ -75,17 +78,10 @@ public:
         }
     }
 
-    QStringList names() const {
-        QStringList result;
-        for (const QDBusMessage &message : received) {
-            result.append(message.member());
-        }
-        return result;
-    }
-
     void waitFor(const QString &name) {
         QSignalSpy recorded(this, &BusSignalRecorder::recorded);
-        while (!names().contains(name)) {
+        while (std::none_of(received.begin(), received.end(),
+                            [&](const QDBusMessage &m) { return m.member() == name; })) {
             ASSERT_TRUE(recorded.wait(10000)) << name.toStdString() << " never arrived";
         }
     }

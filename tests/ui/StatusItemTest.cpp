@@ -159,7 +159,7 @@ TEST_F(StatusNotifierItemTest, ChangesReachTheHosts) {
     view->setImage(filled(Qt::red), false);
     view->setTitle(QStringLiteral("1.25 GB"));
     recorder.waitFor(QStringLiteral("XAyatanaNewLabel"));
-    EXPECT_EQ(recorder.names(), QStringList{QStringLiteral("XAyatanaNewLabel")});
+    EXPECT_EQ(recorder.received.size(), 1) << "an icon change came before the label";
     EXPECT_EQ(recorder.received.last().arguments(),
               (QVariantList{QStringLiteral("1.25 GB"), QStringLiteral("0.00 GB")}));
 
@@ -194,8 +194,7 @@ TEST_F(StatusNotifierItemTest, TemplateImagesFollowThePaletteOfTheDesktop) {
     QGuiApplication::setPalette(QPalette());
 }
 
-class FakeTray : public LegacyTrayPresence {
-public:
+struct FakeTray : LegacyTrayPresence {
     bool isPresent() const override { return present; }
     void set(bool isPresent) {
         present = isPresent;
@@ -207,8 +206,7 @@ public:
 // Records what the host hands it; counts the items alive, which must never
 // exceed one.
 struct FakeItem : PanelStatusItem {
-    static inline int alive = 0;
-    static inline int mostAlive = 0;
+    static inline int alive = 0, mostAlive = 0;
     FakeItem() { mostAlive = std::max(mostAlive, ++alive); }
     ~FakeItem() override { --alive; }
 
@@ -500,7 +498,7 @@ TEST_F(DBusMenuExporterTest, ChangesOfOneTurnArriveAsOneDiffOrOneLayoutUpdate) {
     free->setImage({});
     wired->setEnabled(true);
     recorder.waitFor(QStringLiteral("ItemsPropertiesUpdated"));
-    ASSERT_EQ(recorder.names(), QStringList{QStringLiteral("ItemsPropertiesUpdated")});
+    ASSERT_EQ(recorder.received.size(), 1) << "one diff per turn";
     const QVariantList arguments = recorder.received[0].arguments();
     const auto updated = demarshalled<DBusMenuItemList>(arguments.at(0));
     const auto removed = demarshalled<DBusMenuItemKeysList>(arguments.at(1));
@@ -521,7 +519,7 @@ TEST_F(DBusMenuExporterTest, ChangesOfOneTurnArriveAsOneDiffOrOneLayoutUpdate) {
     const int swapId = idOf(QStringLiteral("Swap"));
     swap->submenu()->addItem(QStringLiteral("Free swap"));
     recorder.waitFor(QStringLiteral("LayoutUpdated"));
-    ASSERT_EQ(recorder.names(), QStringList{QStringLiteral("LayoutUpdated")});
+    ASSERT_EQ(recorder.received.size(), 1) << "one announcement per turn";
     EXPECT_GT(recorder.received[0].arguments().at(0).toUInt(), revision);
     EXPECT_EQ(recorder.received[0].arguments().at(1).toInt(), swapId);
     EXPECT_EQ(shapeOf(getLayout(swapId, -1).second.children),
