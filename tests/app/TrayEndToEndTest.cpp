@@ -60,10 +60,9 @@ TEST(TrayEndToEnd, CleansFromTheMenuAndStaysTheOnlyItem) {
     }
 
     const QString menuPath = itemProperty("Menu").value<QDBusObjectPath>().path();
-    auto callMenu = [&](const char *method, const QVariantList &arguments) {
-        return test::callAndWait(bus, item, menuPath, "com.canonical.dbusmenu", method, arguments);
-    };
-    const QDBusMessage layout = callMenu("GetLayout", {0, -1, QStringList()});
+    const QString menuInterface = QStringLiteral("com.canonical.dbusmenu");
+    const QDBusMessage layout =
+        test::callAndWait(bus, item, menuPath, menuInterface, "GetLayout", {0, -1, QStringList()});
     ASSERT_EQ(layout.type(), QDBusMessage::ReplyMessage) << layout.errorMessage().toStdString();
     const auto menu = test::demarshalled<DBusMenuLayoutItem>(layout.arguments().value(1));
     const int clean = test::menuItemId(menu, "Clean Memory Now");
@@ -80,8 +79,8 @@ TEST(TrayEndToEnd, CleansFromTheMenuAndStaysTheOnlyItem) {
     meminfo.write(capture.readAll().replace("MemFree:            4096 kB", "MemFree: 102400 kB"));
     ASSERT_TRUE(meminfo.commit());
     QSignalSpy notified(&notifications, &test::TestNotificationServer::notified);
-    callMenu("Event",
-             {clean, QStringLiteral("clicked"), QVariant::fromValue(QDBusVariant(QString())), 0u});
+    test::callAndWait(bus, item, menuPath, menuInterface, "Event",
+                      {clean, "clicked", QVariant::fromValue(QDBusVariant(QString())), 0u});
     ASSERT_TRUE(notified.wait(30000));
     const test::ReceivedNotification &notification = notifications.received.first();
     EXPECT_EQ(notification.summary, "Tarnwell");

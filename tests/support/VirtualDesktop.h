@@ -44,8 +44,6 @@ public:
         std::fclose(reply);
     }
     ~XvfbDisplay() { stop(); }
-    XvfbDisplay(const XvfbDisplay &) = delete;
-    XvfbDisplay &operator=(const XvfbDisplay &) = delete;
 
     // Empty when Xvfb could not start.
     const std::string &display() const { return display_; }
