@@ -46,8 +46,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using Kind = StatusItemHost::Kind;
-using test::demarshalled;
-using test::filled;
+using test::demarshalled, test::filled, test::pixelsNear, test::pixelsWhere;
 using test::TestStatusNotifierWatcher;
 
 const QString kItemPath = QStringLiteral("/StatusNotifierItem");
@@ -189,8 +188,8 @@ TEST_F(StatusNotifierItemTest, ChangesReachTheHosts) {
     recorder.waitFor(QStringLiteral("NewIcon"));
     EXPECT_EQ(itemProperty("XAyatanaLabel").toString(), QString());
     const QImage file = QImage(iconFile()).convertToFormat(QImage::Format_ARGB32);
-    EXPECT_EQ(test::pixelsNear(file, Qt::blue), 0) << "the picture is still there";
-    EXPECT_GT(test::pixelsNear(file, Qt::black), 50) << "no text in the panel's colour";
+    EXPECT_EQ(pixelsNear(file, Qt::blue), 0) << "the picture is still there";
+    EXPECT_GT(pixelsNear(file, Qt::black), 50) << "no text in the panel's colour";
 }
 
 TEST_F(StatusNotifierItemTest, TemplateImagesFollowThePaletteOfTheDesktop) {
@@ -820,9 +819,6 @@ TEST(OnXServer, TrayAndSettingsManagersAreFollowed) {
     EXPECT_TRUE(appearance.isDark());
 }
 
-using test::pixelsNear;
-using test::pixelsWhere;
-
 // The template icon is a mask: any colour in it would survive the tint as a
 // wrong shade. Its edges land on whole pixels at the panel's own size.
 TEST(StatusBarIcons, LoadAndTheTemplateIconIsAMonochromeMask) {
@@ -841,10 +837,9 @@ TEST(StatusBarIcons, LoadAndTheTemplateIconIsAMonochromeMask) {
 }
 
 TEST(TemplateImageTint, PaintsEveryPixelKeepingItsCoverage) {
-    QImage mask(3, 1, QImage::Format_ARGB32);
+    QImage mask = filled(Qt::transparent, {3, 1});
     mask.setPixelColor(0, 0, QColor(255, 0, 0, 255));
     mask.setPixelColor(1, 0, QColor(0, 0, 255, 128));
-    mask.setPixelColor(2, 0, QColor(0, 0, 0, 0));
     const QImage tinted =
         TemplateImage::tinted(mask, Qt::white).convertToFormat(QImage::Format_ARGB32);
     EXPECT_EQ(tinted.pixelColor(0, 0), QColor(Qt::white));
