@@ -125,8 +125,7 @@ public:
     QString windowOf(const QString &wmClass) {
         QString window;
         return waitUntil([&] {
-            QByteArray found;
-            QByteArray clients;
+            QByteArray found, clients;
             if (!run("xdotool", {"search", "--class", wmClass}, &found) ||
                 !run("xprop", {"-root", "_NET_CLIENT_LIST"}, &clients)) {
                 return false;

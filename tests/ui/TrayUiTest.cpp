@@ -73,12 +73,10 @@ protected:
 
 class StatusNotifierItemTest : public BusHostTest {
 protected:
-    void startItem(const QImage &image = {}, bool isTemplate = false) {
+    void startItem(const QImage &image, bool isTemplate = false) {
         watcher.emplace(QStringLiteral("watcher"));
         view = std::make_unique<StatusNotifierItemView>(QDBusConnection::sessionBus(), appearance);
-        if (!image.isNull()) {
-            view->setImage(image, isTemplate);
-        }
+        view->setImage(image, isTemplate);
         waitForRegistration(*watcher);
         recorder.listen(host, view->item()->serviceName(), kItemPath, kItemInterface,
                         {QStringLiteral("NewIcon"), QStringLiteral("XAyatanaNewLabel")});
@@ -733,8 +731,7 @@ const QByteArray kGreybird =
 const QByteArray kGreybirdDark =
     kLittleEndianUpToTheName + QByteArray::fromHex("0d000000 47726579626972642d6461726b 000000");
 const QByteArray kGreybirdBigEndian = QByteArray::fromHex(
-    "01 000000 00000007 00000002"
-    "00 00 0007 5866742f445049 00 00000000 00018000"
+    "01 000000 00000007 00000002 00 00 0007 5866742f445049 00 00000000 00018000"
     "01 00 000d 4e65742f5468656d654e616d65 000000 00000000 00000008 4772657962697264");
 
 TEST(XSettingsBlob, ThemeNameInEitherByteOrder) {
