@@ -412,11 +412,8 @@ protected:
                                                   const QStringList &names = {}) {
         const QDBusMessage reply = call(QStringLiteral("GetLayout"), {parent, depth, names});
         EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
-        if (reply.arguments().size() != 2) {
-            return {};
-        }
-        return {reply.arguments().at(0).toUInt(),
-                demarshalled<DBusMenuLayoutItem>(reply.arguments().at(1))};
+        return {reply.arguments().value(0).toUInt(),
+                demarshalled<DBusMenuLayoutItem>(reply.arguments().value(1))};
     }
 
     int idOf(const QString &label) {
