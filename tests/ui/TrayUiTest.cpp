@@ -171,8 +171,7 @@ TEST_F(StatusNotifierItemTest, ChangesReachTheHosts) {
     view->setTitle(QStringLiteral("1.25 GB"));
     recorder.waitFor(QStringLiteral("XAyatanaNewLabel"));
     EXPECT_EQ(recorder.received.size(), 1) << "an icon change came before the label";
-    EXPECT_EQ(recorder.received.last().arguments(),
-              (QVariantList{QStringLiteral("1.25 GB"), QStringLiteral("0.00 GB")}));
+    EXPECT_EQ(recorder.received.last().arguments(), (QVariantList{"1.25 GB", "0.00 GB"}));
 
     view->setImage(filled(Qt::blue), false);
     recorder.waitFor(QStringLiteral("NewIcon"));
@@ -512,14 +511,13 @@ TEST_F(DBusMenuExporterTest, ChangesOfOneTurnArriveAsOneDiffOrOneLayoutUpdate) {
     const auto removed = demarshalled<DBusMenuItemKeysList>(arguments.at(1));
     ASSERT_EQ(updated.size(), 1);
     EXPECT_EQ(updated[0].id, cleanId);
-    EXPECT_EQ(updated[0].properties,
-              (QVariantMap{{QStringLiteral("label"), QStringLiteral("Clean__again")}}));
+    EXPECT_EQ(updated[0].properties, (QVariantMap{{"label", "Clean__again"}}));
     QMap<int, QStringList> removedById;
     for (const DBusMenuItemKeys &keys : removed) {
         removedById.insert(keys.id, keys.names);
     }
-    EXPECT_EQ(removedById, (QMap<int, QStringList>{{freeId, {QStringLiteral("icon-data")}},
-                                                   {wiredId, {QStringLiteral("enabled")}}}));
+    EXPECT_EQ(removedById,
+              (QMap<int, QStringList>{{freeId, {"icon-data"}}, {wiredId, {"enabled"}}}));
     EXPECT_EQ(getLayout(0, 0).first, revision) << "a retitle is no layout change";
 
     // A structure change announces its parent with a new revision.
@@ -530,8 +528,7 @@ TEST_F(DBusMenuExporterTest, ChangesOfOneTurnArriveAsOneDiffOrOneLayoutUpdate) {
     ASSERT_EQ(recorder.received.size(), 1) << "one announcement per turn";
     EXPECT_GT(recorder.received[0].arguments().at(0).toUInt(), revision);
     EXPECT_EQ(recorder.received[0].arguments().at(1).toInt(), swapId);
-    EXPECT_EQ(shapeOf(getLayout(swapId, -1).second.children),
-              QStringLiteral("Used, Total, Free swap"));
+    EXPECT_EQ(shapeOf(getLayout(swapId, -1).second.children), "Used, Total, Free swap");
 
     // A rebuilt menu is one announcement of the root, with fresh ids.
     const int oldMaximum = idOf(QStringLiteral("Free swap"));
