@@ -49,8 +49,8 @@ using Kind = StatusItemHost::Kind;
 using test::demarshalled, test::filled, test::pixelsNear, test::pixelsWhere;
 using test::TestStatusNotifierWatcher;
 
-const QString kItemPath = QStringLiteral("/StatusNotifierItem");
-const QString kItemInterface = QStringLiteral("org.kde.StatusNotifierItem");
+const QString kItemPath = "/StatusNotifierItem";
+const QString kItemInterface = "org.kde.StatusNotifierItem";
 
 // The colour at the centre of a pixmap as sent on the bus: A, R, G, B, most
 // significant byte first.
@@ -64,22 +64,21 @@ QColor centreOf(const DBusImage &image) {
 class BusHostTest : public ::testing::Test {
 protected:
     void SetUp() override { registerDBusTypes(); }
-    void TearDown() override { QDBusConnection::disconnectFromBus(QStringLiteral("host")); }
+    void TearDown() override { QDBusConnection::disconnectFromBus("host"); }
 
-    QDBusConnection host =
-        QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("host"));
+    QDBusConnection host = QDBusConnection::connectToBus(QDBusConnection::SessionBus, "host");
     test::BusSignalRecorder recorder;
 };
 
 class StatusNotifierItemTest : public BusHostTest {
 protected:
     void startItem(const QImage &image, bool isTemplate = false) {
-        watcher.emplace(QStringLiteral("watcher"));
+        watcher.emplace("watcher");
         view = std::make_unique<StatusNotifierItemView>(QDBusConnection::sessionBus(), appearance);
         view->setImage(image, isTemplate);
         waitForRegistration(*watcher);
         recorder.listen(host, view->item()->serviceName(), kItemPath, kItemInterface,
-                        {QStringLiteral("NewIcon"), QStringLiteral("XAyatanaNewLabel")});
+                        {"NewIcon", "XAyatanaNewLabel"});
     }
 
     static void waitForRegistration(TestStatusNotifierWatcher &watcher) {
@@ -113,10 +112,10 @@ protected:
 TEST_F(StatusNotifierItemTest, RegistersWithEveryWatcherPublishesAndOpensItsMenu) {
     startItem(filled(Qt::red, {30, 10}));
     QRMMenu menu;
-    menu.addItem(QStringLiteral("Clean"));
+    menu.addItem("Clean");
     view->setMenu(&menu);
-    view->setTitle(QStringLiteral("Free: 42.17 %"));
-    view->setToolTip(QStringLiteral("Free memory: 8.00 GB (42.17 %)"));
+    view->setTitle("Free: 42.17 %");
+    view->setToolTip("Free memory: 8.00 GB (42.17 %)");
 
     const QString service = watcher->registeredItems.at(0);
     EXPECT_EQ(
@@ -156,7 +155,7 @@ TEST_F(StatusNotifierItemTest, RegistersWithEveryWatcherPublishesAndOpensItsMenu
 
     // The panel restarts: its new watcher, started after the item, hears
     // from it again.
-    watcher.emplace(QStringLiteral("second"));
+    watcher.emplace("second");
     waitForRegistration(*watcher);
     EXPECT_EQ(watcher->registeredItems, QStringList{service});
 }
@@ -168,13 +167,13 @@ TEST_F(StatusNotifierItemTest, ChangesReachTheHosts) {
     // The same picture again costs the hosts nothing: the label change sent
     // after it arrives with no icon change before it.
     view->setImage(filled(Qt::red), false);
-    view->setTitle(QStringLiteral("1.25 GB"));
-    recorder.waitFor(QStringLiteral("XAyatanaNewLabel"));
+    view->setTitle("1.25 GB");
+    recorder.waitFor("XAyatanaNewLabel");
     EXPECT_EQ(recorder.received.size(), 1) << "an icon change came before the label";
     EXPECT_EQ(recorder.received.last().arguments(), (QVariantList{"1.25 GB", "0.00 GB"}));
 
     view->setImage(filled(Qt::blue), false);
-    recorder.waitFor(QStringLiteral("NewIcon"));
+    recorder.waitFor("NewIcon");
     EXPECT_TRUE(QFileInfo::exists(iconFile()));
     EXPECT_FALSE(QFileInfo::exists(firstFile));
 
@@ -182,7 +181,7 @@ TEST_F(StatusNotifierItemTest, ChangesReachTheHosts) {
     // instead, and is not repeated as a label.
     recorder.received.clear();
     view->setTitleDrawn(true);
-    recorder.waitFor(QStringLiteral("NewIcon"));
+    recorder.waitFor("NewIcon");
     EXPECT_EQ(itemProperty("XAyatanaLabel").toString(), QString());
     const QImage file = QImage(iconFile()).convertToFormat(QImage::Format_ARGB32);
     EXPECT_EQ(pixelsNear(file, Qt::blue), 0) << "the picture is still there";
@@ -199,7 +198,7 @@ TEST_F(StatusNotifierItemTest, TemplateImagesFollowThePaletteOfTheDesktop) {
     QPalette dark(QColor(30, 30, 30));
     dark.setColor(QPalette::WindowText, Qt::white);
     QGuiApplication::setPalette(dark);
-    recorder.waitFor(QStringLiteral("NewIcon"));
+    recorder.waitFor("NewIcon");
     EXPECT_EQ(centreOfLargestPixmap(), QColor(Qt::white));
     QGuiApplication::setPalette(QPalette());
 }
@@ -258,7 +257,7 @@ protected:
 
     FakeTray tray;
     int placement = 0;
-    QString watcherProcess = QStringLiteral("xfce4-panel");
+    QString watcherProcess = "xfce4-panel";
 };
 
 // Without a watcher the item waits on the bus for one, unless a legacy tray
@@ -272,7 +271,7 @@ TEST_F(StatusItemHostTest, TheTrayIconOnlyWhereNoWatcherRunsTheTitleDrawnWhereNo
         tray.set(false);
         EXPECT_EQ(host->kind(), Kind::NotifierItem);
     }
-    TestStatusNotifierWatcher watcher(QStringLiteral("panel"));
+    TestStatusNotifierWatcher watcher("panel");
     tray.present = true;  // xfce4-panel's tray owns both
     const struct {
         const char *watcherProcess;
@@ -290,7 +289,7 @@ TEST_F(StatusItemHostTest, TheTrayIconOnlyWhereNoWatcherRunsTheTitleDrawnWhereNo
         EXPECT_EQ(host->kind(), Kind::NotifierItem);
         QSignalSpy identified(host.get(), &StatusItemHost::hostIdentified);
         ASSERT_TRUE(identified.wait(5000));
-        host->setTitle(QStringLiteral("42.00 %"));
+        host->setTitle("42.00 %");
         EXPECT_EQ(itemOf(*host).drawn, c.drawn);
     }
 }
@@ -303,17 +302,17 @@ TEST_F(StatusItemHostTest, StartedBeforeThePanelFollowsItsWatcher) {
     QRMMenu menu;
     const QImage image = filled(Qt::red);
     host->setMenu(&menu);
-    host->setTitle(QStringLiteral("2.38 GB"));
-    host->setToolTip(QStringLiteral("Free memory: 2.38 GB (12.12 %)"));
+    host->setTitle("2.38 GB");
+    host->setToolTip("Free memory: 2.38 GB (12.12 %)");
     host->setImage(image, true);
     EXPECT_TRUE(itemOf(*host).drawn) << "a legacy tray shows no label either";
 
-    auto watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel"));
+    auto watcher = std::make_unique<TestStatusNotifierWatcher>("panel");
     waitForKind(*host, Kind::NotifierItem);
     // The new item shows everything the controller set before it came.
     const FakeItem &item = itemOf(*host);
-    EXPECT_EQ(item.title, QStringLiteral("2.38 GB"));
-    EXPECT_EQ(item.toolTip, QStringLiteral("Free memory: 2.38 GB (12.12 %)"));
+    EXPECT_EQ(item.title, "2.38 GB");
+    EXPECT_EQ(item.toolTip, "Free memory: 2.38 GB (12.12 %)");
     EXPECT_EQ(item.image, image);
     EXPECT_TRUE(item.isTemplate);
     EXPECT_EQ(item.menu, &menu);
@@ -323,7 +322,7 @@ TEST_F(StatusItemHostTest, StartedBeforeThePanelFollowsItsWatcher) {
     QSignalSpy changed(host.get(), &StatusItemHost::kindChanged);
     watcher.reset();
     QSignalSpy identified(host.get(), &StatusItemHost::hostIdentified);
-    watcher = std::make_unique<TestStatusNotifierWatcher>(QStringLiteral("panel2"));
+    watcher = std::make_unique<TestStatusNotifierWatcher>("panel2");
     ASSERT_TRUE(identified.wait(5000));
     EXPECT_TRUE(changed.isEmpty());
 
@@ -344,8 +343,8 @@ QString shown(bool visible, bool enabled, bool separator, const QString &label, 
            (children.isEmpty() ? QString() : '(' + children + ')');
 }
 
-const QString kPath = QStringLiteral("/MenuBar");
-const QString kInterface = QStringLiteral("com.canonical.dbusmenu");
+const QString kPath = "/MenuBar";
+const QString kInterface = "com.canonical.dbusmenu";
 
 QString shapeOf(const QList<DBusMenuLayoutItem> &items) {
     QStringList parts;
@@ -372,17 +371,17 @@ QString shapeOf(const QMenu *menu) {
 
 struct MenuModel {
     MenuModel() {
-        clean = model.addItem(QStringLiteral("Clean_now"));
+        clean = model.addItem("Clean_now");
         model.addSeparator();
-        free = model.addItem(QStringLiteral("Free & easy"));
+        free = model.addItem("Free & easy");
         free->setImage(test::filled(Qt::green, {16, 16}));
-        wired = model.addItem(QStringLiteral("Wired"));
+        wired = model.addItem("Wired");
         wired->setEnabled(false);
-        swap = model.addItem(QStringLiteral("Swap"));
+        swap = model.addItem("Swap");
         swap->setSubmenu(new QRMMenu);
-        swapUsed = swap->submenu()->addItem(QStringLiteral("Used"));
-        swap->submenu()->addItem(QStringLiteral("Total"));
-        model.addItem(QStringLiteral("Hidden"))->setVisible(false);
+        swapUsed = swap->submenu()->addItem("Used");
+        swap->submenu()->addItem("Total");
+        model.addItem("Hidden")->setVisible(false);
     }
 
     QRMMenu model;
@@ -395,11 +394,10 @@ protected:
         BusHostTest::SetUp();
         exporter = std::make_unique<DBusMenuExporter>(QDBusConnection::sessionBus(), kPath);
         exporter->setMenu(&model);
-        recorder.listen(
-            host, service, kPath, kInterface,
-            {QStringLiteral("LayoutUpdated"), QStringLiteral("ItemsPropertiesUpdated")});
+        recorder.listen(host, service, kPath, kInterface,
+                        {"LayoutUpdated", "ItemsPropertiesUpdated"});
         // The first announcement of a freshly exported menu.
-        recorder.waitFor(QStringLiteral("LayoutUpdated"));
+        recorder.waitFor("LayoutUpdated");
         recorder.received.clear();
     }
 
@@ -409,7 +407,7 @@ protected:
 
     std::pair<uint, DBusMenuLayoutItem> getLayout(int parent, int depth,
                                                   const QStringList &names = {}) {
-        const QDBusMessage reply = call(QStringLiteral("GetLayout"), {parent, depth, names});
+        const QDBusMessage reply = call("GetLayout", {parent, depth, names});
         EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
         return {reply.arguments().value(0).toUInt(),
                 demarshalled<DBusMenuLayoutItem>(reply.arguments().value(1))};
@@ -451,11 +449,9 @@ TEST_F(DBusMenuExporterTest, ReadsAnswerTheAskedPartAndClicksReachTheModel) {
 
     // Unknown ids answer an error, not an empty value.
     const std::pair<const char *, QVariantList> calls[] = {
-        {"GetLayout", {999, -1, QStringList()}},
-        {"GetProperty", {999, QStringLiteral("label")}},
-        {"GetProperty", {0, QStringLiteral("label")}},  // the root has no label
-        {"Event", {999, QStringLiteral("clicked"), kClick, 0u}},
-        {"AboutToShow", {999}},
+        {"GetLayout", {999, -1, QStringList()}}, {"GetProperty", {999, "label"}},
+        {"GetProperty", {0, "label"}},  // the root has no label
+        {"Event", {999, "clicked", kClick, 0u}}, {"AboutToShow", {999}},
     };
     for (const auto &[method, arguments] : calls) {
         EXPECT_EQ(call(QString::fromUtf8(method), arguments).type(), QDBusMessage::ErrorMessage)
@@ -465,16 +461,13 @@ TEST_F(DBusMenuExporterTest, ReadsAnswerTheAskedPartAndClicksReachTheModel) {
     // Clicks and openings reach the model.
     QSignalSpy cleanTriggered(clean, &QRMMenuItem::triggered);
     QSignalSpy usedTriggered(swapUsed, &QRMMenuItem::triggered);
-    const QDBusMessage single =
-        call(QStringLiteral("Event"),
-             {idOf(QStringLiteral("Clean__now")), QStringLiteral("clicked"), kClick, 0u});
+    const QDBusMessage single = call("Event", {idOf("Clean__now"), "clicked", kClick, 0u});
     EXPECT_EQ(single.type(), QDBusMessage::ReplyMessage) << single.errorMessage().toStdString();
 
     // A group with an unknown id still triggers the known ones and names the rest.
-    const DBusMenuEventList events{
-        {idOf(QStringLiteral("Used")), QStringLiteral("clicked"), QDBusVariant(0), 0},
-        {999, QStringLiteral("clicked"), QDBusVariant(0), 0}};
-    const QDBusMessage group = call(QStringLiteral("EventGroup"), {QVariant::fromValue(events)});
+    const DBusMenuEventList events{{idOf("Used"), "clicked", QDBusVariant(0), 0},
+                                   {999, "clicked", QDBusVariant(0), 0}};
+    const QDBusMessage group = call("EventGroup", {QVariant::fromValue(events)});
     ASSERT_EQ(group.type(), QDBusMessage::ReplyMessage) << group.errorMessage().toStdString();
     EXPECT_EQ(demarshalled<QList<int>>(group.arguments().at(0)), QList<int>{999});
     EXPECT_TRUE(cleanTriggered.count() == 1 || cleanTriggered.wait(10000));
@@ -483,10 +476,10 @@ TEST_F(DBusMenuExporterTest, ReadsAnswerTheAskedPartAndClicksReachTheModel) {
     // Opening a submenu lets the model refresh before the host reads it.
     QSignalSpy swapShown(swap->submenu(), &QRMMenu::aboutToShow);
     QObject::connect(swap->submenu(), &QRMMenu::aboutToShow, swap->submenu(),
-                     [this] { swap->submenu()->addItem(QStringLiteral("Late")); });
-    const int swapId = idOf(QStringLiteral("Swap"));
+                     [this] { swap->submenu()->addItem("Late"); });
+    const int swapId = idOf("Swap");
     const QDBusMessage shown =
-        call(QStringLiteral("AboutToShowGroup"), {QVariant::fromValue(QList<int>{swapId, 999})});
+        call("AboutToShowGroup", {QVariant::fromValue(QList<int>{swapId, 999})});
     ASSERT_EQ(shown.type(), QDBusMessage::ReplyMessage) << shown.errorMessage().toStdString();
     EXPECT_EQ(demarshalled<QList<int>>(shown.arguments().at(0)), QList<int>{swapId})
         << "the refresh changed the submenu";
@@ -496,15 +489,15 @@ TEST_F(DBusMenuExporterTest, ReadsAnswerTheAskedPartAndClicksReachTheModel) {
 
 TEST_F(DBusMenuExporterTest, ChangesOfOneTurnArriveAsOneDiffOrOneLayoutUpdate) {
     const uint revision = getLayout(0, 0).first;
-    const int cleanId = idOf(QStringLiteral("Clean__now"));
-    const int freeId = idOf(QStringLiteral("Free & easy"));
-    const int wiredId = idOf(QStringLiteral("Wired"));
+    const int cleanId = idOf("Clean__now");
+    const int freeId = idOf("Free & easy");
+    const int wiredId = idOf("Wired");
 
-    clean->setTitle(QStringLiteral("Cleaning..."));
-    clean->setTitle(QStringLiteral("Clean_again"));
+    clean->setTitle("Cleaning...");
+    clean->setTitle("Clean_again");
     free->setImage({});
     wired->setEnabled(true);
-    recorder.waitFor(QStringLiteral("ItemsPropertiesUpdated"));
+    recorder.waitFor("ItemsPropertiesUpdated");
     ASSERT_EQ(recorder.received.size(), 1) << "one diff per turn";
     const QVariantList arguments = recorder.received[0].arguments();
     const auto updated = demarshalled<DBusMenuItemList>(arguments.at(0));
@@ -522,27 +515,26 @@ TEST_F(DBusMenuExporterTest, ChangesOfOneTurnArriveAsOneDiffOrOneLayoutUpdate) {
 
     // A structure change announces its parent with a new revision.
     recorder.received.clear();
-    const int swapId = idOf(QStringLiteral("Swap"));
-    swap->submenu()->addItem(QStringLiteral("Free swap"));
-    recorder.waitFor(QStringLiteral("LayoutUpdated"));
+    const int swapId = idOf("Swap");
+    swap->submenu()->addItem("Free swap");
+    recorder.waitFor("LayoutUpdated");
     ASSERT_EQ(recorder.received.size(), 1) << "one announcement per turn";
     EXPECT_GT(recorder.received[0].arguments().at(0).toUInt(), revision);
     EXPECT_EQ(recorder.received[0].arguments().at(1).toInt(), swapId);
     EXPECT_EQ(shapeOf(getLayout(swapId, -1).second.children), "Used, Total, Free swap");
 
     // A rebuilt menu is one announcement of the root, with fresh ids.
-    const int oldMaximum = idOf(QStringLiteral("Free swap"));
+    const int oldMaximum = idOf("Free swap");
     recorder.received.clear();
     model.removeAllItems();
-    model.addItem(QStringLiteral("Clean_now"));
-    recorder.waitFor(QStringLiteral("LayoutUpdated"));
+    model.addItem("Clean_now");
+    recorder.waitFor("LayoutUpdated");
     ASSERT_EQ(recorder.received.size(), 1) << "one announcement per turn";
     EXPECT_EQ(recorder.received[0].arguments().at(1).toInt(), 0);
     const DBusMenuLayoutItem root = getLayout(0, -1).second;
     ASSERT_EQ(root.children.size(), 1);
     EXPECT_GT(root.children[0].id, oldMaximum);
-    EXPECT_EQ(call(QStringLiteral("GetProperty"), {oldMaximum, QStringLiteral("label")}).type(),
-              QDBusMessage::ErrorMessage);
+    EXPECT_EQ(call("GetProperty", {oldMaximum, "label"}).type(), QDBusMessage::ErrorMessage);
 }
 
 class MenuMirrorTest : public ::testing::Test, public MenuModel {
@@ -554,25 +546,24 @@ protected:
 
 TEST_F(MenuMirrorTest, ItemChangesUpdateTheSameActionsAndStructureChangesRebuild) {
     EXPECT_EQ(shapeOf(mirror.menu()),
-              QStringLiteral("Clean_now, ---, Free && easy*, !Wired, Swap(Used, Total), ~Hidden"));
+              "Clean_now, ---, Free && easy*, !Wired, Swap(Used, Total), ~Hidden");
     const QList<QAction *> before = mirror.menu()->actions();
     QSignalSpy triggered(swapUsed, &QRMMenuItem::triggered);
     before.at(4)->menu()->actions().at(0)->trigger();
     EXPECT_TRUE(triggered.wait(10000)) << "picking an action did not trigger its item";
 
-    clean->setTitle(QStringLiteral("Cleaning..."));
+    clean->setTitle("Cleaning...");
     clean->setEnabled(false);
     free->setImage({});
     swapUsed->setVisible(false);
-    EXPECT_EQ(
-        shapeOf(mirror.menu()),
-        QStringLiteral("!Cleaning..., ---, Free && easy, !Wired, Swap(~Used, Total), ~Hidden"));
+    EXPECT_EQ(shapeOf(mirror.menu()),
+              "!Cleaning..., ---, Free && easy, !Wired, Swap(~Used, Total), ~Hidden");
     EXPECT_EQ(mirror.menu()->actions(), before);
 
     // Structure changes rebuild their menu; a new submenu on the next turn.
-    swap->submenu()->addItem(QStringLiteral("Free swap"));
+    swap->submenu()->addItem("Free swap");
     auto *more = new QRMMenu;
-    more->addItem(QStringLiteral("Page size"));
+    more->addItem("Page size");
     clean->setSubmenu(more);
     QCoreApplication::processEvents();
     EXPECT_EQ(
@@ -580,8 +571,8 @@ TEST_F(MenuMirrorTest, ItemChangesUpdateTheSameActionsAndStructureChangesRebuild
         QStringLiteral("!Cleaning...(Page size), ---, Free && easy, !Wired, Swap(~Used, Total, "
                        "Free swap), ~Hidden"));
     model.removeAllItems();
-    model.addItem(QStringLiteral("Quit"));
-    EXPECT_EQ(shapeOf(mirror.menu()), QStringLiteral("Quit"));
+    model.addItem("Quit");
+    EXPECT_EQ(shapeOf(mirror.menu()), "Quit");
 }
 
 // A QMenu taller than the screen used to open a second column holding "Quit"
@@ -590,28 +581,28 @@ TEST_F(MenuMirrorTest, OpensAfterItsModelRefreshesAndScrollsInOneColumn) {
     for (int i = 0; i < 80; ++i) {
         model.addItem(QStringLiteral("Figure %1").arg(i));
     }
-    model.addItem(QStringLiteral("Quit"));
+    model.addItem("Quit");
     QObject::connect(&model, &QRMMenu::aboutToShow, clean,
-                     [this] { clean->setTitle(QStringLiteral("Clean now")); });
+                     [this] { clean->setTitle("Clean now"); });
     QMenu *menu = mirror.menu();
     menu->ensurePolished();
     const QList<QAction *> actions = menu->actions();
-    ASSERT_EQ(actions.last()->text(), QStringLiteral("Quit"));
+    ASSERT_EQ(actions.last()->text(), "Quit");
     EXPECT_EQ(menu->actionGeometry(actions.last()).left(),
               menu->actionGeometry(actions.first()).left());
     menu->popup(QPoint(0, 0));
-    EXPECT_EQ(actions.first()->text(), QStringLiteral("Clean now"));
+    EXPECT_EQ(actions.first()->text(), "Clean now");
     EXPECT_LE(menu->height(), menu->screen()->availableGeometry().height());
     menu->hide();
 
     // Moved to another model, the mirror no longer follows the old one.
     QRMMenu other;
-    other.addItem(QStringLiteral("Other"));
+    other.addItem("Other");
     mirror.setMenu(&other);
     QSignalSpy oldShown(&model, &QRMMenu::aboutToShow);
-    model.addItem(QStringLiteral("Late"));
+    model.addItem("Late");
     mirror.menu()->popup({0, 0});
-    EXPECT_EQ(shapeOf(mirror.menu()), QStringLiteral("Other"));
+    EXPECT_EQ(shapeOf(mirror.menu()), "Other");
     EXPECT_EQ(oldShown.count(), 0);
     mirror.menu()->hide();
 }
@@ -701,7 +692,7 @@ TEST(DesktopFiles, KdeglobalsAndLxqtPanelSheetSayDarkOrLightAndAreReadAgain) {
           "LXQtPanel #BackgroundWidget { background: #202020; }");
     int forced = 0;
     PanelAppearance appearance(
-        {dir.filePath("config"), {dir.filePath("data")}, QStringLiteral("LXQt"), QString()},
+        {dir.filePath("config"), {dir.filePath("data")}, "LXQt", QString()},
         [&forced] { return forced; }, nullptr);
     EXPECT_FALSE(appearance.isDark());
 
@@ -729,8 +720,8 @@ const QByteArray kGreybirdBigEndian = QByteArray::fromHex(
     "01 00 000d 4e65742f5468656d654e616d65 000000 00000000 00000008 4772657962697264");
 
 TEST(XSettingsBlob, ThemeNameInEitherByteOrder) {
-    EXPECT_EQ(xsettingsString(kGreybirdDark, "Net/ThemeName"), QStringLiteral("Greybird-dark"));
-    EXPECT_EQ(xsettingsString(kGreybirdBigEndian, "Net/ThemeName"), QStringLiteral("Greybird"));
+    EXPECT_EQ(xsettingsString(kGreybirdDark, "Net/ThemeName"), "Greybird-dark");
+    EXPECT_EQ(xsettingsString(kGreybirdBigEndian, "Net/ThemeName"), "Greybird");
     EXPECT_EQ(xsettingsString(kGreybird, "Net/IconThemeName"), std::nullopt);
     // Cut anywhere inside the theme's name: nothing, and no read past the end.
     EXPECT_EQ(xsettingsString(kGreybirdDark.left(kGreybirdDark.size() - 6), "Net/ThemeName"),
@@ -801,8 +792,7 @@ TEST(OnXServer, TrayAndSettingsManagersAreFollowed) {
     manager.setProperty("_XSETTINGS_SETTINGS", kGreybird);
     X11ManagerSelection xsettings("_XSETTINGS_S", "_XSETTINGS_SETTINGS", display);
     QTemporaryDir empty;
-    PanelAppearance appearance({empty.path(), {}, QStringLiteral("XFCE"), QString()}, {},
-                               &xsettings);
+    PanelAppearance appearance({empty.path(), {}, "XFCE", QString()}, {}, &xsettings);
     EXPECT_FALSE(appearance.isDark());
     QSignalSpy changed(&appearance, &PanelAppearance::changed);
     manager.setProperty("_XSETTINGS_SETTINGS", kGreybirdDark);
@@ -845,7 +835,7 @@ TEST(DrawnTitle, FillsTheSquareInThePanelColour) {
     } cases[] = {{1.0, Qt::black}, {2.0, Qt::black}, {1.0, Qt::white}, {2.0, Qt::white}};
     for (const auto &c : cases) {
         SCOPED_TRACE(::testing::Message() << c.text.name().toStdString() << " at " << c.ratio);
-        const QImage drawn = TitledIcon::draw(QStringLiteral("16.55 GB"), c.text, 22, c.ratio)
+        const QImage drawn = TitledIcon::draw("16.55 GB", c.text, 22, c.ratio)
                                  .convertToFormat(QImage::Format_ARGB32);
 
         const int side = qRound(22 * c.ratio);
