@@ -60,9 +60,8 @@ TEST(TrayEndToEnd, CleansFromTheMenuAndStaysTheOnlyItem) {
     }
 
     const QString menuPath = itemProperty("Menu").value<QDBusObjectPath>().path();
-    const QString menuInterface = QStringLiteral("com.canonical.dbusmenu");
-    const QDBusMessage layout =
-        test::callAndWait(bus, item, menuPath, menuInterface, "GetLayout", {0, -1, QStringList()});
+    const QDBusMessage layout = test::callAndWait(bus, item, menuPath, "com.canonical.dbusmenu",
+                                                  "GetLayout", {0, -1, QStringList()});
     ASSERT_EQ(layout.type(), QDBusMessage::ReplyMessage) << layout.errorMessage().toStdString();
     const auto menu = test::demarshalled<DBusMenuLayoutItem>(layout.arguments().value(1));
     const int clean = test::menuItemId(menu, "Clean Memory Now");
@@ -79,7 +78,7 @@ TEST(TrayEndToEnd, CleansFromTheMenuAndStaysTheOnlyItem) {
     meminfo.write(capture.readAll().replace("MemFree:            4096 kB", "MemFree: 102400 kB"));
     ASSERT_TRUE(meminfo.commit());
     QSignalSpy notified(&notifications, &test::TestNotificationServer::notified);
-    test::callAndWait(bus, item, menuPath, menuInterface, "Event",
+    test::callAndWait(bus, item, menuPath, "com.canonical.dbusmenu", "Event",
                       {clean, "clicked", QVariant::fromValue(QDBusVariant(QString())), 0u});
     ASSERT_TRUE(notified.wait(30000));
     const test::ReceivedNotification &notification = notifications.received.first();

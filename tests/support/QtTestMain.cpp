@@ -6,8 +6,7 @@
 // The main of every test that needs a Qt application: the controller hands
 // cleanings back through the event loop, icons are drawn with QPainter and
 // windows are widgets. An offscreen display and a private runtime folder keep
-// everything away from the user's desktop; bus tests also run under their own
-// dbus-run-session (see their CMakeLists.txt).
+// everything away from the user's desktop.
 int main(int argc, char **argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QTemporaryDir runtimeDirectory;

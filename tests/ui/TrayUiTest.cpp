@@ -566,10 +566,9 @@ TEST_F(MenuMirrorTest, ItemChangesUpdateTheSameActionsAndStructureChangesRebuild
     more->addItem("Page size");
     clean->setSubmenu(more);
     QCoreApplication::processEvents();
-    EXPECT_EQ(
-        shapeOf(mirror.menu()),
-        QStringLiteral("!Cleaning...(Page size), ---, Free && easy, !Wired, Swap(~Used, Total, "
-                       "Free swap), ~Hidden"));
+    EXPECT_EQ(shapeOf(mirror.menu()),
+              "!Cleaning...(Page size), ---, Free && easy, !Wired, Swap(~Used, Total, Free swap), "
+              "~Hidden");
     model.removeAllItems();
     model.addItem("Quit");
     EXPECT_EQ(shapeOf(mirror.menu()), "Quit");
