@@ -204,22 +204,26 @@ constexpr auto kNoBytes = std::nullopt;
 // block is their exact sum, 22 GiB, unless available memory less the reserve
 // is smaller: 21474836480 - 1288490188. With 2 GiB installed, 5 % is below
 // the 256 MiB floor.
-// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Records, CleaningDecisionTable,
     testing::Values(
         PlanCase{"EmptyRecord", {}, kNoStatistics, kNoBytes, 0},
         PlanCase{"FreeMissing", record(std::nullopt, 8 * MiB), kNoStatistics, kNoBytes, 0},
         PlanCase{"FreeZero", record(0, 8 * MiB), kNoStatistics, kNoBytes, 0},
-        PlanCase{"InactiveMissingLeavesOperationalBytes", record(16 * MiB, std::nullopt), kNoStatistics, kNoBytes, 0},
+        PlanCase{"InactiveMissingLeavesOperationalBytes", record(16 * MiB, std::nullopt),
+                 kNoStatistics, kNoBytes, 0},
         PlanCase{"InactiveZero", record(16 * MiB, 0), kNoStatistics, kNoBytes, 0},
-        PlanCase{"NoAvailableFigureNoCap", record(16 * MiB, 8 * MiB), std::nullopt, 24 * MiB, 24 * MiB},
-        PlanCase{"ExactSumBelowTheCap", record(5 * GiB, 17 * GiB, 23 * GiB + 512 * MiB, 24 * GiB), std::nullopt, 22 * GiB, 22 * GiB},
-        PlanCase{"ExactSumCappedByTheReserve", record(5 * GiB, 17 * GiB, 20 * GiB, 24 * GiB), std::nullopt, 20186346292, 20186346292},
-        PlanCase{"CappedBy256MiBFloor", record(1 * GiB, 512 * MiB, 1 * GiB, 2 * GiB), std::nullopt, 768 * MiB, 768 * MiB},
-        PlanCase{"AvailableEqualToReserve", record(1 * GiB, 512 * MiB, 256 * MiB, 2 * GiB), CleaningRefusal::NoRoomAboveReserve, 1536 * MiB, 0}),
+        PlanCase{"NoAvailableFigureNoCap", record(16 * MiB, 8 * MiB), std::nullopt, 24 * MiB,
+                 24 * MiB},
+        PlanCase{"ExactSumBelowTheCap", record(5 * GiB, 17 * GiB, 23 * GiB + 512 * MiB, 24 * GiB),
+                 std::nullopt, 22 * GiB, 22 * GiB},
+        PlanCase{"ExactSumCappedByTheReserve", record(5 * GiB, 17 * GiB, 20 * GiB, 24 * GiB),
+                 std::nullopt, 20186346292, 20186346292},
+        PlanCase{"CappedBy256MiBFloor", record(1 * GiB, 512 * MiB, 1 * GiB, 2 * GiB), std::nullopt,
+                 768 * MiB, 768 * MiB},
+        PlanCase{"AvailableEqualToReserve", record(1 * GiB, 512 * MiB, 256 * MiB, 2 * GiB),
+                 CleaningRefusal::NoRoomAboveReserve, 1536 * MiB, 0}),
     caseName);
-// clang-format on
 
 // Holds a cleaning inside makeResident until the test opens the gate, and
 // records what the engine asked for.
@@ -440,7 +444,6 @@ TEST_P(AdaptiveMemorySize, Formats) {
         c.text);
 }
 
-// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Sizes, AdaptiveMemorySize,
     testing::Values(
@@ -458,7 +461,6 @@ INSTANTIATE_TEST_SUITE_P(
         AdaptiveCase{"ExactHalfRoundsToEven", 512128, true, false, false, "500.12 KB"},
         AdaptiveCase{"Largest64BitSize", UINT64_MAX, true, true, true, "  16.00 EB"}),
     caseName);
-// clang-format on
 
 struct FormatSizeCase {
     const char *name;
