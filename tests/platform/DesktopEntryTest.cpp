@@ -60,7 +60,6 @@ constexpr char kNames[] =
     "Name[pt_BR]=Arquivos\n"
     "Name[ca_ES@valencia]=Fitxers VAL\n";
 
-// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Rows, DesktopEntryLookupTest,
     ::testing::Values(
@@ -71,19 +70,28 @@ INSTANTIATE_TEST_SUITE_P(
         Lookup{"ModifierWithoutCountry", kNames, "Name", "sr_RS@latin", "Datoteke"},
         Lookup{"ModifierNeedsItsKey", kNames, "Name", "sr_RS", "Files"},
         Lookup{"FullMatch", kNames, "Name", "ca_ES.UTF-8@valencia", "Fitxers VAL"},
-        Lookup{"Escapes", "[Desktop Entry]\nComment=a\\sb\\tc\\nd\\re\\\\f\n", "Comment", nullptr, "a b\tc\nd\re\\f"},
-        Lookup{"BrokenEscapeIsAbsent", "[Desktop Entry]\nComment=a\\qb\n", "Comment", nullptr, std::nullopt},
-        Lookup{"TrailingBackslashIsAbsent", "[Desktop Entry]\nComment=ab\\\n", "Comment", nullptr, std::nullopt},
-        Lookup{"BrokenTranslationFallsBack", "[Desktop Entry]\nName=A\nName[de]=B\\\n", "Name", "de", "A"},
-        Lookup{"SpacesAroundEqualsIgnored", "[Desktop Entry]\nName  =  Files\n", "Name", nullptr, "Files"},
-        Lookup{"CarriageReturnLineEnds", "[Desktop Entry]\r\nName=Files\r\n", "Name", nullptr, "Files"},
-        Lookup{"CommentsBeforeTheGroup", "# a comment\n\n[Desktop Entry]\nName=Files", "Name", nullptr, "Files"},
-        Lookup{"FirstOfRepeatedKeysCounts", "[Desktop Entry]\nName=One\nName=Two\n", "Name", nullptr, "One"},
-        Lookup{"BadKeyNameIgnored", "[Desktop Entry]\nNa_me=X\nName=Files\n", "Na_me", nullptr, std::nullopt},
-        Lookup{"KeyOfAnotherGroupNotSeen", "[Desktop Entry]\n[Desktop Action new]\nName=New\n", "Name", nullptr, std::nullopt},
+        Lookup{"Escapes", "[Desktop Entry]\nComment=a\\sb\\tc\\nd\\re\\\\f\n", "Comment", nullptr,
+               "a b\tc\nd\re\\f"},
+        Lookup{"BrokenEscapeIsAbsent", "[Desktop Entry]\nComment=a\\qb\n", "Comment", nullptr,
+               std::nullopt},
+        Lookup{"TrailingBackslashIsAbsent", "[Desktop Entry]\nComment=ab\\\n", "Comment", nullptr,
+               std::nullopt},
+        Lookup{"BrokenTranslationFallsBack", "[Desktop Entry]\nName=A\nName[de]=B\\\n", "Name",
+               "de", "A"},
+        Lookup{"SpacesAroundEqualsIgnored", "[Desktop Entry]\nName  =  Files\n", "Name", nullptr,
+               "Files"},
+        Lookup{"CarriageReturnLineEnds", "[Desktop Entry]\r\nName=Files\r\n", "Name", nullptr,
+               "Files"},
+        Lookup{"CommentsBeforeTheGroup", "# a comment\n\n[Desktop Entry]\nName=Files", "Name",
+               nullptr, "Files"},
+        Lookup{"FirstOfRepeatedKeysCounts", "[Desktop Entry]\nName=One\nName=Two\n", "Name",
+               nullptr, "One"},
+        Lookup{"BadKeyNameIgnored", "[Desktop Entry]\nNa_me=X\nName=Files\n", "Na_me", nullptr,
+               std::nullopt},
+        Lookup{"KeyOfAnotherGroupNotSeen", "[Desktop Entry]\n[Desktop Action new]\nName=New\n",
+               "Name", nullptr, std::nullopt},
         Lookup{"CyrillicValue", "[Desktop Entry]\nName=Файлы\n", "Name", nullptr, "Файлы"}),
     caseName);
-// clang-format on
 
 struct Refused {
     const char *name;
@@ -358,20 +366,26 @@ TEST_P(WindowMatchTest, NamesTheDesktopEntry) {
     EXPECT_EQ(index.applicationId(GetParam().window), GetParam().expectedId);
 }
 
-// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Rows, WindowMatchTest,
-    ::testing::Values(
-        WindowMatch{"GtkApplicationId", {"org.gnome.TextEditor", "x", "y", ""}, "org.gnome.TextEditor.desktop"},
-        WindowMatch{"StartupWMClassBeatsFileName", {"", "Navigator", "Firefox-esr", ""}, "firefox-esr.desktop"},
-        WindowMatch{"ClassAsFileNameInAnyCase", {"", "org.gnome.texteditor", "Other", ""}, "org.gnome.TextEditor.desktop"},
-        WindowMatch{"ExecutableOfTheEntry", {"", "a", "B", TARNWELL_TEST_EXECUTABLE}, "xlogo-by-path.desktop"},
-        WindowMatch{"LauncherProgramsMatchNothing", {"", "", "", "/bin/sh"}, ""},
-        WindowMatch{"NoEntryGivesTheClass", {"", "xeyes", "XEyes", ""}, "XEyes"},
-        WindowMatch{"NoClassGivesTheInstance", {"", "xeyes", "", ""}, "xeyes"},
-        WindowMatch{"UserHiddenEntryMatchesNothing", {"", "gone", "Gone", ""}, "Gone"}),
+    ::testing::Values(WindowMatch{"GtkApplicationId",
+                                  {"org.gnome.TextEditor", "x", "y", ""},
+                                  "org.gnome.TextEditor.desktop"},
+                      WindowMatch{"StartupWMClassBeatsFileName",
+                                  {"", "Navigator", "Firefox-esr", ""},
+                                  "firefox-esr.desktop"},
+                      WindowMatch{"ClassAsFileNameInAnyCase",
+                                  {"", "org.gnome.texteditor", "Other", ""},
+                                  "org.gnome.TextEditor.desktop"},
+                      WindowMatch{"ExecutableOfTheEntry",
+                                  {"", "a", "B", TARNWELL_TEST_EXECUTABLE},
+                                  "xlogo-by-path.desktop"},
+                      WindowMatch{"LauncherProgramsMatchNothing", {"", "", "", "/bin/sh"}, ""},
+                      WindowMatch{"NoEntryGivesTheClass", {"", "xeyes", "XEyes", ""}, "XEyes"},
+                      WindowMatch{"NoClassGivesTheInstance", {"", "xeyes", "", ""}, "xeyes"},
+                      WindowMatch{
+                          "UserHiddenEntryMatchesNothing", {"", "gone", "Gone", ""}, "Gone"}),
     caseName);
-// clang-format on
 
 }  // namespace
 }  // namespace tarnwell

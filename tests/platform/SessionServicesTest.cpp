@@ -153,7 +153,6 @@ TEST_P(ExecValueTest, IsQuotedAndEscapedAndReadsBack) {
     EXPECT_TRUE(items.findApplicationAtLoginItems(path));
 }
 
-// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Paths, ExecValueTest,
     ::testing::Values(ExecCase{"Plain", "/usr/bin/tarnwell", "/usr/bin/tarnwell"},
@@ -163,7 +162,6 @@ INSTANTIATE_TEST_SUITE_P(
                       ExecCase{"Dollar", "/opt/$x/tarnwell", "\"/opt/\\\\$x/tarnwell\""},
                       ExecCase{"Backslash", "/opt/a\\b/tarnwell", "\"/opt/a\\\\\\\\b/tarnwell\""}),
     caseName);
-// clang-format on
 
 using test::ReceivedNotification;
 using test::TestNotificationServer;
@@ -202,14 +200,12 @@ TEST_P(UserNotifications, ReachTheNotificationService) {
 
 const QVariantMap kSoundHint{{QStringLiteral("sound-name"), QStringLiteral("message-new-instant")}};
 
-// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Notify, UserNotifications,
     ::testing::Values(NotificationCase{"Silent", "1.25 GB Cleaned", "", {}},
                       NotificationCase{"NoBody", "", "message-new-instant", kSoundHint},
                       NotificationCase{"NonAsciiBody", "1.25 ГБ Очищено", "", {}}),
     caseName);
-// clang-format on
 
 TEST(UserNotificationsWithAction, ClickingRunsTheActionOfThatNotificationOnly) {
     TestNotificationServer server;

@@ -60,31 +60,40 @@ struct DefaultCase {
     bool writtenBack;
 };
 
-// clang-format off
 const DefaultCase kDefaults[] = {
-    {"FeedURL", kStableFeed, true}, {"bundleBuild", {}, false}, {"isWelcomeShown", false, false},
-    {"showDockIcon", false, false}, {"refreshRate", qint64(5), true},
-    {"udShowNotificationsAfterCleaning", true, true}, {"autoCleanEveryTime", qint64(10), true},
+    {"FeedURL", kStableFeed, true},
+    {"bundleBuild", {}, false},
+    {"isWelcomeShown", false, false},
+    {"showDockIcon", false, false},
+    {"refreshRate", qint64(5), true},
+    {"udShowNotificationsAfterCleaning", true, true},
+    {"autoCleanEveryTime", qint64(10), true},
     {"autoCleanByFreeSize", qint64(81), true},  // 1 % of 8 GiB in MB
     // 5 × floor(8192 / 100) = 405, not floor(5 × 8192 / 100) = 409.
     {"autoCleanByInactiveSize", qint64(405), true},
-    {"autoCleanEveryTimeChecked", false, false}, {"autoCleanByFreeSizeChecked", false, false},
+    {"autoCleanEveryTimeChecked", false, false},
+    {"autoCleanByFreeSizeChecked", false, false},
     {"autoCleanByInactiveSizeChecked", false, false},
     {"showRunningApplicationsAndUtilities", false, false},
     {"showApplicationsFromApplicationsFolder", true, true},
     {"showUtilitiesFromApplicationsFolder", false, false},
-    {"statusBarIcon", qint64(3), true}, {"statusBarText", qint64(2), true},
-    {"statusBarTextWithInfo", false, true}, {"lastTimeCleaned", quint64(0), true},
-    {"maxCleaned", quint64(0), true}, {"totallyCleaned", quint64(0), true},
-    {"totallyCleanedDigit", qint64(0), true}, {"applicationsAndUtilitiesToMonitoring", {}, false},
-    {"selectedLanguage", qint64(0), false}, {"AppleLanguages", {}, false},
+    {"statusBarIcon", qint64(3), true},
+    {"statusBarText", qint64(2), true},
+    {"statusBarTextWithInfo", false, true},
+    {"lastTimeCleaned", quint64(0), true},
+    {"maxCleaned", quint64(0), true},
+    {"totallyCleaned", quint64(0), true},
+    {"totallyCleanedDigit", qint64(0), true},
+    {"applicationsAndUtilitiesToMonitoring", {}, false},
+    {"selectedLanguage", qint64(0), false},
+    {"AppleLanguages", {}, false},
     {"collectUsageEvents", true, true},
     // The update framework's published defaults: automatic checks and
     // downloads off until chosen, a check once a day.
-    {"SUEnableAutomaticChecks", false, false}, {"SUAutomaticallyUpdate", false, false},
+    {"SUEnableAutomaticChecks", false, false},
+    {"SUAutomaticallyUpdate", false, false},
     {"SUScheduledCheckInterval", qint64(86400), false},
 };
-// clang-format on
 
 class FreshStoreTest : public PreferencesTest, public ::testing::WithParamInterface<DefaultCase> {};
 
@@ -158,22 +167,23 @@ QVariantMap record(const QString &name, const QString &id) {
 constexpr Setting kLanguages = Setting::AppleLanguages;
 constexpr Setting kMonitored = Setting::ApplicationsAndUtilitiesToMonitoring;
 
-// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Types, RoundTripTest,
     ::testing::Values(
         RoundTrip{"BooleanFalseOverWriteBackDefault", Setting::CollectUsageEvents, false},
         RoundTrip{"LargestUnsigned", Setting::TotallyCleaned, quint64(UINT64_MAX)},
         RoundTrip{"BuildWithComma", Setting::BundleBuild, QString("1,2")},
-        RoundTrip{"FeedWithQuery", Setting::FeedURL, QUrl("http://127.0.0.1:8080/download/beta/appcast.xml?a=1&b=two words")},
+        RoundTrip{"FeedWithQuery", Setting::FeedURL,
+                  QUrl("http://127.0.0.1:8080/download/beta/appcast.xml?a=1&b=two words")},
         RoundTrip{"OneLanguage", kLanguages, QStringList{"ukr"}},
         RoundTrip{"TwoLanguages", kLanguages, QStringList{"ru", "en"}},
         RoundTrip{"NoLanguages", kLanguages, QStringList{}},
         RoundTrip{"NoRecords", kMonitored, QVariantList{}},
         RoundTrip{"OneRecord", kMonitored, QVariantList{record("Firefox", "firefox.desktop")}},
-        RoundTrip{"RecordsWithCommasAndCyrillic", kMonitored, QVariantList{record("Files, the manager", "org.gnome.Nautilus.desktop"), record("Тетрадь", "notes.desktop")}}),
+        RoundTrip{"RecordsWithCommasAndCyrillic", kMonitored,
+                  QVariantList{record("Files, the manager", "org.gnome.Nautilus.desktop"),
+                               record("Тетрадь", "notes.desktop")}}),
     caseName);
-// clang-format on
 
 TEST_F(PreferencesTest, SetterRefusesAValueOfTheWrongTypeAndKeepsTheOldOne) {
     store().setRefreshRate(7);
@@ -208,15 +218,16 @@ TEST_P(CorruptFileTest, ValueInUseIsTheDefaultOrTheNearestBound) {
 constexpr Setting kRefresh = Setting::RefreshRate;
 constexpr Setting kPeriod = Setting::AutoCleanEveryTime;
 
-// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     HandEdited, CorruptFileTest,
     ::testing::Values(
         CorruptValue{"WordForNumber", "refreshRate=soon", kRefresh, qint64(5)},
         CorruptValue{"ListForBoolean", "showDockIcon=true, false", Setting::ShowDockIcon, false},
-        CorruptValue{"RelativeFeed", "FeedURL=download/appcast.xml", Setting::FeedURL, QVariant(kStableFeed)},
+        CorruptValue{"RelativeFeed", "FeedURL=download/appcast.xml", Setting::FeedURL,
+                     QVariant(kStableFeed)},
         CorruptValue{"ListForBuild", "bundleBuild=1, 2", Setting::BundleBuild, QVariant()},
-        CorruptValue{"BrokenVariant", "applicationsAndUtilitiesToMonitoring=@Variant(\\0\\0\\x7f", kMonitored, QVariant()},
+        CorruptValue{"BrokenVariant", "applicationsAndUtilitiesToMonitoring=@Variant(\\0\\0\\x7f",
+                     kMonitored, QVariant()},
         CorruptValue{"HandWrittenLanguage", "AppleLanguages=ru", kLanguages, QStringList{"ru"}},
         CorruptValue{"RefreshZero", "refreshRate=0", kRefresh, qint64(1)},
         CorruptValue{"RefreshNegative", "refreshRate=-5", kRefresh, qint64(1)},
@@ -225,7 +236,6 @@ INSTANTIATE_TEST_SUITE_P(
         CorruptValue{"CleaningZero", "autoCleanEveryTime=0", kPeriod, qint64(1)},
         CorruptValue{"CleaningSpinning", "autoCleanEveryTime=134217728", kPeriod, qint64(35791)}),
     caseName);
-// clang-format on
 
 TEST_F(PreferencesTest, ChangesWrittenByAnotherProcessAreReadAtOnce) {
     store().setRefreshRate(5);
@@ -331,7 +341,6 @@ using T = SettingType;
 // Events left out of a record are accepted.
 const QVariantMap kFirefox{{"name", "Firefox"}, {"ID", "firefox.desktop"}, {"DidLaunch", true}};
 
-// clang-format off
 const TextCase kAccepted[] = {
     {"True", T::Boolean, "true", QVariant(true)},
     {"ZeroIsFalse", T::Boolean, "0", QVariant(false)},
@@ -339,10 +348,12 @@ const TextCase kAccepted[] = {
     {"Int64Max", T::Integer, "9223372036854775807", QVariant(qint64(INT64_MAX))},
     {"UInt64Max", T::UnsignedInteger, "18446744073709551615", QVariant(quint64(UINT64_MAX))},
     {"AnyText", T::String, "120 beta", QVariant(QString("120 beta"))},
-    {"LocalFeed", T::URL, "http://127.0.0.1:8080/download/appcast.xml", QVariant(QUrl("http://127.0.0.1:8080/download/appcast.xml"))},
+    {"LocalFeed", T::URL, "http://127.0.0.1:8080/download/appcast.xml",
+     QVariant(QUrl("http://127.0.0.1:8080/download/appcast.xml"))},
     {"Languages", T::StringList, "ru-RU, en", QVariant(QStringList{"ru-RU", "en"})},
     {"NoLanguages", T::StringList, "", QVariant(QStringList{})},
-    {"Records", T::RecordList, R"([{"name":"Firefox","ID":"firefox.desktop","DidLaunch":true}])", QVariant(QVariantList{kFirefox})},
+    {"Records", T::RecordList, R"([{"name":"Firefox","ID":"firefox.desktop","DidLaunch":true}])",
+     QVariant(QVariantList{kFirefox})},
     {"EmptyRecords", T::RecordList, "[]", QVariant(QVariantList{})},
 };
 
@@ -354,13 +365,17 @@ const TextCase kRefused[] = {
     {"UInt64Overflow", T::UnsignedInteger, "18446744073709551616", std::nullopt},
     {"RelativeURL", T::URL, "download/appcast.xml", std::nullopt},
     {"URLWithSpaceInHost", T::URL, "https://a b/", std::nullopt},
-    {"RecordWithoutID", T::RecordList, R"([{"name":"Firefox"}])", std::nullopt, R"(record 1 has no "ID" text)"},
-    {"EventAsText", T::RecordList, R"([{"name":"F","ID":"f"},{"name":"F","ID":"f","DidHide":"yes"}])", std::nullopt, R"(record 2 has "DidHide" that is not true or false)"},
-    {"RecordWithIcon", T::RecordList, R"([{"name":"A","ID":"a","icon":"a.png"}])", std::nullopt, R"(record 1 has the unknown key "icon")"},
-    {"ObjectNotArray", T::RecordList, R"({"name":"F","ID":"f"})", std::nullopt, "not a JSON array of records"},
+    {"RecordWithoutID", T::RecordList, R"([{"name":"Firefox"}])", std::nullopt,
+     R"(record 1 has no "ID" text)"},
+    {"EventAsText", T::RecordList,
+     R"([{"name":"F","ID":"f"},{"name":"F","ID":"f","DidHide":"yes"}])", std::nullopt,
+     R"(record 2 has "DidHide" that is not true or false)"},
+    {"RecordWithIcon", T::RecordList, R"([{"name":"A","ID":"a","icon":"a.png"}])", std::nullopt,
+     R"(record 1 has the unknown key "icon")"},
+    {"ObjectNotArray", T::RecordList, R"({"name":"F","ID":"f"})", std::nullopt,
+     "not a JSON array of records"},
     {"NotJSON", T::RecordList, "firefox", std::nullopt, "not JSON ("},
 };
-// clang-format on
 
 INSTANTIATE_TEST_SUITE_P(Accepted, SettingTextTest, ::testing::ValuesIn(kAccepted), caseName);
 INSTANTIATE_TEST_SUITE_P(Refused, SettingTextTest, ::testing::ValuesIn(kRefused), caseName);
@@ -389,7 +404,6 @@ constexpr char kThresholdRule[] = "a whole number from 1 to 4096 MB";
 constexpr Setting kFree = Setting::AutoCleanByFreeSize;
 
 // A timer takes milliseconds as an int: 2147483647 ms is 2147483 s or 35791 min.
-// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Rows, SettingRangeTest,
     ::testing::Values(
@@ -404,14 +418,18 @@ INSTANTIATE_TEST_SUITE_P(
         RangeCase{"ThresholdHalfTheMemory", kFree, 4096, nullptr},
         RangeCase{"ThresholdAboveHalf", Setting::AutoCleanByInactiveSize, 4097, kThresholdRule},
         RangeCase{"ThresholdZero", kFree, 0, kThresholdRule},
-        RangeCase{"ThresholdWhileMemoryUnknown", kFree, 1, "a whole number of MB up to half the installed memory, which is not known now", std::nullopt},
+        RangeCase{"ThresholdWhileMemoryUnknown", kFree, 1,
+                  "a whole number of MB up to half the installed memory, which is not known now",
+                  std::nullopt},
         RangeCase{"FeedOverHttps", Setting::FeedURL, QUrl("https://example.org/a.xml"), nullptr},
-        RangeCase{"FeedOverLoopbackHttp", Setting::FeedURL, QUrl("http://127.0.0.1:8931/a.xml"), nullptr},
-        RangeCase{"FeedOverPlainHttp", Setting::FeedURL, QUrl("http://example.org/a.xml"), kFeedRule},
-        RangeCase{"FeedToLookalikeHost", Setting::FeedURL, QUrl("http://127.example.org/"), kFeedRule},
+        RangeCase{"FeedOverLoopbackHttp", Setting::FeedURL, QUrl("http://127.0.0.1:8931/a.xml"),
+                  nullptr},
+        RangeCase{"FeedOverPlainHttp", Setting::FeedURL, QUrl("http://example.org/a.xml"),
+                  kFeedRule},
+        RangeCase{"FeedToLookalikeHost", Setting::FeedURL, QUrl("http://127.example.org/"),
+                  kFeedRule},
         RangeCase{"FeedFromAFile", Setting::FeedURL, QUrl("file:///tmp/a.xml"), kFeedRule}),
     caseName);
-// clang-format on
 
 // An address from the environment replaces the build's only when the feed
 // rule above accepts it; the feeds hang below it.

@@ -53,18 +53,22 @@ TEST_P(SettingsRefusalTest, ExitsWithUsageErrorAndChangesNothing) {
     EXPECT_FALSE(QFile::exists(settingsFile()) && QFileInfo(settingsFile()).size() > 0);
 }
 
-// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     BadInput, SettingsRefusalTest,
     ::testing::Values(
         Refusal{"UnknownKey", {"refreshrate", "5"}, "no setting is called 'refreshrate'"},
         Refusal{"TooManyArguments", {"refreshRate", "5", "6"}, "too many arguments"},
         Refusal{"UnknownOption", {"--purge"}, "unknown option '--purge'"},
-        Refusal{"WordForNumber", {"refreshRate", "fast"}, "'fast' is not a valid value for refreshRate: expected a whole number"},
-        Refusal{"OutOfRange", {"statusBarIcon", "5"}, "5 is out of range for statusBarIcon: expected a whole number from 0 to 4"},
-        Refusal{"ThresholdAboveHalfTheMemory", {"autoCleanByInactiveSize", "9223372036854775807"}, "out of range for autoCleanByInactiveSize"}),
+        Refusal{"WordForNumber",
+                {"refreshRate", "fast"},
+                "'fast' is not a valid value for refreshRate: expected a whole number"},
+        Refusal{"OutOfRange",
+                {"statusBarIcon", "5"},
+                "5 is out of range for statusBarIcon: expected a whole number from 0 to 4"},
+        Refusal{"ThresholdAboveHalfTheMemory",
+                {"autoCleanByInactiveSize", "9223372036854775807"},
+                "out of range for autoCleanByInactiveSize"}),
     caseName);
-// clang-format on
 
 // Each step is a run of its own, so a value is what the next run reads.
 TEST_F(SettingsCommandTest, ValuesAreListedSetReadAndReset) {
