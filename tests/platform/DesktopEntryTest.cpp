@@ -93,28 +93,6 @@ INSTANTIATE_TEST_SUITE_P(
         Lookup{"CyrillicValue", "[Desktop Entry]\nName=Файлы\n", "Name", nullptr, "Файлы"}),
     caseName);
 
-struct Refused {
-    const char *name;
-    QByteArray text;
-};
-
-class DesktopEntryRefusedTest : public ::testing::TestWithParam<Refused> {};
-
-TEST_P(DesktopEntryRefusedTest, WholeFileIsRefused) {
-    EXPECT_FALSE(DesktopEntry::parse(GetParam().text));
-}
-
-// The binary, unclosed-group, repeated-group and bad-UTF-8 files are in the
-// corpus below.
-INSTANTIATE_TEST_SUITE_P(
-    Rows, DesktopEntryRefusedTest,
-    ::testing::Values(Refused{"Empty", ""}, Refused{"OnlyComments", "# nothing\n"},
-                      Refused{"EntryBeforeAnyGroup", "Name=Files\n[Desktop Entry]\n"},
-                      Refused{"OtherFirstGroup", "[Desktop Action new]\n[Desktop Entry]\n"},
-                      Refused{"LineWithoutEquals", "[Desktop Entry]\nName Files\n"},
-                      Refused{"EmbeddedNul", QByteArray("[Desktop Entry]\nName=a\0b\n", 25)}),
-    caseName);
-
 // Lists split on unescaped semicolons only; only a lower-case "true" is true.
 TEST(DesktopEntryTest, ListsAndBooleans) {
     const auto entry = DesktopEntry::parse(
@@ -154,8 +132,9 @@ TEST(DesktopEntryFileTest, ReadsFilesAndLinksToFilesUpToTheCapOnly) {
     }
 }
 
-// The fuzzer's seeds and findings, kept as files named for the outcome they
-// must have: "valid-*" parses, "invalid-*" is refused, neither crashes.
+// The fuzzer's seeds and findings, and the files refused as a whole, kept as
+// files named for the outcome they must have: "valid-*" parses, "invalid-*" is
+// refused, neither crashes.
 TEST(DesktopEntryCorpusTest, EveryCorpusFileHasItsOutcome) {
     const QDir corpus(TARNWELL_TEST_DATA_DIR "/desktop-entries");
     const QStringList files = corpus.entryList(QDir::Files);
