@@ -31,25 +31,21 @@ void writeFile(const QString &path, const QByteArray &bytes) {
     file.write(bytes);
 }
 
-// One lookup in a file that parses.
+// The name in one locale from a file that parses.
 struct Lookup {
     const char *name;
     const char *text;
-    const char *key;
-    const char *locale;  // nullptr: the plain string
-    std::optional<QString> expected;
+    const char *locale;
+    const char *expected;
 };
 
 class DesktopEntryLookupTest : public ::testing::TestWithParam<Lookup> {};
 
-TEST_P(DesktopEntryLookupTest, FindsTheValue) {
-    const Lookup &row = GetParam();
-    const std::optional<DesktopEntry> entry = DesktopEntry::parse(row.text);
+TEST_P(DesktopEntryLookupTest, FindsTheName) {
+    const std::optional<DesktopEntry> entry = DesktopEntry::parse(GetParam().text);
     ASSERT_TRUE(entry);
-    const std::optional<QString> value =
-        row.locale ? entry->localeString(row.key, QString::fromLatin1(row.locale))
-                   : entry->string(row.key);
-    EXPECT_EQ(value, row.expected);
+    EXPECT_EQ(entry->localeString("Name", QString::fromLatin1(GetParam().locale)),
+              GetParam().expected);
 }
 
 constexpr char kNames[] =
@@ -62,42 +58,35 @@ constexpr char kNames[] =
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, DesktopEntryLookupTest,
-    ::testing::Values(
-        Lookup{"LanguageOnly", kNames, "Name", "de", "Dateien"},
-        Lookup{"CountryFallsBackToLanguage", kNames, "Name", "de_AT", "Dateien"},
-        Lookup{"CountryBeatsLanguage", kNames, "Name", "pt_BR.UTF-8", "Arquivos"},
-        Lookup{"OtherCountryNoLanguageKey", kNames, "Name", "pt_PT", "Files"},
-        Lookup{"ModifierWithoutCountry", kNames, "Name", "sr_RS@latin", "Datoteke"},
-        Lookup{"ModifierNeedsItsKey", kNames, "Name", "sr_RS", "Files"},
-        Lookup{"FullMatch", kNames, "Name", "ca_ES.UTF-8@valencia", "Fitxers VAL"},
-        Lookup{"Escapes", "[Desktop Entry]\nComment=a\\sb\\tc\\nd\\re\\\\f\n", "Comment", nullptr,
-               "a b\tc\nd\re\\f"},
-        Lookup{"BrokenEscapeIsAbsent", "[Desktop Entry]\nComment=a\\qb\n", "Comment", nullptr,
-               std::nullopt},
-        Lookup{"TrailingBackslashIsAbsent", "[Desktop Entry]\nComment=ab\\\n", "Comment", nullptr,
-               std::nullopt},
-        Lookup{"BrokenTranslationFallsBack", "[Desktop Entry]\nName=A\nName[de]=B\\\n", "Name",
-               "de", "A"},
-        Lookup{"SpacesAroundEqualsIgnored", "[Desktop Entry]\nName  =  Files\n", "Name", nullptr,
-               "Files"},
-        Lookup{"CarriageReturnLineEnds", "[Desktop Entry]\r\nName=Files\r\n", "Name", nullptr,
-               "Files"},
-        Lookup{"CommentsBeforeTheGroup", "# a comment\n\n[Desktop Entry]\nName=Files", "Name",
-               nullptr, "Files"},
-        Lookup{"FirstOfRepeatedKeysCounts", "[Desktop Entry]\nName=One\nName=Two\n", "Name",
-               nullptr, "One"},
-        Lookup{"BadKeyNameIgnored", "[Desktop Entry]\nNa_me=X\nName=Files\n", "Na_me", nullptr,
-               std::nullopt},
-        Lookup{"KeyOfAnotherGroupNotSeen", "[Desktop Entry]\n[Desktop Action new]\nName=New\n",
-               "Name", nullptr, std::nullopt},
-        Lookup{"CyrillicValue", "[Desktop Entry]\nName=Файлы\n", "Name", nullptr, "Файлы"}),
+    ::testing::Values(Lookup{"LanguageOnly", kNames, "de", "Dateien"},
+                      Lookup{"CountryFallsBackToLanguage", kNames, "de_AT", "Dateien"},
+                      Lookup{"CountryBeatsLanguage", kNames, "pt_BR.UTF-8", "Arquivos"},
+                      Lookup{"OtherCountryNoLanguageKey", kNames, "pt_PT", "Files"},
+                      Lookup{"ModifierWithoutCountry", kNames, "sr_RS@latin", "Datoteke"},
+                      Lookup{"ModifierNeedsItsKey", kNames, "sr_RS", "Files"},
+                      Lookup{"FullMatch", kNames, "ca_ES.UTF-8@valencia", "Fitxers VAL"},
+                      Lookup{"CommentsBeforeTheGroup", "# a comment\n\n[Desktop Entry]\nName=Files",
+                             "de", "Files"}),
     caseName);
 
-// Lists split on unescaped semicolons only; only a lower-case "true" is true.
-TEST(DesktopEntryTest, ListsAndBooleans) {
-    const auto entry = DesktopEntry::parse(
-        "[Desktop Entry]\nCategories=GTK;Utility;;a\\;b;c\\sd;\nEmpty=\nA=true\nB=True\nC=1\n");
+QString corpusFile(const char *name) {
+    return QStringLiteral(TARNWELL_TEST_DATA_DIR "/desktop-entries/") + name;
+}
+
+// A value with a broken escape is absent, and so is a translation's, which
+// then falls back; lists split on unescaped semicolons only; only a
+// lower-case "true" is true. Lines end before a CR.
+TEST(DesktopEntryTest, ValuesOfEveryShape) {
+    const auto entry = DesktopEntry::readFile(corpusFile("valid-values.desktop"));
     ASSERT_TRUE(entry);
+    EXPECT_EQ(entry->string("Escapes"), "a b\tc\nd\re\\f");
+    EXPECT_EQ(entry->string("Name"), "Files");
+    EXPECT_EQ(entry->localeString("Name", "de"), "Files");
+    EXPECT_EQ(entry->string("Repeated"), "One");
+    EXPECT_EQ(entry->string("Cyrillic"), "Файлы");
+    for (const char *absent : {"BrokenEscape", "TrailingBackslash", "Na_me", "Other"}) {
+        EXPECT_EQ(entry->string(absent), std::nullopt) << absent;
+    }
     EXPECT_EQ(entry->strings("Categories"), (QStringList{"GTK", "Utility", "a;b", "c d"}));
     EXPECT_EQ(entry->strings("Empty"), QStringList());
     EXPECT_EQ(entry->strings("Missing"), QStringList());
@@ -105,6 +94,8 @@ TEST(DesktopEntryTest, ListsAndBooleans) {
     for (const char *key : {"B", "C", "Empty", "Missing"}) {
         EXPECT_FALSE(entry->boolean(key)) << key;
     }
+    EXPECT_EQ(DesktopEntry::readFile(corpusFile("valid-crlf-quoted-exec.desktop"))->string("Name"),
+              "My App");
 }
 
 // Files a hostile or broken folder can hold: none may block, crash or be read
@@ -136,7 +127,7 @@ TEST(DesktopEntryFileTest, ReadsFilesAndLinksToFilesUpToTheCapOnly) {
 // files named for the outcome they must have: "valid-*" parses, "invalid-*" is
 // refused, neither crashes.
 TEST(DesktopEntryCorpusTest, EveryCorpusFileHasItsOutcome) {
-    const QDir corpus(TARNWELL_TEST_DATA_DIR "/desktop-entries");
+    const QDir corpus(corpusFile(""));
     const QStringList files = corpus.entryList(QDir::Files);
     ASSERT_GE(files.size(), 5);
     for (const QString &name : files) {
