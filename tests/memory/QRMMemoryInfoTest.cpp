@@ -11,7 +11,6 @@
 #include <sstream>
 #include <thread>
 
-#include "CaseName.h"
 #include "FakeMemorySource.h"
 #include "memory/CleaningPlan.h"
 #include "memory/QRMInfo.h"
@@ -20,7 +19,6 @@
 namespace tarnwell {
 namespace {
 
-using test::caseName;
 using test::FakeMemorySource;
 using Type = QRMNumber::Type;
 constexpr uint64_t MiB = 1 << 20;
@@ -155,14 +153,6 @@ TEST(QRMNumberConversion, FollowsTheStoredType) {
     EXPECT_NE(QRMNumber::fromUInt32(5), QRMNumber::fromUInt64(5));
 }
 
-struct PlanCase {
-    const char *name;
-    QRMStatisticsRecord record;
-    std::optional<CleaningRefusal> refusal;
-    std::optional<uint64_t> operationalBytes;
-    uint64_t blockBytes;
-};
-
 // A record as the engine reads it: 4 KiB page counts, the page size, available
 // memory and MemTotal. The byte figures are stored wrapped at 4 GiB, as the
 // record holds them, and must never be used.
@@ -187,43 +177,36 @@ QRMStatisticsRecord record(std::optional<uint64_t> freeBytes, std::optional<uint
     return r;
 }
 
-class CleaningDecisionTable : public testing::TestWithParam<PlanCase> {};
+using Decided = std::tuple<std::optional<CleaningRefusal>, std::optional<uint64_t>, uint64_t>;
 
-TEST_P(CleaningDecisionTable, Decides) {
-    const CleaningDecision decision = planCleaning(GetParam().record);
-    EXPECT_EQ(decision.refusal, GetParam().refusal);
-    EXPECT_EQ(decision.operationalBytes, GetParam().operationalBytes);
-    EXPECT_EQ(decision.blockBytes, GetParam().blockBytes);
+Decided decided(const QRMStatisticsRecord &record) {
+    const CleaningDecision decision = planCleaning(record);
+    return {decision.refusal, decision.operationalBytes, decision.blockBytes};
 }
-
-constexpr auto kNoStatistics = CleaningRefusal::NoUsableStatistics;
-constexpr auto kNoBytes = std::nullopt;
 
 // 24 GiB installed: the reserve is 5 % of it, 1288490188 bytes. Free and
 // inactive past 4 GiB wrap in the stored byte figures (to 1 GiB each): the
 // block is their exact sum, 22 GiB, unless available memory less the reserve
 // is smaller: 21474836480 - 1288490188. With 2 GiB installed, 5 % is below
 // the 256 MiB floor.
-INSTANTIATE_TEST_SUITE_P(
-    Records, CleaningDecisionTable,
-    testing::Values(
-        PlanCase{"EmptyRecord", {}, kNoStatistics, kNoBytes, 0},
-        PlanCase{"FreeMissing", record(std::nullopt, 8 * MiB), kNoStatistics, kNoBytes, 0},
-        PlanCase{"FreeZero", record(0, 8 * MiB), kNoStatistics, kNoBytes, 0},
-        PlanCase{"InactiveMissingLeavesOperationalBytes", record(16 * MiB, std::nullopt),
-                 kNoStatistics, kNoBytes, 0},
-        PlanCase{"InactiveZero", record(16 * MiB, 0), kNoStatistics, kNoBytes, 0},
-        PlanCase{"NoAvailableFigureNoCap", record(16 * MiB, 8 * MiB), std::nullopt, 24 * MiB,
-                 24 * MiB},
-        PlanCase{"ExactSumBelowTheCap", record(5 * GiB, 17 * GiB, 23 * GiB + 512 * MiB, 24 * GiB),
-                 std::nullopt, 22 * GiB, 22 * GiB},
-        PlanCase{"ExactSumCappedByTheReserve", record(5 * GiB, 17 * GiB, 20 * GiB, 24 * GiB),
-                 std::nullopt, 20186346292, 20186346292},
-        PlanCase{"CappedBy256MiBFloor", record(1 * GiB, 512 * MiB, 1 * GiB, 2 * GiB), std::nullopt,
-                 768 * MiB, 768 * MiB},
-        PlanCase{"AvailableEqualToReserve", record(1 * GiB, 512 * MiB, 256 * MiB, 2 * GiB),
-                 CleaningRefusal::NoRoomAboveReserve, 1536 * MiB, 0}),
-    caseName);
+TEST(CleaningDecision, FollowsTheRecord) {
+    const Decided unusable{CleaningRefusal::NoUsableStatistics, std::nullopt, 0};
+    EXPECT_EQ(decided({}), unusable);
+    EXPECT_EQ(decided(record(std::nullopt, 8 * MiB)), unusable);
+    EXPECT_EQ(decided(record(0, 8 * MiB)), unusable);
+    EXPECT_EQ(decided(record(16 * MiB, std::nullopt)), unusable) << "no operational bytes either";
+    EXPECT_EQ(decided(record(16 * MiB, 0)), unusable);
+    EXPECT_EQ(decided(record(16 * MiB, 8 * MiB)), Decided(std::nullopt, 24 * MiB, 24 * MiB))
+        << "no available figure, no cap";
+    EXPECT_EQ(decided(record(5 * GiB, 17 * GiB, 23 * GiB + 512 * MiB, 24 * GiB)),
+              Decided(std::nullopt, 22 * GiB, 22 * GiB));
+    EXPECT_EQ(decided(record(5 * GiB, 17 * GiB, 20 * GiB, 24 * GiB)),
+              Decided(std::nullopt, 20186346292, 20186346292));
+    EXPECT_EQ(decided(record(1 * GiB, 512 * MiB, 1 * GiB, 2 * GiB)),
+              Decided(std::nullopt, 768 * MiB, 768 * MiB));
+    EXPECT_EQ(decided(record(1 * GiB, 512 * MiB, 256 * MiB, 2 * GiB)),
+              Decided(CleaningRefusal::NoRoomAboveReserve, 1536 * MiB, 0));
+}
 
 // Holds a cleaning inside makeResident until the test opens the gate, and
 // records what the engine asked for.
@@ -428,62 +411,42 @@ TEST(ResidentBlockAllocator, MakesEveryPageResidentAndZero) {
     allocator.release(block, bytes);
 }
 
-struct AdaptiveCase {
-    const char *name;
-    uint64_t bytes;
-    bool abbreviation, fullName, standardLength;
-    const char *text;
-};
-
-class AdaptiveMemorySize : public testing::TestWithParam<AdaptiveCase> {};
-
-TEST_P(AdaptiveMemorySize, Formats) {
-    const AdaptiveCase &c = GetParam();
-    EXPECT_EQ(
-        QRMMemoryInfo::adaptiveMemorySize(c.bytes, c.abbreviation, c.fullName, c.standardLength),
-        c.text);
+// Columns: bytes; abbreviation, full name, standard length; the text. The
+// threshold is decimal, the divisor binary; ties round to even; padding is
+// two spaces per missing digit.
+TEST(SizeTexts, AdaptiveSizes) {
+    const std::tuple<uint64_t, bool, bool, bool, const char *> rows[] = {
+        {0, true, false, false, "0.00 B"},
+        {999, true, false, false, "999.00 B"},
+        {1000, true, false, false, "0.98 KB"},
+        {1022976, true, false, false, "999.00 KB"},
+        {1023000, true, false, false, "0.98 MB"},
+        {1342177280, true, false, false, "1.25 GB"},
+        {2 * GiB, false, true, false, "2.00 gigabyte"},
+        {2 * GiB, false, false, false, "2.00"},
+        {5, false, false, true, "    5.00"},
+        {52 * MiB, true, false, true, "  52.00 MB"},
+        {512 * MiB, true, false, true, "512.00 MB"},
+        {512128, true, false, false, "500.12 KB"},
+        {UINT64_MAX, true, true, true, "  16.00 EB"}};
+    for (const auto &[bytes, abbreviation, fullName, standardLength, text] : rows) {
+        EXPECT_EQ(QRMMemoryInfo::adaptiveMemorySize(bytes, abbreviation, fullName, standardLength),
+                  text)
+            << bytes;
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Sizes, AdaptiveMemorySize,
-    testing::Values(
-        AdaptiveCase{"Zero", 0, true, false, false, "0.00 B"},
-        AdaptiveCase{"BelowThreshold", 999, true, false, false, "999.00 B"},
-        AdaptiveCase{"DecimalThresholdBinaryDivisor", 1000, true, false, false, "0.98 KB"},
-        AdaptiveCase{"Exactly999KB", 1022976, true, false, false, "999.00 KB"},
-        AdaptiveCase{"JustOver999KB", 1023000, true, false, false, "0.98 MB"},
-        AdaptiveCase{"Gigabytes", 1342177280, true, false, false, "1.25 GB"},
-        AdaptiveCase{"FullNameIsSingular", 2 * GiB, false, true, false, "2.00 gigabyte"},
-        AdaptiveCase{"NumberAlone", 2 * GiB, false, false, false, "2.00"},
-        AdaptiveCase{"PaddedTwoSpacesPerMissingDigit", 5, false, false, true, "    5.00"},
-        AdaptiveCase{"FiveDigitsGetTwoSpaces", 52 * MiB, true, false, true, "  52.00 MB"},
-        AdaptiveCase{"SixDigitsNotPadded", 512 * MiB, true, false, true, "512.00 MB"},
-        AdaptiveCase{"ExactHalfRoundsToEven", 512128, true, false, false, "500.12 KB"},
-        AdaptiveCase{"Largest64BitSize", UINT64_MAX, true, true, true, "  16.00 EB"}),
-    caseName);
-
-struct FormatSizeCase {
-    const char *name;
-    uint64_t bytes;
-    std::optional<std::string> text;
-};
-
-class FormatSize : public testing::TestWithParam<FormatSizeCase> {};
-
-TEST_P(FormatSize, Formats) {
-    EXPECT_EQ(QRMInfo::formatSize(GetParam().bytes), GetParam().text);
+// Binary steps with no decimal threshold; gigabytes are the largest unit.
+TEST(SizeTexts, FormattedSizes) {
+    EXPECT_EQ(QRMInfo::formatSize(0), std::nullopt);
+    const std::pair<uint64_t, const char *> rows[] = {
+        {1023, "1023.00 B"},           {1024, "1.00 KB"},
+        {1000 << 10, "1000.00 KB"},    {1 << 20, "1.00 MB"},
+        {(1 << 30) - 1, "1024.00 MB"}, {3ull << 40, "3072.00 GB"}};
+    for (const auto &[bytes, text] : rows) {
+        EXPECT_EQ(QRMInfo::formatSize(bytes), text) << bytes;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Sizes, FormatSize,
-    testing::Values(FormatSizeCase{"ZeroIsNothing", 0, std::nullopt},
-                    FormatSizeCase{"LargestInBytes", 1023, "1023.00 B"},
-                    FormatSizeCase{"OneKilobyte", 1024, "1.00 KB"},
-                    FormatSizeCase{"NoDecimalThreshold", 1000 << 10, "1000.00 KB"},
-                    FormatSizeCase{"OneMegabyte", 1 << 20, "1.00 MB"},
-                    FormatSizeCase{"JustBelowAGigabyte", (1 << 30) - 1, "1024.00 MB"},
-                    FormatSizeCase{"GigabytesAreTheLargestUnit", 3ull << 40, "3072.00 GB"}),
-    caseName);
 
 }  // namespace
 }  // namespace tarnwell
