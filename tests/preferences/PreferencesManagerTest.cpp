@@ -286,123 +286,91 @@ TEST_F(PreferencesTest, CountersWrittenFromTwoThreadsAllArrive) {
     EXPECT_EQ(restarted->maxCleaned(), 199u);
 }
 
-// Text as typed on the command line, through the same rules as the file.
-struct TextCase {
-    const char *name;
-    SettingType type;
-    QString text;
-    std::optional<QVariant> expected;  // nothing: refused
-    const char *problem = nullptr;     // how a refusal begins, if not "expected ..."
-};
+using T = SettingType;
 
-class SettingTextTest : public ::testing::TestWithParam<TextCase> {};
-
-TEST_P(SettingTextTest, ParsesOrRefusesAndPrintsWhatItParses) {
-    const TextCase &row = GetParam();
-    EXPECT_EQ(settingValueFromText(row.type, row.text), row.expected);
-    if (row.expected) {
-        const QString printed = settingValueToText(row.type, *row.expected);
-        EXPECT_EQ(settingValueFromText(row.type, printed), row.expected) << printed.toStdString();
-    } else {
-        const QString problem = settingTextProblem(row.type, row.text);
-        EXPECT_TRUE(problem.startsWith(row.problem ? row.problem : "expected "))
-            << problem.toStdString();
+// Text as typed on the command line, through the same rules as the file; what
+// is printed parses back to the same value. Events left out of a record are
+// accepted.
+TEST(SettingText, AcceptedTextsParseAndPrintBack) {
+    const QVariantMap firefox{{"name", "Firefox"}, {"ID", "firefox.desktop"}, {"DidLaunch", true}};
+    const std::tuple<SettingType, QString, QVariant> rows[] = {
+        {T::Boolean, "true", true},
+        {T::Boolean, "0", false},
+        {T::Integer, "-3", qint64(-3)},
+        {T::Integer, "9223372036854775807", qint64(INT64_MAX)},
+        {T::UnsignedInteger, "18446744073709551615", quint64(UINT64_MAX)},
+        {T::String, "120 beta", QString("120 beta")},
+        {T::URL, "http://127.0.0.1:8080/download/appcast.xml",
+         QUrl("http://127.0.0.1:8080/download/appcast.xml")},
+        {T::StringList, "ru-RU, en", QStringList{"ru-RU", "en"}},
+        {T::StringList, "", QStringList{}},
+        {T::RecordList, R"([{"name":"Firefox","ID":"firefox.desktop","DidLaunch":true}])",
+         QVariantList{firefox}},
+        {T::RecordList, "[]", QVariantList{}}};
+    for (const auto &[type, text, value] : rows) {
+        EXPECT_EQ(settingValueFromText(type, text), value) << text.toStdString();
+        const QString printed = settingValueToText(type, value);
+        EXPECT_EQ(settingValueFromText(type, printed), value) << printed.toStdString();
     }
 }
 
-using T = SettingType;
-// Events left out of a record are accepted.
-const QVariantMap kFirefox{{"name", "Firefox"}, {"ID", "firefox.desktop"}, {"DidLaunch", true}};
-
-const TextCase kAccepted[] = {
-    {"True", T::Boolean, "true", QVariant(true)},
-    {"ZeroIsFalse", T::Boolean, "0", QVariant(false)},
-    {"Negative", T::Integer, "-3", QVariant(qint64(-3))},
-    {"Int64Max", T::Integer, "9223372036854775807", QVariant(qint64(INT64_MAX))},
-    {"UInt64Max", T::UnsignedInteger, "18446744073709551615", QVariant(quint64(UINT64_MAX))},
-    {"AnyText", T::String, "120 beta", QVariant(QString("120 beta"))},
-    {"LocalFeed", T::URL, "http://127.0.0.1:8080/download/appcast.xml",
-     QVariant(QUrl("http://127.0.0.1:8080/download/appcast.xml"))},
-    {"Languages", T::StringList, "ru-RU, en", QVariant(QStringList{"ru-RU", "en"})},
-    {"NoLanguages", T::StringList, "", QVariant(QStringList{})},
-    {"Records", T::RecordList, R"([{"name":"Firefox","ID":"firefox.desktop","DidLaunch":true}])",
-     QVariant(QVariantList{kFirefox})},
-    {"EmptyRecords", T::RecordList, "[]", QVariant(QVariantList{})},
-};
-
-const TextCase kRefused[] = {
-    {"YesIsNotABoolean", T::Boolean, "yes", std::nullopt},
-    {"Int64Overflow", T::Integer, "9223372036854775808", std::nullopt},
-    {"Fraction", T::Integer, "4.5", std::nullopt},
-    {"MinusOneIsNotACount", T::UnsignedInteger, "-1", std::nullopt},
-    {"UInt64Overflow", T::UnsignedInteger, "18446744073709551616", std::nullopt},
-    {"RelativeURL", T::URL, "download/appcast.xml", std::nullopt},
-    {"URLWithSpaceInHost", T::URL, "https://a b/", std::nullopt},
-    {"RecordWithoutID", T::RecordList, R"([{"name":"Firefox"}])", std::nullopt,
-     R"(record 1 has no "ID" text)"},
-    {"EventAsText", T::RecordList,
-     R"([{"name":"F","ID":"f"},{"name":"F","ID":"f","DidHide":"yes"}])", std::nullopt,
-     R"(record 2 has "DidHide" that is not true or false)"},
-    {"RecordWithIcon", T::RecordList, R"([{"name":"A","ID":"a","icon":"a.png"}])", std::nullopt,
-     R"(record 1 has the unknown key "icon")"},
-    {"ObjectNotArray", T::RecordList, R"({"name":"F","ID":"f"})", std::nullopt,
-     "not a JSON array of records"},
-    {"NotJSON", T::RecordList, "firefox", std::nullopt, "not JSON ("},
-};
-
-INSTANTIATE_TEST_SUITE_P(Accepted, SettingTextTest, ::testing::ValuesIn(kAccepted), caseName);
-INSTANTIATE_TEST_SUITE_P(Refused, SettingTextTest, ::testing::ValuesIn(kRefused), caseName);
-
-// What a person may type beyond the type itself. 8 GiB installed puts the
-// thresholds' limit at 4096 MB.
-struct RangeCase {
-    const char *name;
-    Setting setting;
-    QVariant value;
-    const char *refusal;  // nullptr: accepted
-    std::optional<uint64_t> installedMemory = uint64_t(8) << 30;
-};
-
-class SettingRangeTest : public ::testing::TestWithParam<RangeCase> {};
-
-TEST_P(SettingRangeTest, AcceptsOrDescribesTheRange) {
-    const RangeCase &row = GetParam();
-    EXPECT_EQ(outsideSettingRange(row.setting, row.value, row.installedMemory),
-              row.refusal ? std::optional<QString>(row.refusal) : std::nullopt);
+// Refused texts, with how the problem begins.
+TEST(SettingText, RefusedTextsNameTheProblem) {
+    const std::tuple<SettingType, QString, const char *> rows[] = {
+        {T::Boolean, "yes", "expected "},
+        {T::Integer, "9223372036854775808", "expected "},
+        {T::Integer, "4.5", "expected "},
+        {T::UnsignedInteger, "-1", "expected "},
+        {T::UnsignedInteger, "18446744073709551616", "expected "},
+        {T::URL, "download/appcast.xml", "expected "},
+        {T::URL, "https://a b/", "expected "},
+        {T::RecordList, R"([{"name":"Firefox"}])", R"(record 1 has no "ID" text)"},
+        {T::RecordList, R"([{"name":"F","ID":"f"},{"name":"F","ID":"f","DidHide":"yes"}])",
+         R"(record 2 has "DidHide" that is not true or false)"},
+        {T::RecordList, R"([{"name":"A","ID":"a","icon":"a.png"}])",
+         R"(record 1 has the unknown key "icon")"},
+        {T::RecordList, R"({"name":"F","ID":"f"})", "not a JSON array of records"},
+        {T::RecordList, "firefox", "not JSON ("}};
+    for (const auto &[type, text, problem] : rows) {
+        EXPECT_EQ(settingValueFromText(type, text), std::nullopt) << text.toStdString();
+        EXPECT_TRUE(settingTextProblem(type, text).startsWith(problem)) << text.toStdString();
+    }
 }
 
-constexpr char kFeedRule[] = "an https address of an update feed (http only to this machine)";
-constexpr char kRefreshRule[] = "a whole number from 1 to 2147483 seconds";
-constexpr char kThresholdRule[] = "a whole number from 1 to 4096 MB";
-constexpr Setting kFree = Setting::AutoCleanByFreeSize;
-
-// A timer takes milliseconds as an int: 2147483647 ms is 2147483 s or 35791 min.
-INSTANTIATE_TEST_SUITE_P(
-    Rows, SettingRangeTest,
-    ::testing::Values(
-        RangeCase{"IconTypeLast", Setting::StatusBarIconType, 4, nullptr},
-        RangeCase{"IconTypeAbove", Setting::StatusBarIconType, 5, "a whole number from 0 to 4"},
-        RangeCase{"LanguageIndexAbove", Setting::SelectedLanguage, 4, "a whole number from 0 to 3"},
-        RangeCase{"RefreshRateZero", kRefresh, 0, kRefreshRule},
-        RangeCase{"RefreshRateLongest", kRefresh, 2147483, nullptr},
-        RangeCase{"RefreshRateBeyondATimer", kRefresh, 2147484, kRefreshRule},
-        RangeCase{"PeriodLongest", kPeriod, 35791, nullptr},
-        RangeCase{"PeriodZero", kPeriod, 0, "a whole number from 1 to 35791 minutes"},
-        RangeCase{"ThresholdHalfTheMemory", kFree, 4096, nullptr},
-        RangeCase{"ThresholdAboveHalf", Setting::AutoCleanByInactiveSize, 4097, kThresholdRule},
-        RangeCase{"ThresholdZero", kFree, 0, kThresholdRule},
-        RangeCase{"ThresholdWhileMemoryUnknown", kFree, 1,
-                  "a whole number of MB up to half the installed memory, which is not known now",
-                  std::nullopt},
-        RangeCase{"FeedOverHttps", Setting::FeedURL, QUrl("https://example.org/a.xml"), nullptr},
-        RangeCase{"FeedOverLoopbackHttp", Setting::FeedURL, QUrl("http://127.0.0.1:8931/a.xml"),
-                  nullptr},
-        RangeCase{"FeedOverPlainHttp", Setting::FeedURL, QUrl("http://example.org/a.xml"),
-                  kFeedRule},
-        RangeCase{"FeedToLookalikeHost", Setting::FeedURL, QUrl("http://127.example.org/"),
-                  kFeedRule},
-        RangeCase{"FeedFromAFile", Setting::FeedURL, QUrl("file:///tmp/a.xml"), kFeedRule}),
-    caseName);
+// What a person may type beyond the type itself. 8 GiB installed puts the
+// thresholds' limit at 4096 MB; a timer takes milliseconds as an int:
+// 2147483647 ms is 2147483 s or 35791 min.
+TEST(SettingRange, AcceptsOrDescribesTheRange) {
+    const char *feedRule = "an https address of an update feed (http only to this machine)";
+    const char *refreshRule = "a whole number from 1 to 2147483 seconds";
+    const char *thresholdRule = "a whole number from 1 to 4096 MB";
+    constexpr Setting kFree = Setting::AutoCleanByFreeSize;
+    constexpr Setting kFeed = Setting::FeedURL;
+    const std::tuple<Setting, QVariant, const char *> rows[] = {
+        {Setting::StatusBarIconType, 4, nullptr},
+        {Setting::StatusBarIconType, 5, "a whole number from 0 to 4"},
+        {Setting::SelectedLanguage, 4, "a whole number from 0 to 3"},
+        {kRefresh, 0, refreshRule},
+        {kRefresh, 2147483, nullptr},
+        {kRefresh, 2147484, refreshRule},
+        {kPeriod, 35791, nullptr},
+        {kPeriod, 0, "a whole number from 1 to 35791 minutes"},
+        {kFree, 4096, nullptr},
+        {Setting::AutoCleanByInactiveSize, 4097, thresholdRule},
+        {kFree, 0, thresholdRule},
+        {kFeed, QUrl("https://example.org/a.xml"), nullptr},
+        {kFeed, QUrl("http://127.0.0.1:8931/a.xml"), nullptr},
+        {kFeed, QUrl("http://example.org/a.xml"), feedRule},
+        {kFeed, QUrl("http://127.example.org/"), feedRule},
+        {kFeed, QUrl("file:///tmp/a.xml"), feedRule}};
+    for (const auto &[setting, value, refusal] : rows) {
+        EXPECT_EQ(outsideSettingRange(setting, value, 8 * kGiB),
+                  refusal ? std::optional<QString>(refusal) : std::nullopt)
+            << settingDefinition(setting).key << ' ' << value.toString().toStdString();
+    }
+    EXPECT_EQ(outsideSettingRange(kFree, 1, std::nullopt),
+              "a whole number of MB up to half the installed memory, which is not known now");
+}
 
 // An address from the environment replaces the build's only when the feed
 // rule above accepts it; the feeds hang below it.
