@@ -11,7 +11,6 @@
 #include "preferences/QRMSettingValue.h"
 #include "preferences/Updater.h"
 
-#include "CaseName.h"
 
 namespace tarnwell::test {
 namespace {
@@ -35,15 +34,16 @@ protected:
     }
     // A store that starts again from the file, as after a restart. QSettings
     // shares parsed files within a process, so the text is copied first.
-    std::unique_ptr<QRMPreferencesManager> restartedStore() {
+    std::unique_ptr<QRMPreferencesManager> restartedStore(const QString &from = {}) {
         const QString copy = dir_.filePath(QStringLiteral("restart-%1.conf").arg(++restarts_));
-        QFile::copy(settingsPath(), copy);
+        QFile::copy(from.isEmpty() ? settingsPath() : from, copy);
         return makeStore(copy);
     }
-    void writeFile(const QByteArray &text) {
-        QFile file(settingsPath());
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    QString writeFile(const QByteArray &text, const QString &name = "Tarnwell.conf") {
+        QFile file(dir_.filePath(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
         file.write(text);
+        return file.fileName();
     }
 
     QTemporaryDir dir_;
@@ -89,48 +89,25 @@ TEST(SettingNames, PanelAndUpdaterKeysAreKnown) {
     }
 }
 
-struct ThresholdCase {
-    const char *name;
-    std::optional<uint64_t> installed;
-    qint64 free;
-    qint64 inactive;
-};
-
-class ThresholdDefaultTest : public PreferencesTest,
-                             public ::testing::WithParamInterface<ThresholdCase> {};
-
-TEST_P(ThresholdDefaultTest, ComesFromInstalledMemoryAndIsWrittenBack) {
-    installedMemory_ = GetParam().installed;
-    EXPECT_EQ(store().autoCleanByFreeSize(), GetParam().free);
-    EXPECT_EQ(store().autoCleanByInactiveSize(), GetParam().inactive);
-    // Once written, the default no longer follows the machine.
-    installedMemory_ = 64 * kGiB;
-    const auto restarted = restartedStore();
-    EXPECT_EQ(restarted->autoCleanByFreeSize(), GetParam().free);
-    EXPECT_EQ(restarted->autoCleanByInactiveSize(), GetParam().inactive);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Machines, ThresholdDefaultTest,
-    ::testing::Values(ThresholdCase{"NoStatisticsYet", std::nullopt, 0, 0},
-                      ThresholdCase{"JustUnderOnePercentStep", 104'857'599, 0, 0},
-                      // (2^64 - 1) / 104857600 rounded down, and five times that
-                      ThresholdCase{"Largest", UINT64_MAX, 175'921'860'444, 879'609'302'220}),
-    caseName);
-
-// Every value type survives the trip through the file's text, including the
-// shapes QSettings writes lists in (one element alone, an empty list as a marker).
-struct RoundTrip {
-    const char *name;
-    Setting setting;
-    QVariant value;
-};
-
-class RoundTripTest : public PreferencesTest, public ::testing::WithParamInterface<RoundTrip> {};
-
-TEST_P(RoundTripTest, ValueReadAfterRestartEqualsValueSet) {
-    ASSERT_TRUE(store().setValue(GetParam().setting, GetParam().value));
-    EXPECT_EQ(restartedStore()->value(GetParam().setting), GetParam().value);
+// The thresholds' defaults come from the installed memory; once written, they
+// no longer follow the machine.
+TEST_F(PreferencesTest, ThresholdDefaultsComeFromInstalledMemoryAndAreWrittenBack) {
+    const std::tuple<std::optional<uint64_t>, qint64, qint64> rows[] = {
+        {std::nullopt, 0, 0},  // no statistics yet
+        {104'857'599, 0, 0},   // just under one percent step
+        // (2^64 - 1) / 104857600 rounded down, and five times that
+        {UINT64_MAX, 175'921'860'444, 879'609'302'220}};
+    for (const auto &[installed, free, inactive] : rows) {
+        installedMemory_ = installed;
+        const QString path = writeFile("", QStringLiteral("machine-%1.conf").arg(++restarts_));
+        const auto fresh = makeStore(path);
+        EXPECT_EQ(std::pair(fresh->autoCleanByFreeSize(), fresh->autoCleanByInactiveSize()),
+                  std::pair(free, inactive));
+        installedMemory_ = 64 * kGiB;
+        const auto restarted = restartedStore(path);
+        EXPECT_EQ(std::pair(restarted->autoCleanByFreeSize(), restarted->autoCleanByInactiveSize()),
+                  std::pair(free, inactive));
+    }
 }
 
 QVariantMap record(const QString &name, const QString &id) {
@@ -140,23 +117,26 @@ QVariantMap record(const QString &name, const QString &id) {
 constexpr Setting kLanguages = Setting::AppleLanguages;
 constexpr Setting kMonitored = Setting::ApplicationsAndUtilitiesToMonitoring;
 
-INSTANTIATE_TEST_SUITE_P(
-    Types, RoundTripTest,
-    ::testing::Values(
-        RoundTrip{"BooleanFalseOverWriteBackDefault", Setting::CollectUsageEvents, false},
-        RoundTrip{"LargestUnsigned", Setting::TotallyCleaned, quint64(UINT64_MAX)},
-        RoundTrip{"BuildWithComma", Setting::BundleBuild, QString("1,2")},
-        RoundTrip{"FeedWithQuery", Setting::FeedURL,
-                  QUrl("http://127.0.0.1:8080/download/beta/appcast.xml?a=1&b=two words")},
-        RoundTrip{"OneLanguage", kLanguages, QStringList{"ukr"}},
-        RoundTrip{"TwoLanguages", kLanguages, QStringList{"ru", "en"}},
-        RoundTrip{"NoLanguages", kLanguages, QStringList{}},
-        RoundTrip{"NoRecords", kMonitored, QVariantList{}},
-        RoundTrip{"OneRecord", kMonitored, QVariantList{record("Firefox", "firefox.desktop")}},
-        RoundTrip{"RecordsWithCommasAndCyrillic", kMonitored,
-                  QVariantList{record("Files, the manager", "org.gnome.Nautilus.desktop"),
-                               record("Тетрадь", "notes.desktop")}}),
-    caseName);
+// Every value type survives the trip through the file's text, including the
+// shapes QSettings writes lists in (one element alone, an empty list as a marker).
+TEST_F(PreferencesTest, ValueReadAfterRestartEqualsValueSet) {
+    const std::pair<Setting, QVariant> rows[] = {
+        {Setting::CollectUsageEvents, false},  // over a written-back default
+        {Setting::TotallyCleaned, quint64(UINT64_MAX)},
+        {Setting::BundleBuild, QString("1,2")},
+        {Setting::FeedURL, QUrl("http://127.0.0.1:8080/download/beta/appcast.xml?a=1&b=two words")},
+        {kLanguages, QStringList{"ukr"}},
+        {kLanguages, QStringList{"ru", "en"}},
+        {kLanguages, QStringList{}},
+        {kMonitored, QVariantList{}},
+        {kMonitored, QVariantList{record("Firefox", "firefox.desktop")}},
+        {kMonitored, QVariantList{record("Files, the manager", "org.gnome.Nautilus.desktop"),
+                                  record("Тетрадь", "notes.desktop")}}};
+    for (const auto &[setting, value] : rows) {
+        ASSERT_TRUE(store().setValue(setting, value));
+        EXPECT_EQ(restartedStore()->value(setting), value) << settingDefinition(setting).key;
+    }
+}
 
 TEST_F(PreferencesTest, SetterRefusesAValueOfTheWrongTypeAndKeepsTheOldOne) {
     store().setRefreshRate(7);
@@ -166,49 +146,36 @@ TEST_F(PreferencesTest, SetterRefusesAValueOfTheWrongTypeAndKeepsTheOldOne) {
     EXPECT_EQ(restartedStore()->refreshRate(), 7);
 }
 
+constexpr Setting kRefresh = Setting::RefreshRate;
+constexpr Setting kPeriod = Setting::AutoCleanEveryTime;
+
 // A hand-edited file: whatever cannot be read as the key's type counts as
 // absent, so the default applies (and write-back rows replace the garbage). An
 // interval a timer cannot run (0 spins, too long wraps its int of
 // milliseconds) is held to the nearest bound.
-struct CorruptValue {
-    const char *name;
-    QByteArray line;
-    Setting setting;
-    QVariant expected;
-};
-
-class CorruptFileTest : public PreferencesTest,
-                        public ::testing::WithParamInterface<CorruptValue> {};
-
-TEST_P(CorruptFileTest, ValueInUseIsTheDefaultOrTheNearestBound) {
-    writeFile("[General]\n" + GetParam().line + "\n");
-    EXPECT_EQ(store().value(GetParam().setting), GetParam().expected);
-    if (settingDefinition(GetParam().setting).rule == DefaultRule::WriteBack) {
-        EXPECT_TRUE(restartedStore()->hasStoredValue(GetParam().setting)) << "default written";
+TEST_F(PreferencesTest, HandEditedValueInUseIsTheDefaultOrTheNearestBound) {
+    const std::tuple<QByteArray, Setting, QVariant> rows[] = {
+        {"refreshRate=soon", kRefresh, qint64(5)},
+        {"showDockIcon=true, false", Setting::ShowDockIcon, false},
+        {"FeedURL=download/appcast.xml", Setting::FeedURL, kStableFeed},
+        {"bundleBuild=1, 2", Setting::BundleBuild, QVariant()},
+        {"applicationsAndUtilitiesToMonitoring=@Variant(\\0\\0\\x7f", kMonitored, QVariant()},
+        {"AppleLanguages=ru", kLanguages, QStringList{"ru"}},
+        {"refreshRate=0", kRefresh, qint64(1)},
+        {"refreshRate=-5", kRefresh, qint64(1)},
+        {"refreshRate=2147484", kRefresh, qint64(2147483)},
+        {"refreshRate=536870912", kRefresh, qint64(2147483)},  // wraps to 0 ms
+        {"autoCleanEveryTime=0", kPeriod, qint64(1)},
+        {"autoCleanEveryTime=134217728", kPeriod, qint64(35791)}};
+    for (const auto &[line, setting, expected] : rows) {
+        const QString path = writeFile("[General]\n" + line + "\n",
+                                       QStringLiteral("edited-%1.conf").arg(++restarts_));
+        EXPECT_EQ(makeStore(path)->value(setting), expected) << line.toStdString();
+        if (settingDefinition(setting).rule == DefaultRule::WriteBack) {
+            EXPECT_TRUE(restartedStore(path)->hasStoredValue(setting)) << line.toStdString();
+        }
     }
 }
-
-constexpr Setting kRefresh = Setting::RefreshRate;
-constexpr Setting kPeriod = Setting::AutoCleanEveryTime;
-
-INSTANTIATE_TEST_SUITE_P(
-    HandEdited, CorruptFileTest,
-    ::testing::Values(
-        CorruptValue{"WordForNumber", "refreshRate=soon", kRefresh, qint64(5)},
-        CorruptValue{"ListForBoolean", "showDockIcon=true, false", Setting::ShowDockIcon, false},
-        CorruptValue{"RelativeFeed", "FeedURL=download/appcast.xml", Setting::FeedURL,
-                     QVariant(kStableFeed)},
-        CorruptValue{"ListForBuild", "bundleBuild=1, 2", Setting::BundleBuild, QVariant()},
-        CorruptValue{"BrokenVariant", "applicationsAndUtilitiesToMonitoring=@Variant(\\0\\0\\x7f",
-                     kMonitored, QVariant()},
-        CorruptValue{"HandWrittenLanguage", "AppleLanguages=ru", kLanguages, QStringList{"ru"}},
-        CorruptValue{"RefreshZero", "refreshRate=0", kRefresh, qint64(1)},
-        CorruptValue{"RefreshNegative", "refreshRate=-5", kRefresh, qint64(1)},
-        CorruptValue{"RefreshPastLongest", "refreshRate=2147484", kRefresh, qint64(2147483)},
-        CorruptValue{"RefreshWrapsToZero", "refreshRate=536870912", kRefresh, qint64(2147483)},
-        CorruptValue{"CleaningZero", "autoCleanEveryTime=0", kPeriod, qint64(1)},
-        CorruptValue{"CleaningSpinning", "autoCleanEveryTime=134217728", kPeriod, qint64(35791)}),
-    caseName);
 
 TEST_F(PreferencesTest, ChangesWrittenByAnotherProcessAreReadAtOnce) {
     store().setRefreshRate(5);
