@@ -11,12 +11,9 @@
 #include <sstream>
 #include <tuple>
 
-#include "CaseName.h"
-
 namespace tarnwell {
 namespace {
 
-using test::caseName;
 using namespace proc;
 
 std::string dataFile(const std::string &name) {
@@ -81,41 +78,29 @@ INSTANTIATE_TEST_SUITE_P(Captures, LinuxCapture,
                          testing::Values("debian12-6.18-noswap", "laptop-6.1-zswap-cryptswap",
                                          "debian7-3.2-no-memavailable"));
 
-struct SwapAreas {
-    const char *name;
-    const char *swaps;
-    bool encrypted;
-};
-
-class SwapEncryption : public testing::TestWithParam<SwapAreas> {};
-
 // Swap counts as encrypted only when every area is on a dm-crypt device; the
 // laptop's /sys has dm-1 as "cryptswap" (CRYPT-) and dm-0 as an LVM volume.
 // The captures themselves cover a lone dm-crypt area, a swap file and no swap.
-TEST_P(SwapEncryption, OnlyWhenEveryAreaIsDmCrypt) {
+TEST(SwapEncryption, OnlyWhenEveryAreaIsDmCrypt) {
     namespace fs = std::filesystem;
     const fs::path capture =
         fs::path(TARNWELL_TEST_DATA_DIR) / "memory" / "laptop-6.1-zswap-cryptswap";
-    const fs::path root = fs::temp_directory_path() /
-                          ("tarnwell-swaps-" + std::to_string(getpid()) + GetParam().name);
+    const fs::path root =
+        fs::temp_directory_path() / ("tarnwell-swaps-" + std::to_string(getpid()));
     fs::create_directories(root / "proc");
     fs::copy_file(capture / "proc/meminfo", root / "proc/meminfo");
-    std::ofstream(root / "proc/swaps") << "Filename\tType\tSize\tUsed\tPriority\n"
-                                       << GetParam().swaps;
-    LinuxMemorySource memory(root / "proc", capture / "sys", {4096, 10});
-    const auto swap = memory.sample().swapUsage;
+    const std::pair<const char *, bool> rows[] = {
+        {"/dev/mapper/cryptswap partition 8 0 -2\n", true},
+        {"/dev/dm-0 partition 8 0 -2\n", false},
+        {"/dev/dm-1 partition 8 0 -2\n/dev/zram0 partition 8 0 100\n", false}};
+    for (const auto &[swaps, encrypted] : rows) {
+        std::ofstream(root / "proc/swaps") << "Filename\tType\tSize\tUsed\tPriority\n" << swaps;
+        const auto swap =
+            LinuxMemorySource(root / "proc", capture / "sys", {4096, 10}).sample().swapUsage;
+        EXPECT_EQ(swap ? std::optional(swap->encrypted) : std::nullopt, encrypted) << swaps;
+    }
     fs::remove_all(root);
-    ASSERT_TRUE(swap.has_value());
-    EXPECT_EQ(swap->encrypted, GetParam().encrypted);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Areas, SwapEncryption,
-    testing::Values(SwapAreas{"MapperName", "/dev/mapper/cryptswap partition 8 0 -2\n", true},
-                    SwapAreas{"LvmVolume", "/dev/dm-0 partition 8 0 -2\n", false},
-                    SwapAreas{"CryptAndZram",
-                              "/dev/dm-1 partition 8 0 -2\n/dev/zram0 partition 8 0 100\n", false}),
-    caseName);
 
 TEST(LinuxMemorySource, FailsEverySampleWithoutProc) {
     LinuxMemorySource memory("/nonexistent/proc", "/nonexistent/sys", {4096, 10});
@@ -136,15 +121,6 @@ TEST(ParseSwaps, DecodesEscapedBlanksAndKeepsEveryArea) {
     EXPECT_EQ(std::tie(areas[1].path, areas[1].type), std::tuple("/swap file\\x", "file"));
 }
 
-// Real files: see LinuxCapture, whose captures hold unknown keys, per-zone
-// counters of old kernels and a meminfo without MemAvailable.
-struct BadFile {
-    const char *name;
-    std::string (*parse)(std::string_view text);
-    const char *file;   // under malformed/
-    const char *error;  // "": accepted
-};
-
 // The error a parser gives, or "" when it accepts the text.
 template <auto parse>
 std::string errorOf(std::string_view text) {
@@ -152,38 +128,30 @@ std::string errorOf(std::string_view text) {
     const auto *error = std::get_if<ParseError>(&result);
     return error ? error->message : "";
 }
-constexpr auto meminfo = errorOf<parseMeminfo>;
-constexpr auto vmstat = errorOf<parseVmstat>;
-constexpr auto swaps = errorOf<parseSwaps>;
 
-class BadProcFile : public testing::TestWithParam<BadFile> {};
-
-TEST_P(BadProcFile, NamesWhatIsWrong) {
-    EXPECT_EQ(GetParam().parse(dataFile(std::string("malformed/") + GetParam().file)),
-              GetParam().error);
+// Files under malformed/; real files: see LinuxCapture, whose captures hold
+// unknown keys, per-zone counters of old kernels and a meminfo without
+// MemAvailable. "Active(anon)" shares its first letters with "Active"; only
+// the whole key may match.
+TEST(BadProcFile, NamesWhatIsWrong) {
+    constexpr auto meminfo = errorOf<parseMeminfo>;
+    constexpr auto swaps = errorOf<parseSwaps>;
+    const std::tuple<std::string (*)(std::string_view), const char *, const char *> rows[] = {
+        {meminfo, "meminfo-line-without-colon", ""},
+        {meminfo, "meminfo-missing-memfree", "missing MemFree"},
+        {meminfo, "meminfo-garbage-value", "Inactive: not a number: '43852x2 kB'"},
+        {meminfo, "meminfo-truncated", "Active: not a number: '97'"},
+        {meminfo, "meminfo-binary-garbage", "missing MemTotal"},
+        {meminfo, "meminfo-active-anon-only", "missing Active"},
+        {meminfo, "meminfo-too-large-for-bytes", "MemTotal: not a number: '18014398509481984 kB'"},
+        {errorOf<parseVmstat>, "vmstat-negative-value", "pgmajfault: not a number: '-1203344'"},
+        {swaps, "swaps-no-header", "missing the Filename header"},
+        {swaps, "swaps-empty", "missing the Filename header"},
+        {swaps, "swaps-short-line", "malformed swap area: '/dev/sda2 partition 8388604'"}};
+    for (const auto &[parse, file, error] : rows) {
+        EXPECT_EQ(parse(dataFile(std::string("malformed/") + file)), error) << file;
+    }
 }
-
-// "Active(anon)" shares its first letters with "Active"; only the whole key
-// may match.
-INSTANTIATE_TEST_SUITE_P(
-    Files, BadProcFile,
-    testing::Values(
-        BadFile{"LineWithoutColonIgnored", meminfo, "meminfo-line-without-colon", ""},
-        BadFile{"MissingRequiredKey", meminfo, "meminfo-missing-memfree", "missing MemFree"},
-        BadFile{"GarbageInANumber", meminfo, "meminfo-garbage-value",
-                "Inactive: not a number: '43852x2 kB'"},
-        BadFile{"TruncatedMidValue", meminfo, "meminfo-truncated", "Active: not a number: '97'"},
-        BadFile{"BinaryGarbage", meminfo, "meminfo-binary-garbage", "missing MemTotal"},
-        BadFile{"ActiveAnonIsNotActive", meminfo, "meminfo-active-anon-only", "missing Active"},
-        BadFile{"TooLargeForBytes", meminfo, "meminfo-too-large-for-bytes",
-                "MemTotal: not a number: '18014398509481984 kB'"},
-        BadFile{"NegativeCounter", vmstat, "vmstat-negative-value",
-                "pgmajfault: not a number: '-1203344'"},
-        BadFile{"SwapsWithoutHeader", swaps, "swaps-no-header", "missing the Filename header"},
-        BadFile{"EmptySwaps", swaps, "swaps-empty", "missing the Filename header"},
-        BadFile{"SwapsShortLine", swaps, "swaps-short-line",
-                "malformed swap area: '/dev/sda2 partition 8388604'"}),
-    caseName);
 
 }  // namespace
 }  // namespace tarnwell
