@@ -302,60 +302,37 @@ TEST_F(ApplicationsCatalogueTest, BackgroundSearchEndsOnItsOwnThreadAndQuitsAtAn
     quitting.searchApplicationsAndUtilitiesInBackground();
 }
 
-// Which desktop entry a window belongs to.
-struct WindowMatch {
-    const char *name;
-    WindowIdentity window;
-    QString expectedId;
-};
-
-class WindowMatchTest : public ::testing::TestWithParam<WindowMatch> {
-protected:
-    static void SetUpTestSuite() {
-        desktop_ = new DesktopFolders;
-        desktop_->write("system/applications/org.gnome.TextEditor.desktop",
-                        "Type=Application\nName=Text Editor\nExec=gnome-text-editor\n");
-        desktop_->write("system/applications/firefox-esr.desktop",
-                        "Type=Application\nName=Firefox\nExec=/usr/lib/firefox-esr/firefox-esr\n"
-                        "StartupWMClass=Firefox-esr\n");
-        desktop_->write("system/applications/shell.desktop",
-                        "Type=Application\nName=Shell\nExec=/bin/sh -c top\nNoDisplay=true\n");
-        desktop_->write("system/applications/xlogo-by-path.desktop",
-                        "Type=Application\nName=Logo\nExec=\"" TARNWELL_TEST_EXECUTABLE "\" %U\n");
-        desktop_->write("home/applications/gone.desktop", "Type=Application\nHidden=true\n");
-        desktop_->write("system/applications/gone.desktop", "Type=Application\nName=Gone\n");
+// Which desktop entry a window belongs to: its GTK application id, the
+// StartupWMClass before the file name, the class as a file name in any case,
+// the entry's executable, but never a launcher program or a hidden entry;
+// with no entry, the class or else the instance.
+TEST(WindowMatch, NamesTheDesktopEntry) {
+    DesktopFolders desktop;
+    desktop.write("system/applications/org.gnome.TextEditor.desktop",
+                  "Type=Application\nName=Text Editor\nExec=gnome-text-editor\n");
+    desktop.write("system/applications/firefox-esr.desktop",
+                  "Type=Application\nName=Firefox\nExec=/usr/lib/firefox-esr/firefox-esr\n"
+                  "StartupWMClass=Firefox-esr\n");
+    desktop.write("system/applications/shell.desktop",
+                  "Type=Application\nName=Shell\nExec=/bin/sh -c top\nNoDisplay=true\n");
+    desktop.write("system/applications/xlogo-by-path.desktop",
+                  "Type=Application\nName=Logo\nExec=\"" TARNWELL_TEST_EXECUTABLE "\" %U\n");
+    desktop.write("home/applications/gone.desktop", "Type=Application\nHidden=true\n");
+    desktop.write("system/applications/gone.desktop", "Type=Application\nName=Gone\n");
+    const DesktopApplicationIndex index(desktop.folders());
+    const std::pair<WindowIdentity, QString> rows[] = {
+        {{"org.gnome.TextEditor", "x", "y", ""}, "org.gnome.TextEditor.desktop"},
+        {{"", "Navigator", "Firefox-esr", ""}, "firefox-esr.desktop"},
+        {{"", "org.gnome.texteditor", "Other", ""}, "org.gnome.TextEditor.desktop"},
+        {{"", "a", "B", TARNWELL_TEST_EXECUTABLE}, "xlogo-by-path.desktop"},
+        {{"", "", "", "/bin/sh"}, ""},
+        {{"", "xeyes", "XEyes", ""}, "XEyes"},
+        {{"", "xeyes", "", ""}, "xeyes"},
+        {{"", "gone", "Gone", ""}, "Gone"}};
+    for (const auto &[window, id] : rows) {
+        EXPECT_EQ(index.applicationId(window), id) << id.toStdString();
     }
-    static void TearDownTestSuite() { delete desktop_; }
-    static DesktopFolders *desktop_;
-};
-
-DesktopFolders *WindowMatchTest::desktop_ = nullptr;
-
-TEST_P(WindowMatchTest, NamesTheDesktopEntry) {
-    const DesktopApplicationIndex index(desktop_->folders());
-    EXPECT_EQ(index.applicationId(GetParam().window), GetParam().expectedId);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, WindowMatchTest,
-    ::testing::Values(WindowMatch{"GtkApplicationId",
-                                  {"org.gnome.TextEditor", "x", "y", ""},
-                                  "org.gnome.TextEditor.desktop"},
-                      WindowMatch{"StartupWMClassBeatsFileName",
-                                  {"", "Navigator", "Firefox-esr", ""},
-                                  "firefox-esr.desktop"},
-                      WindowMatch{"ClassAsFileNameInAnyCase",
-                                  {"", "org.gnome.texteditor", "Other", ""},
-                                  "org.gnome.TextEditor.desktop"},
-                      WindowMatch{"ExecutableOfTheEntry",
-                                  {"", "a", "B", TARNWELL_TEST_EXECUTABLE},
-                                  "xlogo-by-path.desktop"},
-                      WindowMatch{"LauncherProgramsMatchNothing", {"", "", "", "/bin/sh"}, ""},
-                      WindowMatch{"NoEntryGivesTheClass", {"", "xeyes", "XEyes", ""}, "XEyes"},
-                      WindowMatch{"NoClassGivesTheInstance", {"", "xeyes", "", ""}, "xeyes"},
-                      WindowMatch{
-                          "UserHiddenEntryMatchesNothing", {"", "gone", "Gone", ""}, "Gone"}),
-    caseName);
 
 }  // namespace
 }  // namespace tarnwell
