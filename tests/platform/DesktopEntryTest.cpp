@@ -238,43 +238,27 @@ TEST_F(ApplicationsCatalogueTest, ListsVisibleApplicationsOncePerIdInFolderOrder
     EXPECT_EQ(editor->path, desktop.path("local/applications/editor.desktop"));
 }
 
-// When a search scans, and what it appends.
-struct SearchRule {
-    const char *name;
-    bool showApplications;
-    bool showUtilities;
-    bool utilityInstalled;
-    int expectedApplications;  // entries after two searches
-    int expectedUtilities;
-};
-
-class SearchRulesTest : public ApplicationsCatalogueTest,
-                        public ::testing::WithParamInterface<SearchRule> {};
-
-TEST_P(SearchRulesTest, SecondSearchScansOnlyWhileAShownListIsEmpty) {
-    const SearchRule &rule = GetParam();
-    showApplications = rule.showApplications;
-    showUtilities = rule.showUtilities;
+// A second search scans only while a shown list is empty. Columns: applications
+// and utilities shown; entries in each list after two searches.
+TEST_F(ApplicationsCatalogueTest, SecondSearchScansOnlyWhileAShownListIsEmpty) {
     desktop.application("system/applications/editor.desktop");
-    if (rule.utilityInstalled) {
-        desktop.application("system/applications/top.desktop", "Categories=System;\n");
-    }
-    for (int search = 0; search < 2; ++search) {
-        EXPECT_EQ(searchOnce(), (QList<bool>{true, false})) << "search " << search;
-    }
-    EXPECT_EQ(catalogue().applicationList().size(), rule.expectedApplications);
-    EXPECT_EQ(catalogue().utilityList().size(), rule.expectedUtilities);
+    const auto searchTwice = [&](bool applications, bool utilities) {
+        catalogue_.reset();
+        std::tie(showApplications, showUtilities) = std::pair(applications, utilities);
+        for (int search = 0; search < 2; ++search) {
+            EXPECT_EQ(searchOnce(), (QList<bool>{true, false})) << "search " << search;
+        }
+        return std::pair(int(catalogue().applicationList().size()),
+                         int(catalogue().utilityList().size()));
+    };
+    EXPECT_EQ(searchTwice(true, false), std::pair(1, 0)) << "no utility: both scanned once";
+    // The utilities came back empty, so the second search scans again and
+    // appends the applications a second time.
+    EXPECT_EQ(searchTwice(false, true), std::pair(2, 0));
+    desktop.application("system/applications/top.desktop", "Categories=System;\n");
+    EXPECT_EQ(searchTwice(false, false), std::pair(0, 0)) << "nothing shown, nothing scanned";
+    EXPECT_EQ(searchTwice(true, true), std::pair(2, 1)) << "filled lists scan once";
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Rows, SearchRulesTest,
-    ::testing::Values(SearchRule{"NothingShownScansNothing", false, false, true, 0, 0},
-                      SearchRule{"FilledListsScanOnce", true, true, true, 2, 1},
-                      SearchRule{"ApplicationsOnlyScansBothOnce", true, false, false, 1, 0},
-                      // The utilities came back empty, so the second search scans again
-                      // and appends the applications a second time.
-                      SearchRule{"EmptyShownUtilitiesScanAgain", false, true, false, 2, 0}),
-    caseName);
 
 TEST_F(ApplicationsCatalogueTest, BackgroundSearchEndsOnItsOwnThreadAndQuitsAtAnyMoment) {
     for (int i = 0; i < 200; ++i) {
