@@ -5,7 +5,6 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
-#include "CaseName.h"
 #include "app/ThrowAwayRun.h"
 #include "support/HostileEntries.h"
 
@@ -35,40 +34,27 @@ protected:
     testing::ThrowAwayRun home_;
 };
 
-struct Refusal {
-    const char *name;
-    QStringList arguments;
-    const char *message;
-};
-
-class SettingsRefusalTest : public SettingsCommandTest,
-                            public ::testing::WithParamInterface<Refusal> {};
-
-TEST_P(SettingsRefusalTest, ExitsWithUsageErrorAndChangesNothing) {
-    const Outcome result = run(GetParam().arguments);
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
-    EXPECT_TRUE(result.err.contains(GetParam().message)) << result.err.toStdString();
-    EXPECT_EQ(result.err.count('\n'), 1) << "one line";
-    EXPECT_FALSE(QFile::exists(settingsFile()) && QFileInfo(settingsFile()).size() > 0);
+TEST_F(SettingsCommandTest, RefusalsExitWithUsageErrorAndChangeNothing) {
+    const std::pair<QStringList, const char *> rows[] = {
+        {{"refreshrate", "5"}, "no setting is called 'refreshrate'"},
+        {{"refreshRate", "5", "6"}, "too many arguments"},
+        {{"--purge"}, "unknown option '--purge'"},
+        {{"refreshRate", "fast"},
+         "'fast' is not a valid value for refreshRate: expected a whole number"},
+        {{"statusBarIcon", "5"},
+         "5 is out of range for statusBarIcon: expected a whole number from 0 to 4"},
+        {{"autoCleanByInactiveSize", "9223372036854775807"},
+         "out of range for autoCleanByInactiveSize"}};
+    for (const auto &[arguments, message] : rows) {
+        const Outcome result = run(arguments);
+        EXPECT_EQ(result.exitCode, 2) << message;
+        EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
+        EXPECT_TRUE(result.err.contains(message)) << result.err.toStdString();
+        EXPECT_EQ(result.err.count('\n'), 1) << "one line: " << message;
+        EXPECT_FALSE(QFile::exists(settingsFile()) && QFileInfo(settingsFile()).size() > 0)
+            << message;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    BadInput, SettingsRefusalTest,
-    ::testing::Values(
-        Refusal{"UnknownKey", {"refreshrate", "5"}, "no setting is called 'refreshrate'"},
-        Refusal{"TooManyArguments", {"refreshRate", "5", "6"}, "too many arguments"},
-        Refusal{"UnknownOption", {"--purge"}, "unknown option '--purge'"},
-        Refusal{"WordForNumber",
-                {"refreshRate", "fast"},
-                "'fast' is not a valid value for refreshRate: expected a whole number"},
-        Refusal{"OutOfRange",
-                {"statusBarIcon", "5"},
-                "5 is out of range for statusBarIcon: expected a whole number from 0 to 4"},
-        Refusal{"ThresholdAboveHalfTheMemory",
-                {"autoCleanByInactiveSize", "9223372036854775807"},
-                "out of range for autoCleanByInactiveSize"}),
-    caseName);
 
 // Each step is a run of its own, so a value is what the next run reads.
 TEST_F(SettingsCommandTest, ValuesAreListedSetReadAndReset) {
