@@ -20,7 +20,6 @@
 namespace tarnwell {
 namespace {
 
-
 // Writes a file, its folders made first.
 void writeFile(const QString &path, const QByteArray &bytes) {
     QDir().mkpath(QFileInfo(path).path());

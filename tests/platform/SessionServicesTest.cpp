@@ -18,7 +18,6 @@
 namespace tarnwell {
 namespace {
 
-
 // An autostart folder of the test's own and two stand-in executables.
 class LoginItemsTest : public ::testing::Test {
 protected:

@@ -11,7 +11,6 @@
 #include "preferences/QRMSettingValue.h"
 #include "preferences/Updater.h"
 
-
 namespace tarnwell::test {
 namespace {
 
