@@ -1,6 +1,8 @@
 #pragma once
 
+#include <fcntl.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,12 +18,43 @@
 
 namespace tarnwell::test {
 
+// Held while a display starts. When two tests start Xvfb and openbox at the
+// same moment, one openbox now and then dies before it has managed anything,
+// and its test waits out its deadline: starts are taken one at a time.
+class DisplayStartLock {
+public:
+    DisplayStartLock() {
+        const char *folder = std::getenv("TMPDIR");
+        const std::string path = std::string(folder && *folder == '/' ? folder : "/tmp") +
+                                 "/tarnwell-test-display-start.lock";
+        fd_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+        if (fd_ >= 0) {
+            ::flock(fd_, LOCK_EX);
+        }
+    }
+    ~DisplayStartLock() { release(); }
+    void release() {
+        if (fd_ >= 0) {
+            ::close(fd_);
+            fd_ = -1;
+        }
+    }
+
+private:
+    int fd_ = -1;
+};
+
 // A virtual X display of the test's own, on a number Xvfb picks itself (so
 // parallel tests never collide); DISPLAY points at it. Made before the
-// application object, ended after it.
+// application object, ended after it. Without a lock of the caller's, it
+// holds one for its own start.
 class XvfbDisplay {
 public:
-    XvfbDisplay() {
+    explicit XvfbDisplay(const DisplayStartLock *held = nullptr) {
+        std::unique_ptr<DisplayStartLock> own;
+        if (!held) {
+            own = std::make_unique<DisplayStartLock>();
+        }
         int number[2];
         if (::pipe(number) != 0 || (pid_ = ::fork()) < 0) {
             return;
@@ -69,6 +102,7 @@ class VirtualDesktop {
 public:
     VirtualDesktop() {
         if (x_.display().empty()) {
+            startLock_.release();
             return;
         }
         // Clients it starts belong on this display, never on the session's.
@@ -84,6 +118,7 @@ public:
                 return run("xprop", {"-root", "OPENBOX_STARTED"}, &mark) && mark.contains("= 1");
             },
             60'000);
+        startLock_.release();
     }
 
     ~VirtualDesktop() {
@@ -165,7 +200,8 @@ public:
     }
 
 private:
-    XvfbDisplay x_;
+    DisplayStartLock startLock_;  // before the display: taken first
+    XvfbDisplay x_{&startLock_};
     std::vector<std::unique_ptr<QProcess>> programs_;
     bool ready_ = false;
 };
