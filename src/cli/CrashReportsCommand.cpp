@@ -127,7 +127,7 @@ std::string jsonString(std::string_view text) {
 std::string jsonNumber(std::string_view digits) {
     std::string out;
     if (digits.starts_with('-')) {
-        out = "-";
+        out.push_back('-');
         digits.remove_prefix(1);
     }
     const size_t first = digits.find_first_not_of('0');
@@ -148,17 +148,26 @@ std::string jsonValue(const RecordValue &value) {
         case RecordValue::Type::Array: {
             std::string out = "[";
             for (size_t i = 0; i < value.items.size(); ++i) {
-                out += (i > 0 ? "," : "") + jsonValue(value.items[i]);
+                if (i > 0) {
+                    out += ',';
+                }
+                out += jsonValue(value.items[i]);
             }
-            return out + "]";
+            out += ']';
+            return out;
         }
         case RecordValue::Type::Object: {
             std::string out = "{";
             for (size_t i = 0; i < value.members.size(); ++i) {
-                out += (i > 0 ? "," : "") + jsonString(value.members[i].first) + ":" +
-                       jsonValue(value.members[i].second);
+                if (i > 0) {
+                    out += ',';
+                }
+                out += jsonString(value.members[i].first);
+                out += ':';
+                out += jsonValue(value.members[i].second);
             }
-            return out + "}";
+            out += '}';
+            return out;
         }
     }
     return "null";
@@ -190,16 +199,23 @@ std::string reportJson(const CrashReport &report) {
     out += ",\"damaged\":[";
     for (size_t i = 0; i < report.damaged.size(); ++i) {
         const crash::DamagedLine &line = report.damaged[i];
-        out += (i > 0 ? "," : "") + std::string("{\"file\":") + jsonString(line.file) +
+        if (i > 0) {
+            out += ',';
+        }
+        out += "{\"file\":" + jsonString(line.file) +
                ",\"line\":" + std::to_string(line.lineNumber) +
                ",\"text\":" + jsonString(line.text) + "}";
     }
     out += "],\"damaged_not_listed\":" + std::to_string(report.damagedNotListed);
     out += ",\"unread\":[";
     for (size_t i = 0; i < report.unread.size(); ++i) {
-        out += (i > 0 ? "," : "") + jsonString(report.unread[i]);
+        if (i > 0) {
+            out += ',';
+        }
+        out += jsonString(report.unread[i]);
     }
-    return out + "]}";
+    out += "]}";
+    return out;
 }
 
 void printReport(const CrashReport &report) {
