@@ -11,18 +11,8 @@ set -euo pipefail
 build=$(cd "$1" && pwd)
 seconds=${2:-60}
 rounds=${3:-3}
-work=$(mktemp -d)
-pids=()
-cleanup() {
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    rm -rf "$work"
-}
-trap cleanup EXIT
-
-display=":$((100 + RANDOM % 800))"
-Xvfb "$display" -nolisten tcp -screen 0 1280x1024x24 >/dev/null 2>&1 &
-pids+=($!)
-for _ in $(seq 50); do xdpyinfo -display "$display" >/dev/null 2>&1 && break; sleep 0.1; done
+source "$(dirname "$0")/bench-session.sh"
+start_display 1280x1024
 DISPLAY="$display" openbox --sm-disable >/dev/null 2>&1 &
 pids+=($!)
 for _ in $(seq 20); do
@@ -30,22 +20,15 @@ for _ in $(seq 20); do
     pids+=($!)
 done
 
-environment() {
-    local home="$work/$1"
-    mkdir -p "$home/runtime" && chmod 700 "$home/runtime"
-    echo HOME="$home" XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data" \
-        XDG_CACHE_HOME="$home/cache" XDG_RUNTIME_DIR="$home/runtime" DISPLAY="$display" \
-        TARNWELL_EVENTS_URL="http://127.0.0.1:9/events"
-}
 # Each on a session bus of its own: a second tarnwell on one bus only asks the
 # first to show its window, and exits.
 start() {
-    env $(environment "$1") dbus-run-session -- "$build/src/tarnwell" >/dev/null 2>&1 &
+    env $(throwaway_environment "$1") dbus-run-session -- "$build/src/tarnwell" >/dev/null 2>&1 &
     pids+=($!)
 }
 # The tarnwell process under a dbus-run-session.
 program() { pgrep -P "$1" -x tarnwell; }
-env $(environment watching) "$build/src/tarnwell" settings applicationsAndUtilitiesToMonitoring \
+env $(throwaway_environment watching) "$build/src/tarnwell" settings applicationsAndUtilitiesToMonitoring \
     '[{"name":"Logo","ID":"XLogo","DidActivate":true}]' >/dev/null
 
 start watching
@@ -56,7 +39,6 @@ sleep 5  # start-up is not idle time
 watching=$(program "$watchingSession")
 plain=$(program "$plainSession")
 
-ticks() { awk '{ print $14 + $15 }' "/proc/$1/stat"; }
 hz=$(getconf CLK_TCK)
 results=()
 for round in $(seq "$rounds"); do

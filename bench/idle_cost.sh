@@ -16,30 +16,16 @@ fi
 build=$2
 seconds=$3
 host=$4
-work=$(mktemp -d)
-pids=()
-cleanup() {
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    rm -rf "$work"
-}
-trap cleanup EXIT
-
-display=":$((100 + RANDOM % 800))"
-Xvfb "$display" -nolisten tcp -screen 0 1024x768x24 >/dev/null 2>&1 &
-pids+=($!)
-for _ in $(seq 50); do xdpyinfo -display "$display" >/dev/null 2>&1 && break; sleep 0.1; done
+source "$(dirname "$0")/bench-session.sh"
+start_display 1024x768
 
 start() {
-    local home="$work/$1"
+    local name=$1
     shift
-    mkdir -p "$home/runtime" && chmod 700 "$home/runtime"
-    env HOME="$home" XDG_CONFIG_HOME="$home/config" XDG_DATA_HOME="$home/data" \
-        XDG_CACHE_HOME="$home/cache" XDG_RUNTIME_DIR="$home/runtime" DISPLAY="$display" \
-        TARNWELL_EVENTS_URL="http://127.0.0.1:9/events" "$@" >/dev/null 2>&1 &
+    env $(throwaway_environment "$name") "$@" >/dev/null 2>&1 &
     pids+=($!)
 }
-# User plus system CPU ticks, and resident KiB.
-ticks() { awk '{ print $14 + $15 }' "/proc/$1/stat"; }
+# Resident KiB.
 rss() { awk '/^VmRSS:/ { print $2 }' "/proc/$1/status"; }
 
 # Welcomed already: the idle cost is the tray's, not the welcome window's.
